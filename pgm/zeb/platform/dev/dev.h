@@ -10,6 +10,7 @@
 #pragma once
 
 #include "pgm/zeb/platform/dev/dev_family.h"
+#include "pgm/zeb/platform/pgmio/pgmio_enums.h"
 
 #include <cstdint>
 #include <memory>
@@ -112,11 +113,11 @@ private:
 struct DEV_DEVICE_RECORD
 {
     std::string name;
-    DEV_FAMILY_ENUM family = DEV_FAMILY_ENUM(0);
-    DEV_DEVICE_ENUM device = DEV_DEVICE_ENUM(0);
+    DEV_FAMILY_ENUM family = DEV_FAMILY_INVALID;
+    DEV_DEVICE_ENUM device = DEV_DEVICE_INVALID;
     DEV_JTAG_INFO jtag;
     uint64_t config_data_size = 0;       // bytes of configuration data (an uncompressed .rbf)
-    std::vector<uint32_t> config_schemes; // PGMIO_CONFIG_SCHEME values, ascending
+    std::vector<PGMIO_CONFIG_SCHEME> config_schemes; // ascending
     DEV_CAPABILITIES capabilities;
     std::vector<DEV_HELPER_IMAGE> helper_images; // at most one per subtype
     bool has_flash_loader = false;
@@ -126,17 +127,26 @@ struct DEV_DEVICE_RECORD
     bool has_cmf_flash_block_layout = false; // configuration flash laid out in fixed blocks
     uint32_t cmf_flash_block_size = 0;        // bytes; 0 without the block layout
 
-    bool supports_config_scheme(uint32_t scheme) const;
+    bool supports_config_scheme(PGMIO_CONFIG_SCHEME scheme) const;
     // The helper image of a subtype; nullptr when the device has none.
     const DEV_HELPER_IMAGE* find_helper_image(uint32_t subtype) const;
+};
+
+// A device family as the catalogue declares it.
+struct DEV_FAMILY_RECORD
+{
+    DEV_FAMILY_ENUM family = DEV_FAMILY_INVALID;
+    std::string name;                  // "ZIZIRA"
+    bool configuration_device = false; // a family of configuration (flash) devices, not of FPGAs
+    std::string description;
 };
 
 // A configuration flash device of the flash-device database (catalogue or custom directory).
 struct DEV_FLASH_RECORD
 {
     std::string name;
-    DEV_FAMILY_ENUM family = DEV_FAMILY_ENUM(0);
-    DEV_DEVICE_ENUM device = DEV_DEVICE_ENUM(0); // 0 for a device of a custom database
+    DEV_FAMILY_ENUM family = DEV_FAMILY_INVALID;
+    DEV_DEVICE_ENUM device = DEV_DEVICE_INVALID; // 0 for a device of a custom database
     uint64_t size = 0;        // bytes
     uint32_t sector_size = 0; // erase sector (block) size, bytes
     uint32_t page_size = 0;   // program page size, bytes
@@ -192,6 +202,10 @@ public:
     static std::unique_ptr<PGM_DEVICE> create_new_asc_device(std::string_view name);
     // Every device in catalogue order: FPGA devices first, then flash devices.
     static const std::vector<const PGM_DEVICE*>& get_all_devices();
+    // The families the catalogue declares, in catalogue order.
+    static const std::vector<DEV_FAMILY_RECORD>& get_families();
+    // The declared family; nullptr when the catalogue does not declare it.
+    static const DEV_FAMILY_RECORD* find_family(DEV_FAMILY_ENUM family);
     // Why the catalogue could not be loaded ("<file>: <problem>"); "" when it loaded.
     static const std::string& get_catalogue_error();
     // Loads and checks the catalogue of another data directory without using it. False with
@@ -202,8 +216,8 @@ public:
 // What the generation needs to know about a device's configuration flash.
 struct PGMDEV_DEV_INFO
 {
-    DEV_FAMILY_ENUM family = DEV_FAMILY_ENUM(0);
-    DEV_DEVICE_ENUM device = DEV_DEVICE_ENUM(0); // the first device of the family for a family record
+    DEV_FAMILY_ENUM family = DEV_FAMILY_INVALID;
+    DEV_DEVICE_ENUM device = DEV_DEVICE_INVALID; // the first device of the family for a family record
     bool has_cmf_flash_block_layout = false;
     uint32_t cmf_flash_block_size = 0; // bytes
 };
