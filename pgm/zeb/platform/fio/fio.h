@@ -72,7 +72,7 @@ enum FIO_FILE_TYPE : uint16_t
     FIO_FILE_TYPE_HKY = 102, // user public key programming input (.hky)
     FIO_FILE_TYPE_HEK = 103, // user encryption key programming input (.hek)
     FIO_FILE_TYPE_FUSE = 104, // fuse programming input (.fuse)
-    FIO_FILE_TYPE_HLK = 105, // helper key input (.hlk)
+    FIO_FILE_TYPE_HLK = 105, // encryption lock file (.hlk)
     FIO_FILE_TYPE_ZIP = 106, // archive (.zip)
     FIO_FILE_TYPE_TXT = 107, // plain text (.txt)
     FIO_FILE_TYPE_ZEB = 108, // setup document (.zeb)
@@ -111,6 +111,7 @@ public:
     FIO_EXTENSION_TYPE get_extension_type() const;
 
     void set_base_name(std::string_view base_name);
+    // Replaces the last extension ("" removes it); a path without file name is left as it is.
     void set_extension(std::string_view extension);
     void set_directory(std::string_view directory);
 

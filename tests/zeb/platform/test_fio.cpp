@@ -1,0 +1,399 @@
+// SPDX-License-Identifier: Apache-2.0
+// File library: path values, the extension table, file-system queries and the text streams.
+#include "pgm/zeb/platform/fio/fio.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+// A fresh directory per case, also used as the working directory for relative paths.
+class FioTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_old_cwd = fs::current_path();
+        char pattern[] = "/tmp/corvane_fio_XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        m_dir = pattern;
+        fs::current_path(m_dir);
+    }
+
+    void TearDown() override
+    {
+        fs::current_path(m_old_cwd);
+        std::error_code ignored;
+        fs::permissions(m_dir, fs::perms::owner_all, fs::perm_options::add, ignored);
+        fs::remove_all(m_dir);
+    }
+
+    static std::string read_bytes(const fs::path& path)
+    {
+        std::ifstream in(path, std::ios::binary);
+        std::ostringstream text;
+        text << in.rdbuf();
+        return text.str();
+    }
+
+    static void write_bytes(const fs::path& path, const std::string& bytes)
+    {
+        std::ofstream out(path, std::ios::binary);
+        out << bytes;
+    }
+
+    // Names of the entries of the test directory.
+    std::set<std::string> entries() const
+    {
+        std::set<std::string> names;
+        for (const fs::directory_entry& entry : fs::directory_iterator(m_dir))
+            names.insert(entry.path().filename().string());
+        return names;
+    }
+
+    static std::string read_all(HTL_ZIFSTREAM& in)
+    {
+        std::ostringstream text;
+        text << in.stream().rdbuf();
+        return text.str();
+    }
+
+    fs::path m_old_cwd;
+    fs::path m_dir;
+};
+
+// Every enumerator of both enums. The two enums name the same contents, so each extension
+// enumerator pairs with the file type of the same name.
+struct ENUMERATOR
+{
+    FIO_EXTENSION_TYPE extension;
+    FIO_FILE_TYPE file_type;
+    const char* name;
+};
+// clang-format off
+#define FIO_ENUMERATOR(NAME) {FIO_EXTENSION_TYPE_##NAME, FIO_FILE_TYPE_##NAME, #NAME}
+constexpr ENUMERATOR ENUMERATORS[] = {
+    FIO_ENUMERATOR(CDF),    FIO_ENUMERATOR(SOF),    FIO_ENUMERATOR(POF),    FIO_ENUMERATOR(JAM),    FIO_ENUMERATOR(JBC),
+    FIO_ENUMERATOR(SVF),    FIO_ENUMERATOR(HEXOUT), FIO_ENUMERATOR(HEX),    FIO_ENUMERATOR(RBF),    FIO_ENUMERATOR(MSF),
+    FIO_ENUMERATOR(PMSF),   FIO_ENUMERATOR(MAP),    FIO_ENUMERATOR(TTF),    FIO_ENUMERATOR(RPD),    FIO_ENUMERATOR(JIC),
+    FIO_ENUMERATOR(EKP),    FIO_ENUMERATOR(HIOF),   FIO_ENUMERATOR(BIN),    FIO_ENUMERATOR(MIF),    FIO_ENUMERATOR(KEY),
+    FIO_ENUMERATOR(PEM),    FIO_ENUMERATOR(ZIP),    FIO_ENUMERATOR(HLK),    FIO_ENUMERATOR(TXT),    FIO_ENUMERATOR(ZEB),
+    FIO_ENUMERATOR(INI),    FIO_ENUMERATOR(HKY),    FIO_ENUMERATOR(HEK),    FIO_ENUMERATOR(FUSE),
+};
+#undef FIO_ENUMERATOR
+// clang-format on
+
+std::string lower(std::string text)
+{
+    for (char& c : text)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+} // namespace
+
+// ---- Extension table ---------------------------------------------------------------------------
+
+TEST(FioTable, EveryEnumeratorHasOneConsistentRow)
+{
+    std::set<std::string> texts;
+    std::set<std::string> descriptions;
+    for (const ENUMERATOR& e : ENUMERATORS)
+    {
+        const std::string text = fio_get_extension_string(e.extension);
+        EXPECT_EQ(text, lower(e.name));
+        EXPECT_TRUE(texts.insert(text).second) << "extension text used twice: " << text;
+        EXPECT_EQ(fio_get_extension_type(text), e.extension) << text;
+        EXPECT_EQ(fio_get_file_type(e.extension), e.file_type) << text;
+
+        const std::string description = fio_get_file_type_description(e.file_type);
+        const std::string suffix = "(." + text + ")";
+        ASSERT_GT(description.size(), suffix.size()) << text;
+        EXPECT_EQ(description.substr(description.size() - suffix.size()), suffix) << description;
+        EXPECT_TRUE(descriptions.insert(description).second) << "description used twice: " << description;
+    }
+    EXPECT_EQ(fio_get_extension_string(FIO_EXTENSION_TYPE_NONE), "");
+    EXPECT_EQ(fio_get_file_type(FIO_EXTENSION_TYPE_NONE), FIO_FILE_TYPE_UNKNOWN);
+    EXPECT_EQ(fio_get_file_type_description(FIO_FILE_TYPE_UNKNOWN), "");
+
+    // No rows beyond the enumerators.
+    size_t extensions = 0;
+    size_t file_types = 0;
+    for (uint32_t value = 0; value <= 0xFFFF; ++value)
+    {
+        extensions += fio_get_extension_string(static_cast<FIO_EXTENSION_TYPE>(value)).empty() ? 0 : 1;
+        file_types += fio_get_file_type_description(static_cast<FIO_FILE_TYPE>(value)).empty() ? 0 : 1;
+    }
+    EXPECT_EQ(extensions, std::size(ENUMERATORS));
+    EXPECT_EQ(file_types, std::size(ENUMERATORS));
+}
+
+TEST(FioTable, ExtensionLookupIgnoresCaseAndOneLeadingDot)
+{
+    EXPECT_EQ(fio_get_extension_type("sof"), FIO_EXTENSION_TYPE_SOF);
+    EXPECT_EQ(fio_get_extension_type("SOF"), FIO_EXTENSION_TYPE_SOF);
+    EXPECT_EQ(fio_get_extension_type(".SoF"), FIO_EXTENSION_TYPE_SOF);
+    EXPECT_EQ(fio_get_extension_type("HexOut"), FIO_EXTENSION_TYPE_HEXOUT);
+    EXPECT_EQ(fio_get_extension_type("hex"), FIO_EXTENSION_TYPE_HEX);
+    for (const char* unknown : {"", ".", "..sof", "sofx", "so", "s.of", " sof", "exe"})
+        EXPECT_EQ(fio_get_extension_type(unknown), FIO_EXTENSION_TYPE_NONE) << '"' << unknown << '"';
+}
+
+// ---- Paths -------------------------------------------------------------------------------------
+
+TEST_F(FioTest, PathDecomposition)
+{
+    const FIO_PATH sof("/x/y/design.sof");
+    EXPECT_EQ(sof.get_full_path(), "/x/y/design.sof");
+    EXPECT_EQ(sof.get_directory(), "/x/y");
+    EXPECT_EQ(sof.get_file_name(), "design.sof");
+    EXPECT_EQ(sof.get_base_name(), "design");
+    EXPECT_EQ(sof.get_extension(), "sof");
+    EXPECT_EQ(sof.get_extension_type(), FIO_EXTENSION_TYPE_SOF);
+
+    const FIO_PATH dots("/x/top.rev2.tar.gz");
+    EXPECT_EQ(dots.get_base_name(), "top.rev2.tar");
+    EXPECT_EQ(dots.get_extension(), "gz");
+    EXPECT_EQ(dots.get_extension_type(), FIO_EXTENSION_TYPE_NONE);
+
+    const FIO_PATH none("/x/Makefile");
+    EXPECT_EQ(none.get_base_name(), "Makefile");
+    EXPECT_EQ(none.get_extension(), "");
+
+    // A leading dot names a hidden file; it does not start an extension.
+    const FIO_PATH hidden("/x/.corvane");
+    EXPECT_EQ(hidden.get_base_name(), ".corvane");
+    EXPECT_EQ(hidden.get_extension(), "");
+    const FIO_PATH hidden_ini("/x/.corvane.INI");
+    EXPECT_EQ(hidden_ini.get_base_name(), ".corvane");
+    EXPECT_EQ(hidden_ini.get_extension(), "INI");
+    EXPECT_EQ(hidden_ini.get_extension_type(), FIO_EXTENSION_TYPE_INI);
+
+    const FIO_PATH in_root("/top.pof");
+    EXPECT_EQ(in_root.get_directory(), "/");
+    EXPECT_EQ(in_root.get_file_name(), "top.pof");
+}
+
+TEST_F(FioTest, PathNormalisation)
+{
+    const std::string cwd = fs::current_path().string();
+    EXPECT_EQ(FIO_PATH("sub/../a/./f.rbf").get_full_path(), cwd + "/a/f.rbf");
+    EXPECT_EQ(FIO_PATH("f.rbf").get_directory(), cwd);
+    EXPECT_EQ(FIO_PATH(".").get_full_path(), cwd);
+    EXPECT_EQ(FIO_PATH("/x/y/").get_full_path(), "/x/y");
+    EXPECT_EQ(FIO_PATH("/x//y///").get_full_path(), "/x/y");
+    EXPECT_EQ(FIO_PATH("/x/y/").get_file_name(), "y");
+    EXPECT_EQ(FIO_PATH("/").get_full_path(), "/");
+    EXPECT_EQ(FIO_PATH("/..").get_full_path(), "/");
+    EXPECT_EQ(FIO_PATH("/a/b/..").get_full_path(), "/a");
+    EXPECT_EQ(FIO_PATH("/").get_file_name(), "");
+    EXPECT_TRUE(FIO_PATH("/a/b/../c") == FIO_PATH("/a/c"));
+    EXPECT_FALSE(FIO_PATH("/a/c") == FIO_PATH("/a/C"));
+
+    const FIO_PATH empty("");
+    EXPECT_TRUE(empty.is_empty());
+    EXPECT_TRUE(FIO_PATH().is_empty());
+    EXPECT_EQ(empty.get_directory(), "");
+    EXPECT_EQ(empty.get_base_name(), "");
+    EXPECT_EQ(empty.get_extension(), "");
+}
+
+TEST_F(FioTest, PathFromPartsAndSetters)
+{
+    EXPECT_EQ(FIO_PATH("/out", "design", "jic").get_full_path(), "/out/design.jic");
+    EXPECT_EQ(FIO_PATH("/out/", "design", ".jic").get_full_path(), "/out/design.jic");
+    EXPECT_EQ(FIO_PATH("/out", "design", "").get_full_path(), "/out/design");
+    EXPECT_EQ(FIO_PATH("rel", "design", "pof").get_full_path(), (m_dir / "rel/design.pof").string());
+    EXPECT_TRUE(FIO_PATH("", "", "").is_empty());
+
+    FIO_PATH path("/x/design.sof");
+    path.set_extension("pof");
+    EXPECT_EQ(path.get_full_path(), "/x/design.pof");
+    path.set_base_name("top.v2");
+    EXPECT_EQ(path.get_full_path(), "/x/top.v2.pof");
+    EXPECT_EQ(path.get_base_name(), "top.v2");
+    path.set_directory("out/../gen");
+    EXPECT_EQ(path.get_full_path(), (m_dir / "gen/top.v2.pof").string());
+    path.set_extension("");
+    EXPECT_EQ(path.get_full_path(), (m_dir / "gen/top.v2").string());
+    // With the extension gone, the former inner extension becomes the last one.
+    EXPECT_EQ(path.get_extension(), "v2");
+
+    FIO_PATH empty;
+    empty.set_extension("sof");
+    EXPECT_TRUE(empty.is_empty());
+}
+
+// ---- File system -------------------------------------------------------------------------------
+
+TEST_F(FioTest, FileSystemQueries)
+{
+    write_bytes(m_dir / "file.txt", "x");
+    const FIO_PATH dir(m_dir.string());
+    const FIO_PATH file((m_dir / "file.txt").string());
+    const FIO_PATH missing((m_dir / "missing").string());
+
+    EXPECT_TRUE(FIO_FILE_SYSTEM::exists(dir));
+    EXPECT_TRUE(FIO_FILE_SYSTEM::exists(file));
+    EXPECT_FALSE(FIO_FILE_SYSTEM::exists(missing));
+    EXPECT_FALSE(FIO_FILE_SYSTEM::exists(FIO_PATH()));
+    EXPECT_TRUE(FIO_FILE_SYSTEM::is_directory(dir));
+    EXPECT_FALSE(FIO_FILE_SYSTEM::is_directory(file));
+    EXPECT_TRUE(FIO_FILE_SYSTEM::is_writable_directory(dir));
+    EXPECT_FALSE(FIO_FILE_SYSTEM::is_writable_directory(file));
+    EXPECT_FALSE(FIO_FILE_SYSTEM::is_writable_directory(missing));
+
+    if (geteuid() != 0) // the superuser may write anywhere
+    {
+        fs::create_directory(m_dir / "locked");
+        fs::permissions(m_dir / "locked", fs::perms::owner_read | fs::perms::owner_exec);
+        EXPECT_FALSE(FIO_FILE_SYSTEM::is_writable_directory(FIO_PATH((m_dir / "locked").string())));
+        fs::permissions(m_dir / "locked", fs::perms::owner_all);
+    }
+}
+
+TEST_F(FioTest, DataDirectory)
+{
+    const char* saved = std::getenv("CORVANE_DATA_DIR");
+    const std::string saved_value = saved != nullptr ? saved : "";
+
+    setenv("CORVANE_DATA_DIR", m_dir.c_str(), 1);
+    EXPECT_EQ(fio_get_data_directory(), m_dir.string());
+
+    // An empty setting counts as unset: a directory that holds the schema is found.
+    setenv("CORVANE_DATA_DIR", "", 1);
+    const std::string found = fio_get_data_directory();
+    EXPECT_NE(found, "");
+    EXPECT_TRUE(fs::exists(fs::path(found) / "xsd" / "zeb.xsd")) << found;
+
+    if (saved != nullptr)
+        setenv("CORVANE_DATA_DIR", saved_value.c_str(), 1);
+    else
+        unsetenv("CORVANE_DATA_DIR");
+}
+
+// ---- Streams -----------------------------------------------------------------------------------
+
+TEST_F(FioTest, OutputStreamReplacesOnlyOnCommit)
+{
+    const fs::path target = m_dir / "out.zeb";
+    write_bytes(target, "old content\n");
+    const fs::perms mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
+    fs::permissions(target, mode);
+    {
+        HTL_ZOFSTREAM out(target.string());
+        ASSERT_TRUE(out.is_open()) << out.error();
+        out.stream() << "new content\n";
+        out.stream().flush();
+        EXPECT_EQ(read_bytes(target), "old content\n");
+        EXPECT_EQ(entries().size(), 2u); // the target and the temporary file beside it
+    }
+    EXPECT_EQ(read_bytes(target), "old content\n");
+    EXPECT_EQ(entries(), std::set<std::string>{"out.zeb"});
+
+    HTL_ZOFSTREAM out(target.string());
+    out.stream() << "new content\n";
+    ASSERT_TRUE(out.commit()) << out.error();
+    EXPECT_EQ(read_bytes(target), "new content\n");
+    EXPECT_EQ(entries(), std::set<std::string>{"out.zeb"});
+    EXPECT_FALSE(out.is_open());
+    EXPECT_EQ(fs::status(target).permissions() & fs::perms::all, mode);
+    // Committing twice is refused and leaves the file as it is.
+    EXPECT_FALSE(out.commit());
+    EXPECT_FALSE(out.error().empty());
+    EXPECT_EQ(read_bytes(target), "new content\n");
+}
+
+TEST_F(FioTest, OutputStreamFailsCleanlyWhereNothingCanBeWritten)
+{
+    for (const fs::path& target : {m_dir / "no" / "such" / "dir" / "out.rpd", m_dir, fs::path()})
+    {
+        HTL_ZOFSTREAM out(target.string());
+        EXPECT_FALSE(out.is_open()) << target;
+        EXPECT_FALSE(out.error().empty()) << target;
+        out.stream() << "ignored";
+        EXPECT_TRUE(out.stream().bad());
+        EXPECT_FALSE(out.commit()) << target;
+    }
+    EXPECT_TRUE(entries().empty());
+}
+
+TEST_F(FioTest, CompressedRoundTrip)
+{
+    // More than one internal buffer's worth, with lines of varying length.
+    std::string text;
+    for (int i = 0; i < 20000; ++i)
+        text += "line " + std::to_string(i) + std::string(static_cast<size_t>(i % 17), '#') + "\n";
+
+    const fs::path target = m_dir / "big.zeb";
+    {
+        HTL_ZOFSTREAM out(target.string(), true);
+        ASSERT_TRUE(out.is_open()) << out.error();
+        out.stream() << text;
+        ASSERT_TRUE(out.commit()) << out.error();
+    }
+    const std::string raw = read_bytes(target);
+    ASSERT_GE(raw.size(), 2u);
+    EXPECT_EQ(static_cast<unsigned char>(raw[0]), 0x1f);
+    EXPECT_EQ(static_cast<unsigned char>(raw[1]), 0x8b);
+    EXPECT_LT(raw.size(), text.size());
+
+    HTL_ZIFSTREAM in(target.string());
+    ASSERT_TRUE(in.is_open());
+    EXPECT_EQ(read_all(in), text);
+}
+
+TEST_F(FioTest, InputStreamReadsPlainAndEmptyFiles)
+{
+    write_bytes(m_dir / "plain.txt", "\x1f not gzip\nsecond line");
+    HTL_ZIFSTREAM plain((m_dir / "plain.txt").string());
+    ASSERT_TRUE(plain.is_open());
+    EXPECT_EQ(read_all(plain), "\x1f not gzip\nsecond line");
+
+    write_bytes(m_dir / "empty", "");
+    HTL_ZIFSTREAM empty((m_dir / "empty").string());
+    ASSERT_TRUE(empty.is_open());
+    std::string line;
+    EXPECT_FALSE(std::getline(empty.stream(), line));
+    EXPECT_FALSE(empty.stream().bad());
+}
+
+TEST_F(FioTest, InputStreamRejectsMissingAndDamagedFiles)
+{
+    HTL_ZIFSTREAM missing((m_dir / "missing.zeb").string());
+    EXPECT_FALSE(missing.is_open());
+    std::string line;
+    EXPECT_FALSE(std::getline(missing.stream(), line));
+
+    HTL_ZIFSTREAM directory(m_dir.string());
+    EXPECT_FALSE(directory.is_open());
+
+    // A compressed file cut short must not read as a complete, shorter one.
+    const fs::path target = m_dir / "cut.zeb";
+    {
+        HTL_ZOFSTREAM out(target.string(), true);
+        for (int i = 0; i < 5000; ++i)
+            out.stream() << "row " << i << '\n';
+        ASSERT_TRUE(out.commit());
+    }
+    const std::string whole = read_bytes(target);
+    write_bytes(target, whole.substr(0, whole.size() / 2));
+    HTL_ZIFSTREAM cut(target.string());
+    ASSERT_TRUE(cut.is_open());
+    while (std::getline(cut.stream(), line))
+    {
+    }
+    EXPECT_TRUE(cut.stream().bad());
+}

@@ -1,0 +1,293 @@
+// SPDX-License-Identifier: Apache-2.0
+// Switch store: file layers and overrides, line syntax, keyed switches and expiry dates.
+#include "pgm/zeb/platform/ini/pgm_common_ini.h"
+#include "pgm/zeb/platform/msg/msg.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+// Runs each case in a fresh working directory with no switch file named by the environment.
+class IniTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_old_cwd = fs::current_path();
+        char pattern[] = "/tmp/corvane_ini_XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        m_dir = pattern;
+        fs::current_path(m_dir);
+        unsetenv("CORVANE_INI");
+        PGM_COMMON_INI::reload();
+    }
+
+    void TearDown() override
+    {
+        fs::current_path(m_old_cwd);
+        fs::remove_all(m_dir);
+        unsetenv("CORVANE_INI");
+        PGM_COMMON_INI::reload();
+    }
+
+    void write(const fs::path& path, const std::string& text)
+    {
+        std::ofstream out(path, std::ios::binary);
+        out << text;
+    }
+
+    fs::path m_old_cwd;
+    fs::path m_dir;
+};
+
+std::tm date(int year, int month, int day)
+{
+    std::tm value{};
+    value.tm_year = year - 1900;
+    value.tm_mon = month - 1;
+    value.tm_mday = day;
+    return value;
+}
+
+const char* timing_switch_name()
+{
+    return PGM_COMMON_INI::find_keyed_switch(PGM_COMMON_INI_TYPE_ENCRYPTED_TIMING_BOOLEAN, 1)->name;
+}
+
+} // namespace
+
+TEST_F(IniTest, LaterLayersWin)
+{
+    write("corvane.ini", "ONLY_CWD=cwd\nSHARED=cwd\n");
+    write(m_dir / "named.ini", "SHARED=named\nONLY_NAMED=named\n");
+    setenv("CORVANE_INI", (m_dir / "named.ini").c_str(), 1);
+    PGM_COMMON_INI::reload();
+
+    EXPECT_EQ(PGM_COMMON_INI::get_value("ONLY_CWD"), "cwd");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("ONLY_NAMED"), "named");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("SHARED"), "named");
+
+    PGM_COMMON_INI::set_value("SHARED", "override");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("SHARED"), "override");
+    PGM_COMMON_INI::clear_value("SHARED");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("SHARED"), "named");
+
+    // A named file that does not exist leaves the working directory's file in force.
+    setenv("CORVANE_INI", (m_dir / "missing.ini").c_str(), 1);
+    PGM_COMMON_INI::reload();
+    EXPECT_EQ(PGM_COMMON_INI::get_value("SHARED"), "cwd");
+    EXPECT_FALSE(PGM_COMMON_INI::get_value("ONLY_NAMED").has_value());
+}
+
+TEST_F(IniTest, FilesAreReadOnceUntilReload)
+{
+    write("corvane.ini", "NAME=first\n");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("NAME"), "first");
+    write("corvane.ini", "NAME=second\n");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("NAME"), "first");
+    PGM_COMMON_INI::set_value("OTHER", "x");
+    PGM_COMMON_INI::reload();
+    EXPECT_EQ(PGM_COMMON_INI::get_value("NAME"), "second");
+    EXPECT_FALSE(PGM_COMMON_INI::get_value("OTHER").has_value());
+}
+
+TEST_F(IniTest, LineSyntax)
+{
+    write("corvane.ini", "#HASH=commented out\r\n"
+                         "; SEMI = commented out\n"
+                         "\n"
+                         "   \t\n"
+                         "  SPACED  =  value with inner blanks  \r\n"
+                         "EQUALS=a=b\n"
+                         "EMPTY=\n"
+                         "NO_EQUALS_SIGN\n"
+                         "=no name\n"
+                         "   # indented comment = not a switch\n"
+                         "REPEATED=1\n"
+                         "REPEATED=2\n"
+                         "LAST=no newline at end");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("SPACED"), "value with inner blanks");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("EQUALS"), "a=b");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("EMPTY"), "");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("REPEATED"), "2");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("LAST"), "no newline at end");
+    EXPECT_FALSE(PGM_COMMON_INI::get_value("NO_EQUALS_SIGN").has_value());
+    EXPECT_FALSE(PGM_COMMON_INI::get_value("").has_value());
+    EXPECT_FALSE(PGM_COMMON_INI::get_value("# indented comment").has_value());
+    EXPECT_FALSE(PGM_COMMON_INI::get_value("#HASH").has_value());
+    EXPECT_FALSE(PGM_COMMON_INI::get_value("; SEMI").has_value());
+    // Names are case-sensitive.
+    EXPECT_FALSE(PGM_COMMON_INI::get_value("spaced").has_value());
+}
+
+TEST(IniText, OnTexts)
+{
+    for (const char* on : {"ON", "on", "On", "1", "true", "TRUE", "True", "yes", "YES", " on "})
+        EXPECT_TRUE(PGM_COMMON_INI::is_on_text(on)) << on;
+    for (const char* off : {"", "OFF", "off", "0", "false", "no", "2", "onn", "y", "ON@2030-01-01"})
+        EXPECT_FALSE(PGM_COMMON_INI::is_on_text(off)) << off;
+}
+
+TEST(IniKeyedSwitches, TableIsConsistent)
+{
+    struct EXPECTED
+    {
+        PGM_COMMON_INI_TYPE type;
+        uint32_t key;
+    };
+    // The (type, key) pairs that command parameters are gated by.
+    const EXPECTED used[] = {
+        {PGM_COMMON_INI_TYPE_BOOLEAN, 3},
+        {PGM_COMMON_INI_TYPE_BOOLEAN, 6},
+        {PGM_COMMON_INI_TYPE_BOOLEAN, 7},
+        {PGM_COMMON_INI_TYPE_ENCRYPTED_BOOLEAN, 5},
+        {PGM_COMMON_INI_TYPE_ENCRYPTED_TIMING_BOOLEAN, 1},
+    };
+    std::set<std::string> names;
+    for (const EXPECTED& e : used)
+    {
+        const PGM_COMMON_INI_KEYED_SWITCH* row = PGM_COMMON_INI::find_keyed_switch(e.type, e.key);
+        ASSERT_NE(row, nullptr) << e.type << "/" << e.key;
+        EXPECT_EQ(row->type, e.type);
+        EXPECT_EQ(row->key, e.key);
+        ASSERT_NE(row->name, nullptr);
+        const std::string name = row->name;
+        EXPECT_EQ(name.rfind("ZEB_ENABLE_", 0), 0u) << name;
+        for (char c : name)
+            EXPECT_TRUE(std::isupper(static_cast<unsigned char>(c)) || c == '_') << name;
+        EXPECT_TRUE(names.insert(name).second) << "duplicate " << name;
+        // Only the type-1 switch has a second, older name.
+        if (e.type == PGM_COMMON_INI_TYPE_ENCRYPTED_BOOLEAN)
+        {
+            ASSERT_NE(row->legacy_name, nullptr);
+            EXPECT_TRUE(names.insert(row->legacy_name).second) << "duplicate " << row->legacy_name;
+        }
+        else
+            EXPECT_EQ(row->legacy_name, nullptr) << name;
+    }
+    // Same key under another type, and unknown keys, have no row.
+    EXPECT_EQ(PGM_COMMON_INI::find_keyed_switch(PGM_COMMON_INI_TYPE_BOOLEAN, 5), nullptr);
+    EXPECT_EQ(PGM_COMMON_INI::find_keyed_switch(PGM_COMMON_INI_TYPE_ENCRYPTED_BOOLEAN, 3), nullptr);
+    EXPECT_EQ(PGM_COMMON_INI::find_keyed_switch(PGM_COMMON_INI_TYPE_NONE, 0), nullptr);
+    EXPECT_EQ(PGM_COMMON_INI::find_keyed_switch(PGM_COMMON_INI_TYPE_BOOLEAN, 0), nullptr);
+}
+
+TEST_F(IniTest, BooleanSwitchesAndDefaults)
+{
+    const char* name = PGM_COMMON_INI::find_keyed_switch(PGM_COMMON_INI_TYPE_BOOLEAN, 3)->name;
+    EXPECT_FALSE(PGM_COMMON_INI::get_boolean(3, false));
+    EXPECT_TRUE(PGM_COMMON_INI::get_boolean(3, true));
+    write("corvane.ini", std::string(name) + "=on\n");
+    PGM_COMMON_INI::reload();
+    EXPECT_TRUE(PGM_COMMON_INI::get_boolean(3, false));
+    // A switch that is set to an off text is off whatever the default.
+    PGM_COMMON_INI::set_value(name, "OFF");
+    EXPECT_FALSE(PGM_COMMON_INI::get_boolean(3, true));
+
+    // Unknown keys give the default for every type.
+    EXPECT_TRUE(PGM_COMMON_INI::get_boolean(99, true));
+    EXPECT_FALSE(PGM_COMMON_INI::get_boolean(99, false));
+    EXPECT_TRUE(PGM_COMMON_INI::get_encrypted_boolean(99, true, true));
+    std::string expiry = "stale";
+    EXPECT_TRUE(PGM_COMMON_INI::get_encrypted_timing_boolean(99, true, true, false, nullptr, &expiry));
+    EXPECT_EQ(expiry, "");
+}
+
+TEST_F(IniTest, EncryptedBooleanHonoursCurrentAndLegacyName)
+{
+    const PGM_COMMON_INI_KEYED_SWITCH* row =
+        PGM_COMMON_INI::find_keyed_switch(PGM_COMMON_INI_TYPE_ENCRYPTED_BOOLEAN, 5);
+    ASSERT_NE(row, nullptr);
+    write("corvane.ini", std::string(row->legacy_name) + "=1\n");
+    EXPECT_TRUE(PGM_COMMON_INI::get_encrypted_boolean(5, false, false));
+    EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_boolean(5, false, true));
+
+    PGM_COMMON_INI::set_value(row->name, "yes");
+    PGM_COMMON_INI::set_value(row->legacy_name, "no");
+    EXPECT_TRUE(PGM_COMMON_INI::get_encrypted_boolean(5, false, true));
+    EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_boolean(5, true, false));
+}
+
+TEST_F(IniTest, TimingSwitchIsOnUntilItsLastDay)
+{
+    const std::tm today = date(2024, 3, 15);
+    std::string expiry;
+    const auto timing = [&](bool honour)
+    { return PGM_COMMON_INI::get_encrypted_timing_boolean(1, false, honour, false, &today, &expiry); };
+
+    EXPECT_FALSE(timing(true));
+    EXPECT_TRUE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, true, true, false, &today, nullptr));
+
+    PGM_COMMON_INI::set_value(timing_switch_name(), "ON");
+    EXPECT_TRUE(timing(true));
+    EXPECT_EQ(expiry, "");
+
+    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2024-03-15");
+    EXPECT_TRUE(timing(true));
+    EXPECT_EQ(expiry, "2024-03-15");
+
+    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2024-03-14");
+    EXPECT_FALSE(timing(true));
+    EXPECT_TRUE(timing(false));
+    EXPECT_EQ(expiry, "2024-03-14");
+
+    // Later years and months compare as later, whatever the day.
+    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2025-01-01");
+    EXPECT_TRUE(timing(true));
+    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2024-02-29");
+    EXPECT_FALSE(timing(true));
+    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2024-04-01");
+    EXPECT_TRUE(timing(true));
+
+    PGM_COMMON_INI::set_value(timing_switch_name(), "OFF@2099-01-01");
+    EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, true, true, false, &today, &expiry));
+}
+
+TEST_F(IniTest, TimingSwitchWithMalformedDateIsOff)
+{
+    const std::tm today = date(2024, 3, 15);
+    for (const char* value : {"ON@2024-02-30", "ON@2023-02-29", "ON@2024-13-01", "ON@2024-00-10", "ON@24-3-1",
+                              "ON@2024/12/31", "ON@", "ON@2024-12-31x", "ON@tomorrow"})
+    {
+        PGM_COMMON_INI::set_value(timing_switch_name(), value);
+        EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, true, true, false, &today, nullptr)) << value;
+        EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, true, false, false, &today, nullptr)) << value;
+    }
+    // A leap day is a real date.
+    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2028-02-29");
+    EXPECT_TRUE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, false, true, false, &today, nullptr));
+}
+
+TEST_F(IniTest, ExpiredTimingSwitchIsReportedOnlyWhenAsked)
+{
+    const std::tm today = date(2030, 1, 1);
+    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2029-12-31");
+    MSG_CAPTURE_SINK capture;
+    EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, false, true, false, &today, nullptr));
+    const size_t quiet_lines = capture.debug_lines().size();
+    EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, false, true, true, &today, nullptr));
+    ASSERT_EQ(capture.debug_lines().size(), quiet_lines + 1);
+    const std::string& line = capture.debug_lines().back();
+    EXPECT_NE(line.find(timing_switch_name()), std::string::npos);
+    EXPECT_NE(line.find("2029-12-31"), std::string::npos);
+}
+
+TEST_F(IniTest, CfgIsOn)
+{
+    write("corvane.ini", "ZEB_ALWAYS_ALLOW_SAVE_FILE=On\nSOMETHING_OFF=0\n");
+    EXPECT_TRUE(cfg_is_on("ZEB_ALWAYS_ALLOW_SAVE_FILE"));
+    EXPECT_FALSE(cfg_is_on("SOMETHING_OFF"));
+    EXPECT_FALSE(cfg_is_on("NOT_SET_ANYWHERE"));
+    PGM_COMMON_INI::set_value("ZEB_ALWAYS_ALLOW_SAVE_FILE", "false");
+    EXPECT_FALSE(cfg_is_on("ZEB_ALWAYS_ALLOW_SAVE_FILE"));
+}

@@ -1,0 +1,251 @@
+// SPDX-License-Identifier: Apache-2.0
+// Message library: formatting, registry, sinks, internal errors and the debug log.
+#include "pgm/zeb/platform/msg/msg.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+// Numbers far from those of the library's own modules.
+constexpr MSG_RECORD TEST_MESSAGES[] = {
+    {990001, "ETEST_TWO_ARGUMENTS", MSG_KIND_ERROR, "File %1!s! is corrupted. %2!s!"},
+    {990002, "WTEST_WARNING", MSG_KIND_WARNING, "Watch out for %1!s!"},
+    {990003, "ITEST_INFO", MSG_KIND_INFO, "Saved %1!s!"},
+};
+
+void register_test_messages()
+{
+    msg_register_table(TEST_MESSAGES, std::size(TEST_MESSAGES));
+}
+
+// A sink that keeps the default debug gating, to observe what the level lets through.
+class COUNTING_SINK : public MSG_SINK
+{
+public:
+    void post(const MSG_POSTED&) override {}
+    void debug(std::string_view, int level, std::string_view line) override
+    {
+        levels.push_back(level);
+        lines.emplace_back(line);
+    }
+    std::vector<int> levels;
+    std::vector<std::string> lines;
+};
+
+} // namespace
+
+TEST(MsgFormat, ArgumentsReorderedRepeatedAndMissing)
+{
+    EXPECT_EQ(msg_format("%2!s! before %1!s!", {"a", "b"}), "b before a");
+    EXPECT_EQ(msg_format("%1!s%1!s!-%1!s!", {"x"}), "%1!sx-x");
+    // Placeholders beyond the arguments, number zero and other printf-like texts stay as written.
+    EXPECT_EQ(msg_format("%1!s! and %3!s!", {"one", "two"}), "one and %3!s!");
+    EXPECT_EQ(msg_format("%0!s! %1!d! 100% %s %", {"arg"}), "%0!s! %1!d! 100% %s %");
+    // An argument is inserted as it stands, even when it looks like a placeholder itself.
+    EXPECT_EQ(msg_format("%1!s!|%2!s!", {"%2!s!", "b"}), "%2!s!|b");
+}
+
+TEST(MsgFormat, MultiDigitPlaceholders)
+{
+    std::vector<std::string> args;
+    for (int i = 1; i <= 12; ++i)
+        args.push_back("a" + std::to_string(i));
+    EXPECT_EQ(msg_format("%10!s!,%12!s!,%1!s!0", args), "a10,a12,a10");
+    EXPECT_EQ(msg_format("%13!s!", args), "%13!s!");
+}
+
+TEST(MsgRegistry, PostFillsTheRecordIntoTheCurrentSink)
+{
+    register_test_messages();
+    MSG_CAPTURE_SINK capture;
+    msg_post(990001, {"design.sof", "Bad header."});
+    msg_post(990002);
+    ASSERT_EQ(capture.messages().size(), 2u);
+    const MSG_POSTED& first = capture.messages()[0];
+    EXPECT_EQ(first.number, 990001);
+    EXPECT_EQ(first.identifier, "ETEST_TWO_ARGUMENTS");
+    EXPECT_EQ(first.kind, MSG_KIND_ERROR);
+    EXPECT_EQ(first.text, "File design.sof is corrupted. Bad header.");
+    EXPECT_EQ(capture.messages()[1].kind, MSG_KIND_WARNING);
+    EXPECT_EQ(capture.messages()[1].text, "Watch out for %1!s!");
+    EXPECT_EQ(capture.count("ETEST_TWO_ARGUMENTS"), 1u);
+    EXPECT_EQ(capture.count("ENOT_POSTED"), 0u);
+    capture.clear();
+    EXPECT_TRUE(capture.messages().empty());
+}
+
+TEST(MsgRegistry, RegisteringTwiceIsHarmlessButAConflictIsAnInternalError)
+{
+    register_test_messages();
+    register_test_messages();
+    const MSG_RECORD conflicting[] = {
+        {990010, "ETEST_FRESH", MSG_KIND_ERROR, "would be new"},
+        {990001, "ETEST_OTHER", MSG_KIND_ERROR, "different text"},
+    };
+    MSG_CAPTURE_SINK capture;
+    EXPECT_THROW(msg_register_table(conflicting, std::size(conflicting)), MSG_INTERNAL_ERROR);
+    // Nothing of a conflicting table is registered, and the old row stands.
+    EXPECT_EQ(msg_find(990010), nullptr);
+    ASSERT_NE(msg_find(990001), nullptr);
+    EXPECT_STREQ(msg_find(990001)->identifier, "ETEST_TWO_ARGUMENTS");
+}
+
+TEST(MsgRegistry, UnregisteredNumberIsAnInternalError)
+{
+    MSG_CAPTURE_SINK capture;
+    EXPECT_EQ(msg_find(987654), nullptr);
+    try
+    {
+        msg_post(987654, {"x"});
+        FAIL() << "posting an unregistered number must throw";
+    }
+    catch (const MSG_INTERNAL_ERROR& error)
+    {
+        EXPECT_NE(std::string(error.what()).find("987654"), std::string::npos);
+    }
+    EXPECT_TRUE(capture.messages().empty());
+}
+
+TEST(MsgSinks, CaptureSinksNestAndRestore)
+{
+    register_test_messages();
+    MSG_SINK* original = msg_get_sink();
+    {
+        MSG_CAPTURE_SINK outer;
+        EXPECT_EQ(msg_get_sink(), &outer);
+        {
+            MSG_CAPTURE_SINK inner;
+            EXPECT_EQ(msg_get_sink(), &inner);
+            msg_post(990003, {"inner"});
+            EXPECT_EQ(inner.messages().size(), 1u);
+            EXPECT_TRUE(outer.messages().empty());
+        }
+        EXPECT_EQ(msg_get_sink(), &outer);
+        msg_post(990003, {"outer"});
+        ASSERT_EQ(outer.messages().size(), 1u);
+        EXPECT_EQ(outer.messages()[0].text, "Saved outer");
+    }
+    EXPECT_EQ(msg_get_sink(), original);
+
+    // nullptr stands for the default stream sink.
+    MSG_CAPTURE_SINK mine;
+    EXPECT_EQ(msg_set_sink(nullptr), &mine);
+    EXPECT_NE(dynamic_cast<MSG_STREAM_SINK*>(msg_get_sink()), nullptr);
+    msg_set_sink(&mine);
+}
+
+TEST(MsgSinks, StreamSinkPrintsKindAndNumber)
+{
+    register_test_messages();
+    MSG_STREAM_SINK sink;
+    MSG_SINK* previous = msg_set_sink(&sink);
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    msg_post(990001, {"a.sof", "Why."});
+    msg_post(990002, {"this"});
+    msg_post(990003, {"b.zeb"});
+    sink.debug("ZEB_COMMON", 2, "a debug line");
+    const std::string err = testing::internal::GetCapturedStderr();
+    const std::string out = testing::internal::GetCapturedStdout();
+    msg_set_sink(previous);
+    EXPECT_EQ(err, "Error (990001): File a.sof is corrupted. Why.\nWarning (990002): Watch out for this\n"
+                   "[ZEB_COMMON] a debug line\n");
+    EXPECT_EQ(out, "Info (990003): Saved b.zeb\n");
+}
+
+TEST(MsgInternalError, CarriesConditionModuleSourceAndLine)
+{
+    MSG_CAPTURE_SINK capture;
+    int expected_line = 0;
+    try
+    {
+        const int value = 3;
+        expected_line = __LINE__ + 1;
+        MSG_ASSERT_AT(value == 4, "TEST_MODULE", "tests/zeb/platform/test_msg");
+        FAIL() << "a false condition must throw";
+    }
+    catch (const std::logic_error& error)
+    {
+        const auto* internal = dynamic_cast<const MSG_INTERNAL_ERROR*>(&error);
+        ASSERT_NE(internal, nullptr);
+        EXPECT_STREQ(error.what(), "value == 4");
+        EXPECT_EQ(internal->condition(), "value == 4");
+        EXPECT_EQ(internal->module(), "TEST_MODULE");
+        EXPECT_EQ(internal->source(), "tests/zeb/platform/test_msg");
+        EXPECT_EQ(internal->line(), expected_line);
+    }
+    ASSERT_EQ(capture.debug_lines().size(), 1u);
+    const std::string& line = capture.debug_lines()[0];
+    EXPECT_NE(line.find("tests/zeb/platform/test_msg:" + std::to_string(expected_line)), std::string::npos);
+    EXPECT_NE(line.find("value == 4"), std::string::npos);
+
+    EXPECT_NO_THROW(MSG_ASSERT_AT(expected_line > 0, "TEST_MODULE", "here"));
+    try
+    {
+        MSG_INTERNAL_ERROR_AT("paths.size() == 1", "ZEB_COMMON", "pgm/zeb/zeb_util");
+        FAIL() << "MSG_INTERNAL_ERROR_AT must throw";
+    }
+    catch (const MSG_INTERNAL_ERROR& error)
+    {
+        EXPECT_STREQ(error.what(), "paths.size() == 1");
+        EXPECT_EQ(error.module(), "ZEB_COMMON");
+    }
+}
+
+TEST(MsgDebug, LevelGatesTheDefaultSink)
+{
+    COUNTING_SINK sink;
+    MSG_SINK* previous = msg_set_sink(&sink);
+    msg_set_debug_level(0);
+    msg_local_vdebug("ZEB_COMMON", 1, "off %d", 1);
+    EXPECT_TRUE(sink.lines.empty());
+
+    msg_set_debug_level(2);
+    msg_local_vdebug("ZEB_COMMON", 1, "level %d", 1);
+    msg_local_vdebug("ZEB_COMMON", 2, "level %d", 2);
+    msg_local_vdebug("ZEB_COMMON", 3, "level %d", 3);
+    EXPECT_EQ(sink.levels, (std::vector<int>{1, 2}));
+    EXPECT_EQ(sink.lines, (std::vector<std::string>{"level 1", "level 2"}));
+
+    msg_set_debug_level(0);
+    msg_set_sink(previous);
+}
+
+TEST(MsgDebug, CaptureTakesEveryLevelAndLongLines)
+{
+    msg_set_debug_level(0);
+    MSG_CAPTURE_SINK capture;
+    const std::string long_text(5000, 'z');
+    msg_local_vdebug("ZEB_COMMON", 9, "Parse ZEB %s ... ", "a.zeb");
+    msg_local_vdebug("ZEB_COMMON", 2, "<%s>", long_text.c_str());
+    ASSERT_EQ(capture.debug_lines().size(), 2u);
+    EXPECT_EQ(capture.debug_lines()[0], "Parse ZEB a.zeb ... ");
+    EXPECT_EQ(capture.debug_lines()[1], "<" + long_text + ">");
+}
+
+// The environment is read once per process, so each case runs in a fresh child process.
+TEST(MsgDebugDeathTest, LevelComesFromTheEnvironment)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto level_for = [](const char* text)
+    {
+        setenv("CORVANE_DEBUG", text, 1);
+        std::exit(msg_debug_level());
+    };
+    EXPECT_EXIT(level_for("3"), testing::ExitedWithCode(3), "");
+    EXPECT_EXIT(level_for("2x"), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(level_for("-4"), testing::ExitedWithCode(0), "");
+    // An explicit level wins over the environment.
+    EXPECT_EXIT(
+        {
+            setenv("CORVANE_DEBUG", "5", 1);
+            msg_set_debug_level(1);
+            std::exit(msg_debug_level());
+        },
+        testing::ExitedWithCode(1), "");
+}
