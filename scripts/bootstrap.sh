@@ -9,6 +9,7 @@ packages=(
     libxml2-dev libxml2-utils
     zlib1g-dev libssl-dev
     libgtest-dev libgmock-dev libbenchmark-dev
+    nlohmann-json3-dev
 )
 
 missing=()

@@ -1,1 +1,167 @@
-int main(){}
+// SPDX-License-Identifier: Apache-2.0
+// The `corvane` executable: dispatches to one mode through the table below.
+#include "cli.h"
+
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+
+namespace
+{
+
+int mode_help(const CLI_ARGS& args);
+int mode_version(const CLI_ARGS& args);
+
+// One row per mode. The default mode (flag nullptr) handles setup documents.
+constexpr CLI_MODE k_modes[] = {
+    {nullptr, cli_mode_setup, "corvane [--save OUT.zeb] [--ini NAME=VALUE]... SETUP.zeb...",
+     "Reads each setup document, validates it against the schema and normalises it. With --save the "
+     "(single) document is written to OUT.zeb; the file is replaced only when it was written "
+     "completely. --ini sets a configuration switch for this run (see docs/switches.md)."},
+    // -- end of modes (add one row per mode above this line)
+    {"--help", mode_help, "corvane --help", "Prints this text."},
+    {"--version", mode_version, "corvane --version", "Prints the version."},
+};
+
+void print_wrapped(const char* text, size_t indent, size_t width)
+{
+    std::string line;
+    std::string word;
+    const std::string pad(indent, ' ');
+    auto flush_word = [&] {
+        if (word.empty())
+            return;
+        if (!line.empty() && pad.size() + line.size() + 1 + word.size() > width)
+        {
+            std::cout << pad << line << '\n';
+            line.clear();
+        }
+        line += (line.empty() ? "" : " ") + word;
+        word.clear();
+    };
+    for (const char* p = text; *p; ++p)
+    {
+        if (*p == ' ')
+            flush_word();
+        else
+            word += *p;
+    }
+    flush_word();
+    if (!line.empty())
+        std::cout << pad << line << '\n';
+}
+
+int mode_help(const CLI_ARGS&)
+{
+    std::cout << "NAME\n"
+                 "    corvane - make FPGA programming files from setup documents\n"
+                 "\n"
+                 "SYNOPSIS\n";
+    for (const CLI_MODE& mode : k_modes)
+        std::cout << "    " << mode.synopsis << '\n';
+    std::cout << "\nDESCRIPTION\n";
+    print_wrapped("corvane reads setup documents (.zeb, XML) that name the configuration mode, the input "
+                  "bitstreams and raw data files, the output files to make, the flash devices with their "
+                  "partitions, and the assignments of inputs to partitions.",
+                  4, 100);
+    std::cout << "\nMODES\n";
+    for (const CLI_MODE& mode : k_modes)
+    {
+        std::cout << "    " << mode.synopsis << '\n';
+        print_wrapped(mode.description, 8, 100);
+        std::cout << '\n';
+    }
+    std::cout << "EXIT STATUS\n"
+                 "    0 success, 1 the work failed (the messages say why), 2 bad usage.\n"
+                 "\n"
+                 "ENVIRONMENT\n"
+                 "    CORVANE_DATA_DIR  directory holding xsd/zeb.xsd and the device catalogue\n"
+                 "    CORVANE_INI       switch file read after ./corvane.ini\n"
+                 "    CORVANE_DEBUG     debug log level (2 shows the library's progress lines)\n";
+    return CLI_OK;
+}
+
+int mode_version(const CLI_ARGS&)
+{
+    std::cout << "corvane " << CORVANE_VERSION << '\n';
+    return CLI_OK;
+}
+
+} // namespace
+
+int cli_usage_error(std::string_view text)
+{
+    std::cerr << "corvane: " << text << "\nTry 'corvane --help' for more information.\n";
+    return CLI_USAGE;
+}
+
+bool cli_split_options(const CLI_ARGS& args, const std::vector<std::string_view>& with_value,
+                       const std::vector<std::string_view>& flags, std::vector<CLI_OPTION>& options,
+                       std::vector<std::string>& positional)
+{
+    auto listed = [](const std::vector<std::string_view>& list, std::string_view name) {
+        for (std::string_view entry : list)
+            if (entry == name)
+                return true;
+        return false;
+    };
+    for (size_t i = 0; i < args.size(); ++i)
+    {
+        const std::string& arg = args[i];
+        if (arg.size() < 2 || arg.compare(0, 2, "--") != 0)
+        {
+            positional.push_back(arg);
+            continue;
+        }
+        if (arg == "--")
+        {
+            positional.insert(positional.end(), args.begin() + static_cast<long>(i) + 1, args.end());
+            break;
+        }
+        const size_t eq = arg.find('=');
+        const std::string name = arg.substr(0, eq);
+        if (listed(with_value, name))
+        {
+            std::string value;
+            if (eq != std::string::npos)
+                value = arg.substr(eq + 1);
+            else if (i + 1 < args.size())
+                value = args[++i];
+            else
+            {
+                cli_usage_error("option '" + name + "' needs a value");
+                return false;
+            }
+            options.push_back({name, value});
+        }
+        else if (listed(flags, name) && eq == std::string::npos)
+            options.push_back({name, ""});
+        else
+        {
+            cli_usage_error("unknown option '" + arg + "'");
+            return false;
+        }
+    }
+    return true;
+}
+
+int main(int argc, char** argv)
+{
+    CLI_ARGS args(argv + 1, argv + argc);
+    if (args.empty())
+        return cli_usage_error("no setup document given");
+    try
+    {
+        for (const CLI_MODE& mode : k_modes)
+        {
+            if (mode.flag && args[0] == mode.flag)
+                return mode.handler(CLI_ARGS(args.begin() + 1, args.end()));
+        }
+        return k_modes[0].handler(args);
+    }
+    catch (const std::exception& e)
+    {
+        std::cerr << "corvane: internal error: " << e.what() << '\n';
+        return CLI_FAILED;
+    }
+}

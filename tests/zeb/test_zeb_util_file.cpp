@@ -1,0 +1,337 @@
+// SPDX-License-Identifier: Apache-2.0
+// Reading, normalising and saving setup files through ZEB_UTIL.
+#include "pgm/zeb/platform/ini/pgm_common_ini.h"
+#include "pgm/zeb/platform/msg/msg.h"
+#include "pgm/zeb/zeb_util.h"
+#include "test_support.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace
+{
+
+using corvane_test::read_file;
+using corvane_test::SCRATCH_DIR;
+using corvane_test::source_file;
+using corvane_test::write_file;
+
+using DOCUMENT = std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB>;
+
+class ZebUtilFile : public testing::Test
+{
+protected:
+    void SetUp() override { PGM_COMMON_INI::reload(); }
+    void TearDown() override { PGM_COMMON_INI::reload(); }
+
+    // Parses `xml` written to a scratch file; nullptr when parse reports false.
+    DOCUMENT parse_text(const std::string& xml)
+    {
+        write_file(dir.file("in.zeb"), xml);
+        return parse_path(dir.file("in.zeb"));
+    }
+    DOCUMENT parse_path(const std::string& path)
+    {
+        PGM_COMMON_XML_ZEB_ZEB* raw = nullptr;
+        const bool ok = ZEB_UTIL::parse(&raw, path);
+        DOCUMENT document(raw);
+        return ok ? std::move(document) : nullptr;
+    }
+    static const PGM_COMMON_XML_ZEB_PARTITION* partition(const PGM_COMMON_XML_ZEB_ZEB* document, uint32_t index)
+    {
+        return static_cast<const PGM_COMMON_XML_ZEB_PARTITION*>(
+            document->get_element(PGM_COMMON_XML_ENUM_ZEB_PARTITION, index, true));
+    }
+
+    SCRATCH_DIR dir;
+    MSG_CAPTURE_SINK messages;
+};
+
+// A flash device with the given partitions, as XML.
+std::string document_with_partitions(const std::string& partitions)
+{
+    return "<zeb><flash_devices><flash_device type='VQ256A' id='FD'>" + partitions +
+           "</flash_device></flash_devices></zeb>";
+}
+
+std::string output_file_document(const std::string& type)
+{
+    return "<zeb version='7'><settings mode='ASX4'/><output_files><output_file name='out' directory='.' type='" + type +
+           "'/></output_files></zeb>";
+}
+
+TEST_F(ZebUtilFile, MissingFileIsAnIoError)
+{
+    PGM_COMMON_XML_ZEB_ZEB* raw = reinterpret_cast<PGM_COMMON_XML_ZEB_ZEB*>(0x1);
+    EXPECT_FALSE(ZEB_UTIL::parse(&raw, dir.file("absent.zeb")));
+    EXPECT_EQ(raw, nullptr);
+    ASSERT_EQ(messages.messages().size(), 1u);
+    EXPECT_EQ(messages.messages()[0].identifier, "EZEB_FILE_IO_ERROR");
+    EXPECT_EQ(messages.messages()[0].number, EZEB_FILE_IO_ERROR);
+    EXPECT_EQ(messages.messages()[0].text, "Can't save or open file " + dir.file("absent.zeb"));
+}
+
+TEST_F(ZebUtilFile, BadInputsAreReportedAsCorruptedWithTheReason)
+{
+    struct CASE
+    {
+        const char* name;
+        std::string content;
+        const char* reason; // part of the reason text
+    };
+    const CASE cases[] = {
+        {"empty file", "", "the file is empty"},
+        {"not XML", "PK\x03\x04 binary garbage", "line 1"},
+        {"truncated XML", "<zeb><settings mode='PS'/><output_files>", "line 1"},
+        {"unknown element", "<zeb>\n<gizmo/>\n</zeb>", "line 2"},
+        {"wrong nesting", "<zeb><raw_files><settings mode='PS'/></raw_files></zeb>", "settings"},
+        {"enumeration outside its list", "<zeb>\n\n<settings mode='ASX8'/></zeb>", "line 3"},
+        {"missing required attribute", "<zeb><raw_files><raw_file id='r'>a.hex</raw_file></raw_files></zeb>", "type"},
+        {"five mbr",
+         document_with_partitions("<mbr id='1' type='t' s_addr='0' e_addr='1'/><mbr id='2' type='t' s_addr='0' e_addr='1'/>"
+                                  "<mbr id='3' type='t' s_addr='0' e_addr='1'/><mbr id='4' type='t' s_addr='0' e_addr='1'/>"
+                                  "<mbr id='5' type='t' s_addr='0' e_addr='1'/>"),
+         "mbr"},
+    };
+    for (const CASE& c : cases)
+    {
+        messages.clear();
+        EXPECT_FALSE(parse_text(c.content)) << c.name;
+        ASSERT_EQ(messages.messages().size(), 1u) << c.name;
+        const MSG_POSTED& posted = messages.messages()[0];
+        EXPECT_EQ(posted.identifier, "EZEB_CORRUPTED_FILE_WITH_REASON") << c.name;
+        EXPECT_EQ(posted.text.rfind("File " + dir.file("in.zeb") + " is corrupted. ", 0), 0u) << posted.text;
+        EXPECT_NE(posted.text.find(c.reason), std::string::npos) << c.name << ": " << posted.text;
+    }
+}
+
+TEST_F(ZebUtilFile, EveryInvalidSchemaSampleIsRefusedWithAMessage)
+{
+    size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(source_file("tests/xsd")))
+    {
+        if (entry.path().filename().string().rfind("invalid_", 0) != 0)
+            continue;
+        ++count;
+        messages.clear();
+        EXPECT_FALSE(parse_path(entry.path().string())) << entry.path();
+        EXPECT_EQ(messages.count("EZEB_CORRUPTED_FILE_WITH_REASON"), 1u) << entry.path();
+    }
+    EXPECT_GT(count, 10u);
+}
+
+TEST_F(ZebUtilFile, HugeAttributeIsRefusedWithoutExhaustingMemory)
+{
+    const std::string path = dir.file("huge.zeb");
+    {
+        std::ofstream out(path, std::ios::binary);
+        out << "<zeb><settings mode='PS' custom_db_dir='";
+        const std::string block(1 << 20, 'a');
+        for (int i = 0; i < 100; ++i)
+            out << block;
+        out << "'/></zeb>\n";
+    }
+    EXPECT_FALSE(parse_path(path));
+    ASSERT_EQ(messages.count("EZEB_CORRUPTED_FILE_WITH_REASON"), 1u);
+    EXPECT_NE(messages.messages()[0].text.find("line 1"), std::string::npos) << messages.messages()[0].text;
+}
+
+TEST_F(ZebUtilFile, BrokenPreconditionsAreInternalErrors)
+{
+    auto condition_of = [](auto&& call) -> std::string {
+        try
+        {
+            call();
+        }
+        catch (const MSG_INTERNAL_ERROR& e)
+        {
+            EXPECT_EQ(e.module(), "ZEB_COMMON");
+            EXPECT_EQ(e.source(), "pgm/zeb/zeb_util");
+            return e.what();
+        }
+        return "(no internal error)";
+    };
+    PGM_COMMON_XML_ZEB_ZEB* raw = nullptr;
+    EXPECT_EQ(condition_of([&] { ZEB_UTIL::parse(nullptr, "x.zeb"); }), "object");
+    EXPECT_EQ(condition_of([&] { ZEB_UTIL::parse(&raw, ""); }), "zeb_file.length() > 0");
+    EXPECT_EQ(condition_of([&] { ZEB_UTIL::parse_post_process(nullptr); }), "object");
+    EXPECT_EQ(condition_of([&] { ZEB_UTIL::save(nullptr, dir.file("x.zeb")); }), "object");
+    PGM_COMMON_XML_ZEB_ZEB empty;
+    EXPECT_EQ(condition_of([&] { ZEB_UTIL::save(&empty, dir.file("x.zeb")); }), "!output_file_types.empty()");
+    EXPECT_FALSE(std::filesystem::exists(dir.file("x.zeb")));
+}
+
+TEST_F(ZebUtilFile, FactoryImageEndingAutomaticallyGetsRoomForTheUpdateImage)
+{
+    struct CASE
+    {
+        const char* id;
+        const char* e_addr;
+        const char* extra_space; // nullptr: attribute absent
+        uint32_t expected;
+    };
+    const CASE cases[] = {
+        {"FACTORY_IMAGE", "auto", "262143", 0x40000},   // 0x3FFFF is raised
+        {"FACTORY_IMAGE", "auto", nullptr, 0x40000},    // absent means 0
+        {"FACTORY_IMAGE", "auto", "262144", 0x40000},   // 0x40000 stays
+        {"FACTORY_IMAGE", "auto", "262145", 0x40001},   // more stays
+        {"FACTORY_IMAGE", "AUTO", "0", 0},              // the keyword is lower case
+        {"FACTORY_IMAGE", "0x00FFFFFF", "0", 0},        // a fixed end needs nothing
+        {"FACTORY_IMAGE_2", "auto", "0", 0},            // a longer id is another partition
+        {"factory_image", "auto", "0", 0},              // ids compare case-sensitively
+    };
+    for (const CASE& c : cases)
+    {
+        const std::string extra = c.extra_space ? std::string(" extra_space='") + c.extra_space + "'" : "";
+        DOCUMENT document = parse_text(document_with_partitions(std::string("<partition id='") + c.id +
+                                                                "' s_addr='auto' e_addr='" + c.e_addr + "'" + extra + "/>"));
+        ASSERT_TRUE(document) << c.id;
+        EXPECT_EQ(partition(document.get(), 0)->get_extra_space(), c.expected) << c.id << " " << c.e_addr;
+    }
+}
+
+TEST_F(ZebUtilFile, OnlyTheFirstFactoryImageOfEachDeviceIsRaised)
+{
+    DOCUMENT document = parse_text(
+        "<zeb><flash_devices>"
+        "<flash_device type='VQ256A' id='A'><partition id='BOOT_INFO' s_addr='0' e_addr='0x3FFFF'/>"
+        "<partition id='FACTORY_IMAGE' s_addr='auto' e_addr='0x10000'/>"
+        "<partition id='FACTORY_IMAGE' s_addr='auto' e_addr='auto'/></flash_device>"
+        "<flash_device type='VQ64A' id='B'><partition id='FACTORY_IMAGE' s_addr='auto' e_addr='auto'/></flash_device>"
+        "</flash_devices></zeb>");
+    ASSERT_TRUE(document);
+    EXPECT_EQ(partition(document.get(), 1)->get_extra_space(), 0u);
+    EXPECT_EQ(partition(document.get(), 2)->get_extra_space(), 0u); // not the first of device A
+    EXPECT_EQ(partition(document.get(), 3)->get_extra_space(), 0x40000u);
+}
+
+TEST_F(ZebUtilFile, OlderHelperImageNameReadsAsTheCurrentOne)
+{
+    DOCUMENT document = parse_text("<zeb><output_files><output_file name='o' directory='.' type='JIC'>"
+                                   "<secondary_file type='QSPI_HELPER_RBF' name='h'/><secondary_file type='MAP' name='m'/>"
+                                   "</output_file></output_files></zeb>");
+    ASSERT_TRUE(document);
+    const auto* output = static_cast<const PGM_COMMON_XML_ZEB_OUTPUT_FILE*>(
+        document->get_element(PGM_COMMON_XML_ENUM_ZEB_OUTPUT_FILE, 0, true));
+    ASSERT_EQ(output->get_secondary_file_list().size(), 2u);
+    EXPECT_EQ(output->get_secondary_file_list()[0]->get_type(), PGM_COMMON_XML_ENUM_HELPER_RBF);
+    EXPECT_EQ(output->get_secondary_file_list()[1]->get_type(), PGM_COMMON_XML_ENUM_MAP);
+}
+
+TEST_F(ZebUtilFile, SaveWritesVersionOneAndIsStableAcrossRoundTrips)
+{
+    DOCUMENT first = parse_text(output_file_document("JIC"));
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->get_version(), 7u);
+    const std::string a = dir.file("a.zeb");
+    const std::string b = dir.file("b.zeb");
+    ASSERT_TRUE(ZEB_UTIL::save(first.get(), a));
+    EXPECT_EQ(messages.messages().back().identifier, "IZEB_ZEB_SUCCESSFULLY_SAVED");
+    EXPECT_EQ(messages.messages().back().text, "Saved Corvane Setup File " + a);
+    const std::string text = read_file(a);
+    EXPECT_NE(text.find("<zeb version=\"1\">"), std::string::npos) << text;
+    EXPECT_EQ(text.back(), '\n');
+
+    DOCUMENT second = parse_path(a);
+    ASSERT_TRUE(second);
+    ASSERT_TRUE(ZEB_UTIL::save(second.get(), b));
+    EXPECT_EQ(read_file(b), text);
+}
+
+TEST_F(ZebUtilFile, ExamplesSurviveParseAndSaveAndStayValid)
+{
+    for (const char* example : {"examples/full.zeb", "examples/minimal.zeb"})
+    {
+        DOCUMENT document = parse_path(source_file(example));
+        ASSERT_TRUE(document) << example;
+        const std::string saved = dir.file("saved.zeb");
+        const std::string again = dir.file("again.zeb");
+        ASSERT_TRUE(ZEB_UTIL::save(document.get(), saved)) << example;
+        std::string error;
+        std::string detail;
+        EXPECT_TRUE(PGM_COMMON_XML::check_xsd(saved, ZEB_UTIL::get_xsd_file(), error, detail)) << detail;
+        DOCUMENT reread = parse_path(saved);
+        ASSERT_TRUE(reread);
+        ASSERT_TRUE(ZEB_UTIL::save(reread.get(), again));
+        EXPECT_EQ(read_file(again), read_file(saved)) << example;
+        // Every element kind of the document is still there.
+        EXPECT_EQ(reread->get_child_count(PGM_COMMON_XML_ENUM__INVALID__, true),
+                  document->get_child_count(PGM_COMMON_XML_ENUM__INVALID__, true));
+    }
+}
+
+TEST_F(ZebUtilFile, CommandLineOnlyTypeIsSavedOnlyWhenTheSwitchAllowsIt)
+{
+    for (const char* type : {"SOF", "JAM", "JBC", "SVF", "EKP", "HELPER_RBF_CMD"})
+    {
+        DOCUMENT document = parse_text(output_file_document(type));
+        ASSERT_TRUE(document) << type;
+        const std::string target = dir.file(std::string(type) + ".zeb");
+        messages.clear();
+        EXPECT_TRUE(ZEB_UTIL::save(document.get(), target));
+        EXPECT_FALSE(std::filesystem::exists(target)) << type;
+        ASSERT_EQ(messages.count("WZEB_FILE_TYPE_DOES_NOT_SUPPORT_ZEB_SETUP_FILE"), 1u) << type;
+        EXPECT_EQ(messages.messages()[0].kind, MSG_KIND_WARNING);
+
+        PGM_COMMON_INI::set_value("ZEB_ALWAYS_ALLOW_SAVE_FILE", "ON");
+        EXPECT_TRUE(ZEB_UTIL::save(document.get(), target));
+        EXPECT_TRUE(std::filesystem::exists(target)) << type;
+        PGM_COMMON_INI::clear_value("ZEB_ALWAYS_ALLOW_SAVE_FILE");
+    }
+    DOCUMENT sof = parse_text(output_file_document("SOF"));
+    messages.clear();
+    ASSERT_TRUE(ZEB_UTIL::save(sof.get(), dir.file("sof.zeb")));
+    EXPECT_NE(messages.messages()[0].text.find("for output file type sof. "), std::string::npos) << messages.messages()[0].text;
+}
+
+TEST_F(ZebUtilFile, OnlyTheFirstOutputFileDecidesAboutCommandLineOnlyTypes)
+{
+    DOCUMENT document = parse_text("<zeb><output_files><output_file name='a' directory='.' type='RBF'/>"
+                                   "<output_file name='b' directory='.' type='SOF'/></output_files></zeb>");
+    ASSERT_TRUE(document);
+    EXPECT_TRUE(ZEB_UTIL::save(document.get(), dir.file("mixed.zeb")));
+    EXPECT_TRUE(std::filesystem::exists(dir.file("mixed.zeb")));
+}
+
+TEST_F(ZebUtilFile, FailedSaveReportsAndLeavesNothingBehind)
+{
+    DOCUMENT document = parse_text(output_file_document("RBF"));
+    ASSERT_TRUE(document);
+
+    // A directory that does not exist, and a "directory" that is a file.
+    write_file(dir.file("plain"), "x");
+    for (const std::string& target : {dir.file("missing/out.zeb"), dir.file("plain/out.zeb")})
+    {
+        messages.clear();
+        EXPECT_FALSE(ZEB_UTIL::save(document.get(), target));
+        ASSERT_EQ(messages.count("EZEB_FILE_IO_ERROR"), 1u) << target;
+        EXPECT_EQ(messages.messages()[0].text, "Can't save or open file " + target);
+    }
+
+    // A target that cannot be replaced keeps what it was, and no temporary file stays beside it.
+    std::filesystem::create_directory(dir.file("occupied.zeb"));
+    write_file(dir.file("occupied.zeb/keep"), "keep");
+    messages.clear();
+    EXPECT_FALSE(ZEB_UTIL::save(document.get(), dir.file("occupied.zeb")));
+    EXPECT_EQ(messages.count("EZEB_FILE_IO_ERROR"), 1u);
+    EXPECT_EQ(read_file(dir.file("occupied.zeb/keep")), "keep");
+    size_t entries = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(dir.path()))
+        ++entries;
+    EXPECT_EQ(entries, 3u); // in.zeb, plain, occupied.zeb
+}
+
+TEST_F(ZebUtilFile, SchemaLocationAndFileExistence)
+{
+    EXPECT_TRUE(std::filesystem::exists(ZEB_UTIL::get_xsd_file()));
+    EXPECT_EQ(FIO_PATH(ZEB_UTIL::get_xsd_file()).get_file_name(), "zeb.xsd");
+
+    std::string message;
+    EXPECT_TRUE(ZEB_UTIL::check_file_exist(FIO_PATH(ZEB_UTIL::get_xsd_file()), message));
+    EXPECT_TRUE(message.empty());
+    EXPECT_FALSE(ZEB_UTIL::check_file_exist(FIO_PATH(dir.file("gone.sof")), message));
+    EXPECT_EQ(message, "Cannot find '" + dir.file("gone.sof") +
+                           "'. Make sure the file is located at the expected location or update the setting.");
+}
+
+} // namespace

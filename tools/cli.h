@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+// Command-line front end: the modes of the `corvane` executable and their shared helpers.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Arguments of one mode: everything after the mode's flag (or all arguments for the default mode).
+using CLI_ARGS = std::vector<std::string>;
+
+// A mode returns the process exit status: 0 success, 1 failure of the work, 2 bad usage.
+using CLI_HANDLER = int (*)(const CLI_ARGS& args);
+
+struct CLI_MODE
+{
+    const char* flag;        // "--save"; nullptr for the default mode
+    CLI_HANDLER handler;
+    const char* synopsis;    // one usage line
+    const char* description; // paragraph for --help
+};
+
+// Exit statuses.
+constexpr int CLI_OK = 0;
+constexpr int CLI_FAILED = 1;
+constexpr int CLI_USAGE = 2;
+
+// Prints "corvane: <text>" and a hint to --help on stderr; returns CLI_USAGE.
+int cli_usage_error(std::string_view text);
+
+// Splits "--name=value" / "--name value" options off `args`. Options listed in `with_value` take
+// a value. Unknown options are a usage error (returns false after printing it).
+struct CLI_OPTION
+{
+    std::string name;
+    std::string value;
+};
+bool cli_split_options(const CLI_ARGS& args, const std::vector<std::string_view>& with_value,
+                       const std::vector<std::string_view>& flags, std::vector<CLI_OPTION>& options,
+                       std::vector<std::string>& positional);
+
+// ---- Modes -------------------------------------------------------------------------------------
+int cli_mode_setup(const CLI_ARGS& args);
+// -- end of modes (add one declaration per mode above this line)
