@@ -2,6 +2,8 @@
 // The `corvane` executable: dispatches to one mode through the table below.
 #include "cli.h"
 
+#include "pgm/zeb/platform/fio/fio.h"
+
 #include <cstdio>
 #include <cstring>
 #include <iostream>
@@ -83,7 +85,7 @@ int mode_help(const CLI_ARGS&)
 
 int mode_version(const CLI_ARGS&)
 {
-    std::cout << "corvane " << CORVANE_VERSION << '\n';
+    std::cout << "corvane " << CORVANE_VERSION << '\n' << "data directory: " << fio_get_data_directory() << '\n';
     return CLI_OK;
 }
 

@@ -126,8 +126,21 @@ std::string fio_get_data_directory()
     const char* configured = std::getenv("CORVANE_DATA_DIR");
     if (configured != nullptr && *configured != '\0')
         return configured;
+    auto holds_schema = [](const fs::path& directory) {
+        std::error_code error;
+        return fs::is_regular_file(directory / "xsd" / "zeb.xsd", error);
+    };
+    // An installed tree may have been moved or installed under another prefix: look beside the
+    // running program first ("<prefix>/bin/corvane" and "<prefix>/share/corvane").
     std::error_code error;
-    if (fs::is_regular_file(fs::path(CORVANE_INSTALL_DATA_DIR) / "xsd" / "zeb.xsd", error))
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    if (!error)
+    {
+        const fs::path beside = program.parent_path().parent_path() / "share" / "corvane";
+        if (holds_schema(beside))
+            return beside.string();
+    }
+    if (holds_schema(CORVANE_INSTALL_DATA_DIR))
         return CORVANE_INSTALL_DATA_DIR;
     return CORVANE_SOURCE_DATA_DIR;
 }

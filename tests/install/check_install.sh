@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Installs the built project into a scratch prefix, builds the consumer project against it, and
+# runs the consumer with the installed data directory.
+# Usage: check_install.sh BUILD_DIR SOURCE_DIR
+set -euo pipefail
+build="$1"
+source="$2"
+scratch="$(mktemp -d)"
+trap 'rm -rf "$scratch"' EXIT
+
+cmake --install "$build" --prefix "$scratch/prefix" >/dev/null
+for header in pgm/zeb/zeb_util.h pgm/zeb/zeb_db_util.h pgm/zeb/zeb_file_assistant.h pgm/zeb/key_files.h \
+              pgm/zeb/platform/pgm_common_xml_zeb_auto_export.h; do
+    test -f "$scratch/prefix/include/$header" || { echo "not installed: $header"; exit 1; }
+done
+test -f "$scratch/prefix/share/corvane/xsd/zeb.xsd" || { echo "schema not installed"; exit 1; }
+test -x "$scratch/prefix/bin/corvane" || { echo "corvane not installed"; exit 1; }
+
+cmake -S "$source/tests/install/consumer" -B "$scratch/consumer" -DCMAKE_PREFIX_PATH="$scratch/prefix" >/dev/null
+cmake --build "$scratch/consumer" >/dev/null
+
+mkdir "$scratch/work"
+# The consumer program lives outside the prefix, so it finds the data directory only by name.
+output="$(CORVANE_DATA_DIR="$scratch/prefix/share/corvane" \
+    "$scratch/consumer/app" "$source/examples/minimal.zeb" "$scratch/work")"
+echo "$output"
+grep -q "output: Raw Binary File (.rbf)" <<<"$output"
+xmllint --noout --schema "$scratch/prefix/share/corvane/xsd/zeb.xsd" "$scratch/work/saved.zeb"
+# The installed tool finds its data beside itself, with no help from the environment.
+version="$(env -u CORVANE_DATA_DIR "$scratch/prefix/bin/corvane" --version)"
+echo "$version"
+grep -q "data directory: $scratch/prefix/share/corvane\$" <<<"$version"
+env -u CORVANE_DATA_DIR "$scratch/prefix/bin/corvane" "$source/examples/minimal.zeb"
