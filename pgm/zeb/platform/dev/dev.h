@@ -43,8 +43,8 @@ struct DEV_COMMAND
 // The JTAG facts that the player files (JAM, JBC, SVF) and JTAG indirect configuration need.
 struct DEV_JTAG_INFO
 {
-    uint32_t idcode = 0;    // 32-bit IDCODE (bit 0 set); 0 for a device without JTAG identity
-    uint32_t ir_length = 0; // instruction register length in bits
+    uint32_t idcode = 0;                   // 32-bit IDCODE (bit 0 set); 0 for a device without JTAG identity
+    uint32_t ir_length = 0;                // instruction register length in bits
     std::vector<DEV_COMMAND> instructions; // "IDCODE", "BYPASS", "PROGRAM", ...
 
     // The code of the named instruction; false (code untouched) when the device has none.
@@ -116,7 +116,7 @@ struct DEV_DEVICE_RECORD
     DEV_FAMILY_ENUM family = DEV_FAMILY_INVALID;
     DEV_DEVICE_ENUM device = DEV_DEVICE_INVALID;
     DEV_JTAG_INFO jtag;
-    uint64_t config_data_size = 0;       // bytes of configuration data (an uncompressed .rbf)
+    uint64_t config_data_size = 0;                   // bytes of configuration data (an uncompressed .rbf)
     std::vector<PGMIO_CONFIG_SCHEME> config_schemes; // ascending
     DEV_CAPABILITIES capabilities;
     std::vector<DEV_HELPER_IMAGE> helper_images; // at most one per subtype
@@ -125,7 +125,7 @@ struct DEV_DEVICE_RECORD
     std::vector<DEV_FLASH_REGION> internal_flash; // empty for a device without internal flash
     PGM_PCF_FILE_INFO pcf;
     bool has_cmf_flash_block_layout = false; // configuration flash laid out in fixed blocks
-    uint32_t cmf_flash_block_size = 0;        // bytes; 0 without the block layout
+    uint32_t cmf_flash_block_size = 0;       // bytes; 0 without the block layout
 
     bool supports_config_scheme(PGMIO_CONFIG_SCHEME scheme) const;
     // The helper image of a subtype; nullptr when the device has none.
@@ -147,12 +147,12 @@ struct DEV_FLASH_RECORD
     std::string name;
     DEV_FAMILY_ENUM family = DEV_FAMILY_INVALID;
     DEV_DEVICE_ENUM device = DEV_DEVICE_INVALID; // 0 for a device of a custom database
-    uint64_t size = 0;        // bytes
-    uint32_t sector_size = 0; // erase sector (block) size, bytes
-    uint32_t page_size = 0;   // program page size, bytes
-    bool legacy = false;      // programmed through the device database's record, not as a flash device
-    uint32_t silicon_id = 0;  // identification the flash loader reads back
-    uint32_t address_bytes = 0;       // 3 or 4 (serial); bytes of a word address (parallel)
+    uint64_t size = 0;                           // bytes
+    uint32_t sector_size = 0;                    // erase sector (block) size, bytes
+    uint32_t page_size = 0;                      // program page size, bytes
+    bool legacy = false;               // programmed through the device database's record, not as a flash device
+    uint32_t silicon_id = 0;           // identification the flash loader reads back
+    uint32_t address_bytes = 0;        // 3 or 4 (serial); bytes of a word address (parallel)
     std::vector<uint32_t> data_widths; // bus widths in bits it can be read with
     std::vector<DEV_COMMAND> commands; // command opcodes the flash loader issues
     bool has_pcf = false;

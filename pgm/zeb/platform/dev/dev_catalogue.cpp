@@ -10,12 +10,10 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <map>
-#include <set>
-#include <sstream>
 #include <stdexcept>
 
 namespace
@@ -27,7 +25,6 @@ using JSON = nlohmann::ordered_json;
 constexpr uintmax_t k_max_file_size = 16u * 1024u * 1024u;
 constexpr uint64_t k_max_image_size = 1ull << 30; // configuration data, helper and loader images
 constexpr uint64_t k_max_flash_size = 1ull << 32;
-constexpr uint32_t k_generic_device = 867;
 constexpr int k_format_version = 1;
 
 // A problem found in the file being read; caught at the file's boundary and turned into a message.
@@ -36,15 +33,6 @@ class FORMAT_ERROR : public std::runtime_error
 public:
     using std::runtime_error::runtime_error;
 };
-
-std::string hex(uint64_t value)
-{
-    std::ostringstream text;
-    text << "0x" << std::uppercase << std::hex << value;
-    return text.str();
-}
-
-bool is_power_of_two(uint64_t value) { return value != 0 && (value & (value - 1)) == 0; }
 
 // A position in the document ("devices[3] (7TR440PA3R1).jtag") for messages.
 class WHERE
@@ -130,7 +118,7 @@ uint64_t to_number(const JSON& value, const WHERE& where, uint64_t max)
     else
         where.fail(std::string("expected a number, found ") + type_name(value));
     if (number > max)
-        where.fail(hex(number) + " is out of range (at most " + hex(max) + ")");
+        where.fail(dev_hex(number) + " is out of range (at most " + dev_hex(max) + ")");
     return number;
 }
 
@@ -159,9 +147,11 @@ std::string get_text(const JSON& object, const char* key, const WHERE& parent)
 std::string get_name(const JSON& object, const char* key, const WHERE& parent)
 {
     std::string name = get_text(object, key, parent);
-    const bool ok = !name.empty() && name.size() <= 64 && std::all_of(name.begin(), name.end(), [](char c) {
-        return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '.' || c == '-';
-    });
+    const bool ok =
+        !name.empty() && name.size() <= 64 &&
+        std::all_of(name.begin(), name.end(),
+                    [](char c)
+                    { return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '.' || c == '-'; });
     if (!ok)
         WHERE(parent, key).fail("'" + name + "' is not a valid name (1 to 64 letters, digits, '_', '.', '-')");
     return name;
@@ -191,25 +181,6 @@ std::vector<DEV_COMMAND> get_commands(const JSON& object, const char* key, const
         commands.push_back({it.key(), static_cast<uint32_t>(to_number(*it, item, max))});
     }
     return commands;
-}
-
-void require_commands(const std::vector<DEV_COMMAND>& commands, std::initializer_list<const char*> names,
-                      const WHERE& where)
-{
-    for (const char* name : names)
-    {
-        if (std::none_of(commands.begin(), commands.end(), [&](const DEV_COMMAND& c) { return c.name == name; }))
-            where.fail(std::string("'") + name + "' is missing");
-    }
-}
-
-void check_unique_codes(const std::vector<DEV_COMMAND>& commands, const WHERE& where)
-{
-    for (size_t i = 0; i < commands.size(); ++i)
-        for (size_t j = i + 1; j < commands.size(); ++j)
-            if (commands[i].code == commands[j].code)
-                where.fail("'" + commands[i].name + "' and '" + commands[j].name + "' share the code " +
-                           hex(commands[i].code));
 }
 
 // ---- Reading a file ----------------------------------------------------------------------------
@@ -277,42 +248,29 @@ void check_header(const JSON& root, const char* format)
         WHERE(top, "format").fail("'" + found + "' is not '" + format + "'");
     const uint64_t version = get_number(root, "version", top, 0xFFFFFFFF);
     if (version != k_format_version)
-        WHERE(top, "version").fail("version " + std::to_string(version) + " is not supported (this build reads " +
-                                   std::to_string(k_format_version) + ")");
+        WHERE(top, "version")
+            .fail("version " + std::to_string(version) + " is not supported (this build reads " +
+                  std::to_string(k_format_version) + ")");
 }
 
-// ---- Shared tables -----------------------------------------------------------------------------
-
-std::vector<PGM_PCF_FILE_INFO> read_pcf_table(const JSON& root)
+// Calls read(entry, where) for every entry of the list `key` of `root`.
+template <typename READ> void for_each_entry(const JSON& root, const char* key, READ read)
 {
-    std::vector<PGM_PCF_FILE_INFO> table;
-    const JSON& list = get_array(root, "pcf", WHERE());
+    const JSON& list = get_array(root, key, WHERE());
     for (size_t i = 0; i < list.size(); ++i)
-    {
-        const WHERE where(WHERE(), "pcf[" + std::to_string(i) + "]");
-        expect_object(list[i], where, {"name", "prog_mode_mask", "virtual_prog_mode_mask", "zeb_file_mask"});
-        PGM_PCF_FILE_INFO pcf;
-        pcf.pcf_name = get_name(list[i], "name", where);
-        pcf.prog_mode_mask = static_cast<uint32_t>(get_number(list[i], "prog_mode_mask", where, 0xF));
-        pcf.virtual_prog_mode_mask = static_cast<uint32_t>(get_number(list[i], "virtual_prog_mode_mask", where, 0x7));
-        pcf.zeb_file_mask = static_cast<uint32_t>(get_number(list[i], "zeb_file_mask", where, 0x1FFFFFFF));
-        for (const PGM_PCF_FILE_INFO& other : table)
-            if (other.pcf_name == pcf.pcf_name)
-                where.fail("the name '" + pcf.pcf_name + "' is used twice");
-        table.push_back(pcf);
-    }
-    return table;
+        read(list[i], WHERE(WHERE(), std::string(key) + "[" + std::to_string(i) + "]"));
 }
 
-const PGM_PCF_FILE_INFO& resolve_pcf(const std::vector<PGM_PCF_FILE_INFO>& table, const JSON& object,
-                                     const WHERE& where)
+template <typename RECORD>
+void check_new_name(const std::vector<RECORD>& list, const std::string RECORD::*name, const RECORD& record,
+                    const WHERE& where)
 {
-    const std::string name = get_name(object, "pcf", where);
-    for (const PGM_PCF_FILE_INFO& pcf : table)
-        if (pcf.pcf_name == name)
-            return pcf;
-    WHERE(where, "pcf").fail("'" + name + "' is not in the pcf list");
+    for (const RECORD& other : list)
+        if (other.*name == record.*name)
+            where.fail("the name '" + record.*name + "' is used twice");
 }
+
+// ---- Tables the devices refer to ---------------------------------------------------------------
 
 struct TABLES
 {
@@ -330,205 +288,130 @@ struct TABLES
     }
 };
 
+std::vector<PGM_PCF_FILE_INFO> read_pcf_table(const JSON& root)
+{
+    std::vector<PGM_PCF_FILE_INFO> table;
+    for_each_entry(
+        root, "pcf",
+        [&](const JSON& entry, const WHERE& where)
+        {
+            expect_object(entry, where, {"name", "prog_mode_mask", "virtual_prog_mode_mask", "zeb_file_mask"});
+            PGM_PCF_FILE_INFO pcf;
+            pcf.pcf_name = get_name(entry, "name", where);
+            pcf.prog_mode_mask = static_cast<uint32_t>(get_number(entry, "prog_mode_mask", where, 0xF));
+            pcf.virtual_prog_mode_mask = static_cast<uint32_t>(get_number(entry, "virtual_prog_mode_mask", where, 0x7));
+            pcf.zeb_file_mask = static_cast<uint32_t>(get_number(entry, "zeb_file_mask", where, 0x1FFFFFFF));
+            check_new_name(table, &PGM_PCF_FILE_INFO::pcf_name, pcf, where);
+            table.push_back(pcf);
+        });
+    return table;
+}
+
+// Finds the entry of `list` whose name is the text of field `key`.
+template <typename RECORD>
+const RECORD& resolve(const std::vector<RECORD>& list, const std::string RECORD::*name, const JSON& object,
+                      const char* key, const char* list_name, const WHERE& where)
+{
+    const std::string wanted = get_name(object, key, where);
+    for (const RECORD& record : list)
+        if (record.*name == wanted)
+            return record;
+    WHERE(where, key).fail("'" + wanted + "' is not in the " + list_name + " list");
+}
+
+void read_tables(const JSON& root, TABLES& tables)
+{
+    for_each_entry(root, "families",
+                   [&](const JSON& entry, const WHERE& where)
+                   {
+                       expect_object(entry, where, {"family", "name", "configuration_device", "description"});
+                       DEV_FAMILY_RECORD family;
+                       family.family = static_cast<DEV_FAMILY_ENUM>(get_number(entry, "family", where, 0xFFFF));
+                       if (family.family == DEV_FAMILY_INVALID)
+                           WHERE(where, "family").fail("0 is no family");
+                       family.name = get_name(entry, "name", where);
+                       family.configuration_device = get_bool(entry, "configuration_device", where);
+                       family.description = get_text(entry, "description", where);
+                       check_new_name(tables.families, &DEV_FAMILY_RECORD::name, family, where);
+                       if (tables.family(family.family))
+                           where.fail("family " + std::to_string(family.family) + " is declared twice");
+                       tables.families.push_back(family);
+                   });
+    tables.pcf = read_pcf_table(root);
+    for_each_entry(root, "helper_images",
+                   [&](const JSON& entry, const WHERE& where)
+                   {
+                       expect_object(entry, where, {"name", "subtype", "size"});
+                       DEV_HELPER_IMAGE image;
+                       image.name = get_name(entry, "name", where);
+                       image.subtype = static_cast<uint32_t>(get_number(entry, "subtype", where, 0xFFFF));
+                       if (image.subtype != DEV_HELPER_SUBTYPE_QSPI && image.subtype != DEV_HELPER_SUBTYPE_FUSE &&
+                           image.subtype != DEV_HELPER_SUBTYPE_SDMMC)
+                           WHERE(where, "subtype")
+                               .fail(std::to_string(image.subtype) + " is not 36 (SDMMC), 37 (FUSE) or 293 (QSPI)");
+                       image.size = static_cast<uint32_t>(get_number(entry, "size", where, k_max_image_size));
+                       if (image.size == 0)
+                           WHERE(where, "size").fail("must not be 0");
+                       check_new_name(tables.helper_images, &DEV_HELPER_IMAGE::name, image, where);
+                       tables.helper_images.push_back(image);
+                   });
+    for_each_entry(
+        root, "flash_loaders",
+        [&](const JSON& entry, const WHERE& where)
+        {
+            expect_object(entry, where, {"name", "flash_families", "max_flash_size", "size"});
+            DEV_FLASH_LOADER loader;
+            loader.name = get_name(entry, "name", where);
+            for_each_entry(entry, "flash_families",
+                           [&](const JSON& value, const WHERE& item)
+                           {
+                               const DEV_FAMILY_RECORD* family =
+                                   tables.family(to_number(value, WHERE(where, item.text()), 0xFFFF));
+                               if (!family || !family->configuration_device)
+                                   WHERE(where, item.text()).fail("not a declared configuration-device family");
+                               loader.flash_families.push_back(family->family);
+                           });
+            if (loader.flash_families.empty())
+                WHERE(where, "flash_families").fail("must name at least one family");
+            loader.max_flash_size = get_number(entry, "max_flash_size", where, k_max_flash_size);
+            if ((loader.max_flash_size & (loader.max_flash_size - 1)) != 0 || loader.max_flash_size == 0)
+                WHERE(where, "max_flash_size").fail(dev_hex(loader.max_flash_size) + " is not a power of two");
+            loader.size = static_cast<uint32_t>(get_number(entry, "size", where, k_max_image_size));
+            if (loader.size == 0)
+                WHERE(where, "size").fail("must not be 0");
+            check_new_name(tables.flash_loaders, &DEV_FLASH_LOADER::name, loader, where);
+            tables.flash_loaders.push_back(loader);
+        });
+}
+
 // ---- devices.json ------------------------------------------------------------------------------
 
-void read_families(const JSON& root, TABLES& tables)
+DEV_JTAG_INFO read_jtag(const JSON& object, const WHERE& where)
 {
-    const JSON& list = get_array(root, "families", WHERE());
-    for (size_t i = 0; i < list.size(); ++i)
-    {
-        const WHERE where(WHERE(), "families[" + std::to_string(i) + "]");
-        expect_object(list[i], where, {"family", "name", "configuration_device", "description"});
-        DEV_FAMILY_RECORD family;
-        family.family = static_cast<DEV_FAMILY_ENUM>(get_number(list[i], "family", where, 0xFFFF));
-        if (family.family == DEV_FAMILY_INVALID)
-            WHERE(where, "family").fail("0 is no family");
-        family.name = get_name(list[i], "name", where);
-        family.configuration_device = get_bool(list[i], "configuration_device", where);
-        family.description = get_text(list[i], "description", where);
-        for (const DEV_FAMILY_RECORD& other : tables.families)
-            if (other.family == family.family || other.name == family.name)
-                where.fail("family " + std::to_string(family.family) + " '" + family.name + "' is declared twice");
-        tables.families.push_back(family);
-    }
-}
-
-void read_helper_images(const JSON& root, TABLES& tables)
-{
-    const JSON& list = get_array(root, "helper_images", WHERE());
-    for (size_t i = 0; i < list.size(); ++i)
-    {
-        const WHERE where(WHERE(), "helper_images[" + std::to_string(i) + "]");
-        expect_object(list[i], where, {"name", "subtype", "size"});
-        DEV_HELPER_IMAGE image;
-        image.name = get_name(list[i], "name", where);
-        image.subtype = static_cast<uint32_t>(get_number(list[i], "subtype", where, 0xFFFF));
-        if (image.subtype != DEV_HELPER_SUBTYPE_QSPI && image.subtype != DEV_HELPER_SUBTYPE_FUSE &&
-            image.subtype != DEV_HELPER_SUBTYPE_SDMMC)
-            WHERE(where, "subtype").fail(std::to_string(image.subtype) + " is not 36 (SDMMC), 37 (FUSE) or 293 (QSPI)");
-        image.size = static_cast<uint32_t>(get_number(list[i], "size", where, k_max_image_size));
-        if (image.size == 0)
-            WHERE(where, "size").fail("must not be 0");
-        for (const DEV_HELPER_IMAGE& other : tables.helper_images)
-            if (other.name == image.name)
-                where.fail("the name '" + image.name + "' is used twice");
-        tables.helper_images.push_back(image);
-    }
-}
-
-void read_flash_loaders(const JSON& root, TABLES& tables)
-{
-    const JSON& list = get_array(root, "flash_loaders", WHERE());
-    for (size_t i = 0; i < list.size(); ++i)
-    {
-        const WHERE where(WHERE(), "flash_loaders[" + std::to_string(i) + "]");
-        expect_object(list[i], where, {"name", "flash_families", "max_flash_size", "size"});
-        DEV_FLASH_LOADER loader;
-        loader.name = get_name(list[i], "name", where);
-        const JSON& families = get_array(list[i], "flash_families", where);
-        if (families.empty())
-            WHERE(where, "flash_families").fail("must name at least one family");
-        for (size_t f = 0; f < families.size(); ++f)
-        {
-            const WHERE item(where, "flash_families[" + std::to_string(f) + "]");
-            const uint64_t value = to_number(families[f], item, 0xFFFF);
-            const DEV_FAMILY_RECORD* family = tables.family(value);
-            if (!family || !family->configuration_device)
-                item.fail(std::to_string(value) + " is not a declared configuration-device family");
-            if (std::find(loader.flash_families.begin(), loader.flash_families.end(), family->family) !=
-                loader.flash_families.end())
-                item.fail(std::to_string(value) + " is listed twice");
-            loader.flash_families.push_back(family->family);
-        }
-        loader.max_flash_size = get_number(list[i], "max_flash_size", where, k_max_flash_size);
-        if (!is_power_of_two(loader.max_flash_size))
-            WHERE(where, "max_flash_size").fail(hex(loader.max_flash_size) + " is not a power of two");
-        loader.size = static_cast<uint32_t>(get_number(list[i], "size", where, k_max_image_size));
-        if (loader.size == 0)
-            WHERE(where, "size").fail("must not be 0");
-        for (const DEV_FLASH_LOADER& other : tables.flash_loaders)
-            if (other.name == loader.name)
-                where.fail("the name '" + loader.name + "' is used twice");
-        tables.flash_loaders.push_back(loader);
-    }
-}
-
-DEV_JTAG_INFO read_jtag(const JSON& device, const WHERE& parent)
-{
-    const WHERE where(parent, "jtag");
-    const JSON& object = require(device, "jtag", parent);
     expect_object(object, where, {"idcode", "ir_length", "instructions"});
     DEV_JTAG_INFO jtag;
     jtag.idcode = static_cast<uint32_t>(get_number(object, "idcode", where, 0xFFFFFFFF));
-    if ((jtag.idcode & 1) == 0 || jtag.idcode == 0xFFFFFFFF)
-        WHERE(where, "idcode").fail(hex(jtag.idcode) + " is no IDCODE (bit 0 must be set, and it must not be all ones)");
     jtag.ir_length = static_cast<uint32_t>(get_number(object, "ir_length", where, 32));
-    if (jtag.ir_length < 2)
-        WHERE(where, "ir_length").fail("must be 2 to 32 bits");
-    const uint32_t all_ones = jtag.ir_length == 32 ? 0xFFFFFFFFu : (1u << jtag.ir_length) - 1;
-    jtag.instructions = get_commands(object, "instructions", where, all_ones);
-    const WHERE instructions(where, "instructions");
-    require_commands(jtag.instructions, {"IDCODE", "BYPASS", "SAMPLE", "EXTEST", "PROGRAM", "STARTUP", "CHECK_STATUS"},
-                     instructions);
-    check_unique_codes(jtag.instructions, instructions);
-    uint32_t bypass = 0;
-    jtag.find_instruction("BYPASS", bypass);
-    if (bypass != all_ones)
-        instructions.fail("BYPASS must be all ones (" + hex(all_ones) + "), not " + hex(bypass));
+    jtag.instructions = get_commands(object, "instructions", where, 0xFFFFFFFF);
     return jtag;
 }
 
-void read_helper_refs(const JSON& device, const WHERE& parent, const TABLES& tables, DEV_DEVICE_RECORD& record)
+void read_helper_refs(const JSON& object, const WHERE& where, const TABLES& tables, DEV_DEVICE_RECORD& record)
 {
-    const JSON* object = find(device, "helper_images");
-    if (!object)
-        return;
-    const WHERE where(parent, "helper_images");
-    expect_object(*object, where, {"QSPI", "FUSE", "SDMMC"});
-    for (auto it = object->begin(); it != object->end(); ++it)
+    expect_object(object, where, {"QSPI", "FUSE", "SDMMC"});
+    for (auto it = object.begin(); it != object.end(); ++it)
     {
-        const WHERE item(where, it.key());
         const uint32_t subtype = it.key() == "QSPI"   ? DEV_HELPER_SUBTYPE_QSPI
                                  : it.key() == "FUSE" ? DEV_HELPER_SUBTYPE_FUSE
                                                       : DEV_HELPER_SUBTYPE_SDMMC;
-        if (!it->is_string())
-            item.fail(std::string("expected a helper image name, found ") + type_name(*it));
-        const std::string& name = it->get_ref<const std::string&>();
-        auto image = std::find_if(tables.helper_images.begin(), tables.helper_images.end(),
-                                  [&](const DEV_HELPER_IMAGE& h) { return h.name == name; });
-        if (image == tables.helper_images.end())
-            item.fail("'" + name + "' is not in the helper_images list");
-        if (image->subtype != subtype)
-            item.fail("'" + name + "' is a helper image of subtype " + std::to_string(image->subtype) + ", not " +
+        const DEV_HELPER_IMAGE& image =
+            resolve(tables.helper_images, &DEV_HELPER_IMAGE::name, object, it.key().c_str(), "helper_images", where);
+        if (image.subtype != subtype)
+            WHERE(where, it.key())
+                .fail("'" + image.name + "' is a helper image of subtype " + std::to_string(image.subtype) + ", not " +
                       std::to_string(subtype));
-        record.helper_images.push_back(*image);
+        record.helper_images.push_back(image);
     }
-}
-
-void read_internal_flash(const JSON& device, const WHERE& parent, DEV_DEVICE_RECORD& record)
-{
-    const JSON* list = find(device, "internal_flash");
-    if (!list)
-        return;
-    const WHERE where(parent, "internal_flash");
-    if (!list->is_array() || list->empty())
-        where.fail("expected a non-empty list of regions");
-    for (size_t i = 0; i < list->size(); ++i)
-    {
-        const WHERE item(where, "[" + std::to_string(i) + "]");
-        expect_object((*list)[i], item, {"name", "start", "size"});
-        DEV_FLASH_REGION region;
-        region.name = get_name((*list)[i], "name", item);
-        region.start = static_cast<uint32_t>(get_number((*list)[i], "start", item, 0xFFFFFFFF));
-        region.size = static_cast<uint32_t>(get_number((*list)[i], "size", item, 0xFFFFFFFF));
-        if (region.size == 0 || uint64_t(region.start) + region.size > 0x100000000ull)
-            WHERE(item, "size").fail("the region must be non-empty and end within 4 GiB");
-        for (const DEV_FLASH_REGION& other : record.internal_flash)
-        {
-            if (other.name == region.name)
-                item.fail("the name '" + region.name + "' is used twice");
-            if (region.start < uint64_t(other.start) + other.size && other.start < uint64_t(region.start) + region.size)
-                item.fail("'" + region.name + "' overlaps '" + other.name + "'");
-        }
-        record.internal_flash.push_back(region);
-    }
-}
-
-const DEV_FLASH_REGION* find_region(const DEV_DEVICE_RECORD& record, const char* name)
-{
-    for (const DEV_FLASH_REGION& region : record.internal_flash)
-        if (region.name == name)
-            return &region;
-    return nullptr;
-}
-
-// The device's PCF record must tell the truth about what the device can do.
-void check_pcf_against_device(const DEV_DEVICE_RECORD& record, const WHERE& where)
-{
-    const PGM_PCF_FILE_INFO& pcf = record.pcf;
-    auto agree = [&](bool has_bit, bool has_feature, const std::string& what) {
-        if (has_bit != has_feature)
-            WHERE(where, "pcf").fail("'" + pcf.pcf_name + "' " + (has_bit ? "claims " : "lacks ") + what +
-                                     (has_feature ? ", which the device has" : ", which the device does not have"));
-    };
-    const DEV_CAPABILITIES& caps = record.capabilities;
-    agree(pcf.virtual_prog_mode_mask & DEV_VPROG_MODE_JTAG_INDIRECT, record.has_flash_loader,
-          "JTAG indirect programming (a flash loader)");
-    agree(pcf.virtual_prog_mode_mask & DEV_VPROG_MODE_HELPER, !record.helper_images.empty(), "helper images");
-    agree(pcf.virtual_prog_mode_mask & DEV_VPROG_MODE_CVP, caps.cvp, "CvP programming");
-    auto needs = [&](int type, bool feature, const std::string& what) {
-        if ((pcf.zeb_file_mask >> type & 1) && !feature)
-            WHERE(where, "pcf").fail("'" + pcf.pcf_name + "' offers output file type " + std::to_string(type) +
-                                     ", which needs " + what);
-    };
-    needs(4, record.has_flash_loader, "a flash loader");
-    needs(17, record.has_flash_loader, "a flash loader");
-    needs(14, caps.cvp, "CvP");
-    needs(15, caps.hps, "an HPS");
-    needs(19, caps.partial_reconfiguration, "partial reconfiguration");
-    needs(25, caps.design_security, "design security");
-    needs(27, !record.helper_images.empty(), "helper images");
-    needs(28, !record.helper_images.empty(), "helper images");
 }
 
 DEV_DEVICE_RECORD read_device(const JSON& device, const WHERE& where_index, const TABLES& tables)
@@ -548,29 +431,16 @@ DEV_DEVICE_RECORD read_device(const JSON& device, const WHERE& where_index, cons
     record.device = static_cast<DEV_DEVICE_ENUM>(get_number(device, "device", where, 0xFFFFFF));
     if (record.device == DEV_DEVICE_INVALID)
         WHERE(where, "device").fail("0 is no device number");
-    const bool generic = record.family == DEV_FAMILY_GENERIC;
-    if (generic != (record.device == k_generic_device))
-        WHERE(where, "device").fail("the generic device is device 867 of family 68, and no other device is");
-
-    if (find(device, "jtag") || !generic)
-        record.jtag = read_jtag(device, where);
-
+    // Only the generic device may leave out its JTAG identity.
+    if (find(device, "jtag") || record.family != DEV_FAMILY_GENERIC)
+        record.jtag = read_jtag(require(device, "jtag", where), WHERE(where, "jtag"));
     record.config_data_size = get_number(device, "config_data_size", where, k_max_image_size);
-    if (record.config_data_size == 0 && !generic)
-        WHERE(where, "config_data_size").fail("must not be 0");
-
-    const JSON& schemes = get_array(device, "config_schemes", where);
-    if (schemes.empty())
-        WHERE(where, "config_schemes").fail("must name at least one scheme");
-    for (size_t i = 0; i < schemes.size(); ++i)
-    {
-        const WHERE item(where, "config_schemes[" + std::to_string(i) + "]");
-        const auto scheme = static_cast<PGMIO_CONFIG_SCHEME>(to_number(schemes[i], item, PGMIO_CONFIG_SCHEME_SDMMC_X8));
-        if (record.supports_config_scheme(scheme))
-            item.fail(std::to_string(scheme) + " is listed twice");
-        record.config_schemes.push_back(scheme);
-    }
-    std::sort(record.config_schemes.begin(), record.config_schemes.end());
+    for_each_entry(device, "config_schemes",
+                   [&](const JSON& value, const WHERE& item)
+                   {
+                       record.config_schemes.push_back(static_cast<PGMIO_CONFIG_SCHEME>(
+                           to_number(value, WHERE(where, item.text()), PGMIO_CONFIG_SCHEME_SDMMC_X8)));
+                   });
 
     const WHERE caps_where(where, "capabilities");
     const JSON& caps = require(device, "capabilities", where);
@@ -582,68 +452,47 @@ DEV_DEVICE_RECORD read_device(const JSON& device, const WHERE& where_index, cons
     record.capabilities.partial_reconfiguration = get_bool(caps, "partial_reconfiguration", caps_where);
     record.capabilities.design_security = get_bool(caps, "design_security", caps_where);
     record.capabilities.key_length = static_cast<uint32_t>(get_number(caps, "key_length", caps_where, 4096));
-    const uint32_t key = record.capabilities.key_length;
-    if (record.capabilities.design_security ? (key != 128 && key != 256) : key != 0)
-        WHERE(caps_where, "key_length").fail("must be 128 or 256 with design security and 0 without");
-    if (record.capabilities.design_security)
-        require_commands(record.jtag.instructions, {"KEY_PROGRAM"}, WHERE(where, "jtag.instructions"));
 
-    read_helper_refs(device, where, tables, record);
-
-    if (const JSON* loader = find(device, "flash_loader"))
+    if (const JSON* helpers = find(device, "helper_images"))
+        read_helper_refs(*helpers, WHERE(where, "helper_images"), tables, record);
+    if (find(device, "flash_loader"))
     {
-        if (!loader->is_string())
-            WHERE(where, "flash_loader").fail(std::string("expected a flash loader name, found ") + type_name(*loader));
-        auto it = std::find_if(tables.flash_loaders.begin(), tables.flash_loaders.end(),
-                               [&](const DEV_FLASH_LOADER& l) { return l.name == loader->get<std::string>(); });
-        if (it == tables.flash_loaders.end())
-            WHERE(where, "flash_loader").fail("'" + loader->get<std::string>() + "' is not in the flash_loaders list");
         record.has_flash_loader = true;
-        record.flash_loader = *it;
-        if (record.config_data_size > it->max_flash_size)
-            WHERE(where, "flash_loader").fail("'" + it->name + "' cannot address the device's configuration data");
+        record.flash_loader =
+            resolve(tables.flash_loaders, &DEV_FLASH_LOADER::name, device, "flash_loader", "flash_loaders", where);
     }
-    const bool active_serial =
-        record.supports_config_scheme(PGMIO_CONFIG_SCHEME_AS) || record.supports_config_scheme(PGMIO_CONFIG_SCHEME_AS_X4);
-    const auto& families = record.flash_loader.flash_families;
-    if (active_serial && !generic &&
-        (!record.has_flash_loader || std::find(families.begin(), families.end(), DEV_FAMILY_VIVERI) == families.end()))
-        WHERE(where, "flash_loader").fail("an Active Serial device needs a flash loader for family 10");
-
-    read_internal_flash(device, where, record);
-    bool internal_image = false;
-    for (PGMIO_CONFIG_SCHEME scheme : record.config_schemes)
-        internal_image |= scheme >= PGMIO_CONFIG_SCHEME_SINGLE_IMAGE && scheme <= PGMIO_CONFIG_SCHEME_DUAL_COMPRESSED_IMAGES;
-    if (internal_image)
+    if (find(device, "internal_flash"))
     {
-        const WHERE flash_where(where, "internal_flash");
-        const DEV_FLASH_REGION* cfm0 = find_region(record, "CFM0");
-        if (!find_region(record, "UFM") || !cfm0)
-            flash_where.fail("internal-image schemes need the regions UFM and CFM0");
-        if (record.supports_config_scheme(PGMIO_CONFIG_SCHEME_DUAL_COMPRESSED_IMAGES) && !find_region(record, "CFM1"))
-            flash_where.fail("scheme 19 (dual images) needs the region CFM1");
-        if (record.config_data_size > cfm0->size)
-            flash_where.fail("the configuration data does not fit into CFM0");
-        require_commands(record.jtag.instructions, {"FLASH_ENABLE", "FLASH_ERASE", "FLASH_PROGRAM", "FLASH_READ"},
-                         WHERE(where, "jtag.instructions"));
+        for_each_entry(device, "internal_flash",
+                       [&](const JSON& entry, const WHERE& item)
+                       {
+                           const WHERE region_where(where, item.text());
+                           expect_object(entry, region_where, {"name", "start", "size"});
+                           DEV_FLASH_REGION region;
+                           region.name = get_name(entry, "name", region_where);
+                           region.start = static_cast<uint32_t>(get_number(entry, "start", region_where, 0xFFFFFFFF));
+                           region.size = static_cast<uint32_t>(get_number(entry, "size", region_where, 0xFFFFFFFF));
+                           record.internal_flash.push_back(region);
+                       });
     }
-
     if (find(device, "cmf_flash_block_size"))
     {
-        record.cmf_flash_block_size = static_cast<uint32_t>(get_number(device, "cmf_flash_block_size", where, 1u << 24));
-        if (!is_power_of_two(record.cmf_flash_block_size) || record.cmf_flash_block_size < 0x1000)
-            WHERE(where, "cmf_flash_block_size").fail(hex(record.cmf_flash_block_size) +
-                                                      " is not a power of two of at least 0x1000");
         record.has_cmf_flash_block_layout = true;
+        record.cmf_flash_block_size =
+            static_cast<uint32_t>(get_number(device, "cmf_flash_block_size", where, 1u << 24));
     }
+    record.pcf = resolve(tables.pcf, &PGM_PCF_FILE_INFO::pcf_name, device, "pcf", "pcf", where);
 
-    record.pcf = resolve_pcf(tables.pcf, device, where);
-    check_pcf_against_device(record, where);
+    std::sort(record.config_schemes.begin(), record.config_schemes.end());
+    const std::string problem = dev_check_device_record(record);
+    if (!problem.empty())
+        where.fail(problem);
     return record;
 }
 
 // ---- flash_devices.json and custom files -------------------------------------------------------
 
+// `tables` is null for a custom file, whose devices have no device number and no PCF record.
 DEV_FLASH_RECORD read_flash_device(const JSON& device, const WHERE& where_index, const TABLES* tables,
                                    const std::string& source)
 {
@@ -661,133 +510,64 @@ DEV_FLASH_RECORD read_flash_device(const JSON& device, const WHERE& where_index,
     record.name = get_name(device, "name", where_index);
     const WHERE where(WHERE(), where_index.text() + " (" + record.name + ")");
 
-    const uint64_t family = get_number(device, "family", where, 0xFFFF);
-    if (custom ? (family != DEV_FAMILY_VIVERI && family != DEV_FAMILY_BILOSA_CFI)
-               : (!tables->family(family) || !tables->family(family)->configuration_device))
-        WHERE(where, "family").fail(std::to_string(family) + (custom ? " is not 10 (serial flash) or 37 (CFI flash)"
-                                                                     : " is not a declared configuration-device family"));
-    record.family = static_cast<DEV_FAMILY_ENUM>(family);
+    record.family = static_cast<DEV_FAMILY_ENUM>(get_number(device, "family", where, 0xFFFF));
+    if (!custom && (!tables->family(record.family) || !tables->family(record.family)->configuration_device))
+        WHERE(where, "family").fail(std::to_string(record.family) + " is not a declared configuration-device family");
     if (!custom)
-    {
         record.device = static_cast<DEV_DEVICE_ENUM>(get_number(device, "device", where, 0xFFFFFF));
-        if (record.device == DEV_DEVICE_INVALID || record.device == k_generic_device)
-            WHERE(where, "device").fail("0 and 867 are no flash device numbers");
-    }
-
     record.size = get_number(device, "size", where, k_max_flash_size);
-    if (!is_power_of_two(record.size) || record.size < 0x10000)
-        WHERE(where, "size").fail(hex(record.size) + " is not a power of two of at least 0x10000");
     record.sector_size = static_cast<uint32_t>(get_number(device, "sector_size", where, 0xFFFFFFFF));
-    if (!is_power_of_two(record.sector_size) || record.sector_size < 0x1000 || record.sector_size > record.size)
-        WHERE(where, "sector_size").fail(hex(record.sector_size) + " is not a power of two from 0x1000 to the size");
     record.page_size = static_cast<uint32_t>(get_number(device, "page_size", where, 0xFFFFFFFF));
-    if (!is_power_of_two(record.page_size) || record.page_size > record.sector_size)
-        WHERE(where, "page_size").fail(hex(record.page_size) + " is not a power of two up to the sector size");
     if (find(device, "legacy"))
         record.legacy = get_bool(device, "legacy", where);
     record.silicon_id = static_cast<uint32_t>(get_number(device, "silicon_id", where, 0xFFFFFFFF));
-    if (record.silicon_id == 0)
-        WHERE(where, "silicon_id").fail("must not be 0");
-
-    record.address_bytes = static_cast<uint32_t>(get_number(device, "address_bytes", where, 4));
-    if (record.address_bytes < 2)
-        WHERE(where, "address_bytes").fail("must be 2, 3 or 4");
-    const bool serial = record.family == DEV_FAMILY_VIVERI;
-    if (serial && record.address_bytes < 3)
-        WHERE(where, "address_bytes").fail("a serial flash uses 3 or 4 address bytes");
-    if (serial && record.size > (1ull << (8 * record.address_bytes)))
-        WHERE(where, "address_bytes").fail(std::to_string(record.address_bytes) + " address bytes cannot reach " +
-                                           hex(record.size) + " bytes");
-
-    const JSON& widths = get_array(device, "data_widths", where);
-    if (widths.empty())
-        WHERE(where, "data_widths").fail("must name at least one width");
-    const std::set<uint64_t> allowed = serial ? std::set<uint64_t>{1, 2, 4}
-                                       : record.family == DEV_FAMILY_BILOSA_CFI ? std::set<uint64_t>{8, 16, 32}
-                                                                                : std::set<uint64_t>{1, 2, 4, 8, 16};
-    for (size_t i = 0; i < widths.size(); ++i)
-    {
-        const WHERE item(where, "data_widths[" + std::to_string(i) + "]");
-        const uint64_t width = to_number(widths[i], item, 64);
-        if (!allowed.count(width))
-            item.fail(std::to_string(width) + " bits is not a bus width of this family");
-        if (std::find(record.data_widths.begin(), record.data_widths.end(), width) != record.data_widths.end())
-            item.fail(std::to_string(width) + " is listed twice");
-        record.data_widths.push_back(static_cast<uint32_t>(width));
-    }
-
+    record.address_bytes = static_cast<uint32_t>(get_number(device, "address_bytes", where, 8));
+    for_each_entry(
+        device, "data_widths",
+        [&](const JSON& value, const WHERE& item)
+        { record.data_widths.push_back(static_cast<uint32_t>(to_number(value, WHERE(where, item.text()), 64))); });
     record.commands = get_commands(device, "commands", where, 0xFF);
-    const WHERE commands(where, "commands");
-    if (serial)
-        require_commands(record.commands, {"READ_ID", "READ", "PAGE_PROGRAM", "SECTOR_ERASE", "READ_STATUS", "WRITE_ENABLE"},
-                         commands);
-    else if (record.family == DEV_FAMILY_BILOSA_CFI)
-        require_commands(record.commands, {"READ_ARRAY", "READ_ID", "PROGRAM", "BLOCK_ERASE", "READ_STATUS", "CLEAR_STATUS"},
-                         commands);
-    else
-        require_commands(record.commands, {"READ_ID", "READ", "PROGRAM", "ERASE", "READ_STATUS"}, commands);
-    check_unique_codes(record.commands, commands);
-
     if (!custom)
     {
-        record.pcf = resolve_pcf(tables->pcf, device, where);
+        record.pcf = resolve(tables->pcf, &PGM_PCF_FILE_INFO::pcf_name, device, "pcf", "pcf", where);
         record.has_pcf = true;
-        if (record.pcf.virtual_prog_mode_mask != 0)
-            WHERE(where, "pcf").fail("'" + record.pcf.pcf_name + "' claims programming through the device");
     }
+    const std::string problem = dev_check_flash_record(record, custom);
+    if (!problem.empty())
+        where.fail(problem);
     return record;
 }
 
 std::vector<DEV_FLASH_RECORD> read_flash_list(const JSON& root, const TABLES* tables, const std::string& source)
 {
     std::vector<DEV_FLASH_RECORD> devices;
-    const JSON& list = get_array(root, "flash_devices", WHERE());
-    for (size_t i = 0; i < list.size(); ++i)
-    {
-        devices.push_back(read_flash_device(list[i], WHERE(WHERE(), "flash_devices[" + std::to_string(i) + "]"),
-                                            tables, source));
-        for (size_t j = 0; j + 1 < devices.size(); ++j)
-            if (devices[j].name == devices.back().name)
-                WHERE(WHERE(), "flash_devices[" + std::to_string(i) + "]")
-                    .fail("the name '" + devices.back().name + "' is used twice");
-    }
+    for_each_entry(root, "flash_devices",
+                   [&](const JSON& entry, const WHERE& where)
+                   {
+                       DEV_FLASH_RECORD record = read_flash_device(entry, where, tables, source);
+                       check_new_name(devices, &DEV_FLASH_RECORD::name, record, where);
+                       devices.push_back(std::move(record));
+                   });
     return devices;
 }
 
-// Checks that rely on the whole catalogue; reported against the file that holds the later entry.
-void check_catalogue(const DEV_CATALOGUE& catalogue, const std::string& devices_file, const std::string& flash_file,
-                     std::string& error)
+// Runs `read` and turns a format problem into "<file>: <problem>".
+template <typename READ> bool guarded(const std::string& file, std::string& error, READ read)
 {
-    std::map<std::string, std::string> names;
-    std::map<uint32_t, std::string> numbers;
-    std::map<uint32_t, std::string> idcodes;
-    std::map<DEV_FAMILY_ENUM, const DEV_DEVICE_RECORD*> family_layout;
-    auto claim = [&](auto& seen, const auto& key, const std::string& owner, const std::string& what,
-                     const std::string& file) {
-        auto [it, inserted] = seen.emplace(key, owner);
-        if (!inserted && error.empty())
-            error = file + ": " + owner + " has the " + what + " of " + it->second;
-    };
-    for (const DEV_DEVICE_RECORD& d : catalogue.devices)
+    try
     {
-        claim(names, d.name, d.name, "name", devices_file);
-        claim(numbers, d.device, d.name, "device number " + std::to_string(d.device), devices_file);
-        if (d.jtag.idcode != 0)
-            claim(idcodes, d.jtag.idcode, d.name, "IDCODE " + hex(d.jtag.idcode), devices_file);
-        auto [it, inserted] = family_layout.emplace(d.family, &d);
-        if (!inserted && error.empty() &&
-            (it->second->has_cmf_flash_block_layout != d.has_cmf_flash_block_layout ||
-             it->second->cmf_flash_block_size != d.cmf_flash_block_size))
-            error = devices_file + ": " + d.name + " and " + it->second->name +
-                    " are of one family but differ in cmf_flash_block_size";
+        read();
+        return true;
     }
-    std::map<uint32_t, std::string> silicon_ids;
-    for (const DEV_FLASH_RECORD& f : catalogue.flash_devices)
+    catch (const FORMAT_ERROR& e)
     {
-        claim(names, f.name, f.name, "name", flash_file);
-        claim(numbers, f.device, f.name, "device number " + std::to_string(f.device), flash_file);
-        claim(silicon_ids, f.silicon_id, f.name, "silicon id " + hex(f.silicon_id), flash_file);
+        error = file + ": " + e.what();
     }
+    catch (const JSON::exception& e)
+    {
+        error = file + ": unexpected content: " + e.what();
+    }
+    return false;
 }
 
 } // namespace
@@ -798,69 +578,55 @@ bool dev_read_catalogue(const std::string& data_directory, DEV_CATALOGUE& catalo
     const std::string devices_file = data_directory + "/" + DEV_DEVICES_FILE;
     const std::string flash_file = data_directory + "/" + DEV_FLASH_DEVICES_FILE;
     TABLES tables;
-    std::string current = devices_file;
-    try
-    {
-        const JSON root = read_json_file(devices_file, error);
-        if (!error.empty())
-            return false;
-        check_header(root, "corvane-devices");
-        expect_object(root, WHERE(), {"format", "version", "families", "pcf", "helper_images", "flash_loaders", "devices"});
-        read_families(root, tables);
-        tables.pcf = read_pcf_table(root);
-        read_helper_images(root, tables);
-        read_flash_loaders(root, tables);
-        const JSON& devices = get_array(root, "devices", WHERE());
-        catalogue.devices.clear();
-        for (size_t i = 0; i < devices.size(); ++i)
-            catalogue.devices.push_back(read_device(devices[i], WHERE(WHERE(), "devices[" + std::to_string(i) + "]"), tables));
+    const JSON root = read_json_file(devices_file, error);
+    if (!error.empty())
+        return false;
+    const bool devices_ok = guarded(
+        devices_file, error,
+        [&]
+        {
+            check_header(root, "corvane-devices");
+            expect_object(root, WHERE(),
+                          {"format", "version", "families", "pcf", "helper_images", "flash_loaders", "devices"});
+            read_tables(root, tables);
+            catalogue.families = tables.families;
+            catalogue.devices.clear();
+            for_each_entry(root, "devices",
+                           [&](const JSON& entry, const WHERE& where)
+                           { catalogue.devices.push_back(read_device(entry, where, tables)); });
+        });
+    if (!devices_ok)
+        return false;
 
-        current = flash_file;
-        const JSON flash_root = read_json_file(flash_file, error);
-        if (!error.empty())
-            return false;
-        check_header(flash_root, "corvane-flash-devices");
-        expect_object(flash_root, WHERE(), {"format", "version", "pcf", "flash_devices"});
-        tables.pcf = read_pcf_table(flash_root);
-        catalogue.flash_devices = read_flash_list(flash_root, &tables, flash_file);
-    }
-    catch (const FORMAT_ERROR& e)
-    {
-        error = current + ": " + e.what();
+    const JSON flash_root = read_json_file(flash_file, error);
+    if (!error.empty())
         return false;
-    }
-    catch (const JSON::exception& e)
-    {
-        error = current + ": unexpected content: " + e.what();
+    const bool flash_ok = guarded(flash_file, error,
+                                  [&]
+                                  {
+                                      check_header(flash_root, "corvane-flash-devices");
+                                      expect_object(flash_root, WHERE(), {"format", "version", "pcf", "flash_devices"});
+                                      tables.pcf = read_pcf_table(flash_root);
+                                      catalogue.flash_devices = read_flash_list(flash_root, &tables, flash_file);
+                                  });
+    if (!flash_ok)
         return false;
-    }
-    catalogue.families = tables.families;
-    check_catalogue(catalogue, devices_file, flash_file, error);
+    error = dev_check_catalogue(catalogue, devices_file, flash_file);
     return error.empty();
 }
 
 bool dev_read_custom_flash_file(const std::string& path, std::vector<DEV_FLASH_RECORD>& devices, std::string& error)
 {
     error.clear();
-    try
-    {
-        const JSON root = read_json_file(path, error);
-        if (!error.empty())
-            return false;
-        check_header(root, "corvane-flash-devices");
-        expect_object(root, WHERE(), {"format", "version", "flash_devices"});
-        std::vector<DEV_FLASH_RECORD> read = read_flash_list(root, nullptr, path);
-        devices.insert(devices.end(), read.begin(), read.end());
-    }
-    catch (const FORMAT_ERROR& e)
-    {
-        error = path + ": " + e.what();
+    const JSON root = read_json_file(path, error);
+    if (!error.empty())
         return false;
-    }
-    catch (const JSON::exception& e)
-    {
-        error = path + ": unexpected content: " + e.what();
-        return false;
-    }
-    return true;
+    return guarded(path, error,
+                   [&]
+                   {
+                       check_header(root, "corvane-flash-devices");
+                       expect_object(root, WHERE(), {"format", "version", "flash_devices"});
+                       const std::vector<DEV_FLASH_RECORD> read = read_flash_list(root, nullptr, path);
+                       devices.insert(devices.end(), read.begin(), read.end());
+                   });
 }

@@ -26,6 +26,17 @@ bool dev_read_catalogue(const std::string& data_directory, DEV_CATALOGUE& catalo
 // Reads one custom flash-device file and appends its devices. False with "<file>: <problem>".
 bool dev_read_custom_flash_file(const std::string& path, std::vector<DEV_FLASH_RECORD>& devices, std::string& error);
 
+// Consistency of one device as read from a file: "" when consistent, else "<field>: <problem>".
+std::string dev_check_device_record(const DEV_DEVICE_RECORD& record);
+// The same for a flash device; a custom one has no device number and no PCF record.
+std::string dev_check_flash_record(const DEV_FLASH_RECORD& record, bool custom);
+// Rules across the whole catalogue (unique names, device numbers, IDCODEs and silicon ids; one
+// block layout per family): "" or "<file>: <problem>".
+std::string dev_check_catalogue(const DEV_CATALOGUE& catalogue, const std::string& devices_file,
+                                const std::string& flash_file);
+// "0x1A00000": how sizes, codes and identities appear in messages.
+std::string dev_hex(uint64_t value);
+
 // The catalogue of the suite's data directory, read on first use; empty when it failed to load.
 const DEV_CATALOGUE& dev_get_catalogue();
 // Why the catalogue failed to load; "" when it loaded.

@@ -72,9 +72,15 @@ const std::string k_no_name;
 
 } // namespace
 
-const DEV_CATALOGUE& dev_get_catalogue() { return get_index().catalogue(); }
+const DEV_CATALOGUE& dev_get_catalogue()
+{
+    return get_index().catalogue();
+}
 
-const std::string& dev_get_catalogue_error() { return get_index().error(); }
+const std::string& dev_get_catalogue_error()
+{
+    return get_index().error();
+}
 
 // ---- Records -----------------------------------------------------------------------------------
 
@@ -140,11 +146,20 @@ PGM_DEVICE::PGM_DEVICE(const DEV_FLASH_RECORD* flash) : m_flash(flash)
         m_pcf = std::make_shared<const PGM_PCF_CONTAINER>(std::vector<PGM_PCF_FILE_INFO>{flash->pcf});
 }
 
-const std::string& PGM_DEVICE::get_name() const { return m_fpga ? m_fpga->name : m_flash->name; }
+const std::string& PGM_DEVICE::get_name() const
+{
+    return m_fpga ? m_fpga->name : m_flash->name;
+}
 
-DEV_FAMILY_ENUM PGM_DEVICE::get_family() const { return m_fpga ? m_fpga->family : m_flash->family; }
+DEV_FAMILY_ENUM PGM_DEVICE::get_family() const
+{
+    return m_fpga ? m_fpga->family : m_flash->family;
+}
 
-DEV_DEVICE_ENUM PGM_DEVICE::get_device() const { return m_fpga ? m_fpga->device : m_flash->device; }
+DEV_DEVICE_ENUM PGM_DEVICE::get_device() const
+{
+    return m_fpga ? m_fpga->device : m_flash->device;
+}
 
 const std::string& PGM_DEVICE::get_pcf_name() const
 {
@@ -196,9 +211,15 @@ std::unique_ptr<PGM_DEVICE> PGM_DEVICE_INDEX::create_new_asc_device(std::string_
     return nullptr;
 }
 
-const std::vector<const PGM_DEVICE*>& PGM_DEVICE_INDEX::get_all_devices() { return get_index().all(); }
+const std::vector<const PGM_DEVICE*>& PGM_DEVICE_INDEX::get_all_devices()
+{
+    return get_index().all();
+}
 
-const std::vector<DEV_FAMILY_RECORD>& PGM_DEVICE_INDEX::get_families() { return get_index().catalogue().families; }
+const std::vector<DEV_FAMILY_RECORD>& PGM_DEVICE_INDEX::get_families()
+{
+    return get_index().catalogue().families;
+}
 
 const DEV_FAMILY_RECORD* PGM_DEVICE_INDEX::find_family(DEV_FAMILY_ENUM family)
 {
@@ -208,7 +229,10 @@ const DEV_FAMILY_RECORD* PGM_DEVICE_INDEX::find_family(DEV_FAMILY_ENUM family)
     return nullptr;
 }
 
-const std::string& PGM_DEVICE_INDEX::get_catalogue_error() { return get_index().error(); }
+const std::string& PGM_DEVICE_INDEX::get_catalogue_error()
+{
+    return get_index().error();
+}
 
 bool PGM_DEVICE_INDEX::check_catalogue(const std::string& data_directory, std::string& error)
 {
