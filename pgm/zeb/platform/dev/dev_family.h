@@ -14,14 +14,14 @@ enum DEV_FAMILY_ENUM : uint32_t
     DEV_FAMILY_ZUVOKO = 16,     // FPGA family with configuration via PCI Express
     DEV_FAMILY_GADOGO = 22,     // configuration device family
     DEV_FAMILY_NADERE = 23,     // configuration device family
-    DEV_FAMILY_ZIZIRA = 25,     // FPGA family with secure device manager, HPS and helper images
+    DEV_FAMILY_ZIZIRA = 25,     // FPGA family with block layout, remote update, HPS, CvP and helper images
     DEV_FAMILY_BILOSA_CFI = 37, // parallel (CFI) flash devices
     DEV_FAMILY_ZATATA = 44,     // FPGA family without block layout
-    DEV_FAMILY_RERATI = 45,     // FPGA family with secure device manager, HPS and helper images
+    DEV_FAMILY_RERATI = 45,     // FPGA family with block layout, remote update, HPS and helper images
     DEV_FAMILY_DESIDI = 47,     // FPGA family with a boot-information header
     DEV_FAMILY_KUVINO = 64,     // configuration device family
-    DEV_FAMILY_MOZOKA = 67,     // FPGA family with internal configuration flash
-    DEV_FAMILY_GENERIC = 68,    // placeholder family of a device the database does not know
+    DEV_FAMILY_MOZOKA = 67,     // FPGA family with internal configuration flash (UFM, CFM0, CFM1)
+    DEV_FAMILY_GENERIC = 68,    // family given to a device that the database does not know
 };
 
 // Devices are numbered by the catalogue; 0 is no device.

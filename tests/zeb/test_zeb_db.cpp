@@ -1,0 +1,499 @@
+// SPDX-License-Identifier: Apache-2.0
+// The three capability tables and their per-key queries: fixed key orders, defaults and the
+// never-matching is_/supports_ on keys without a record, the texts that must not be "corrected",
+// and a walk over every row of each table checking what must hold between rows and tables.
+#include "pgm/zeb/platform/fio/fio.h"
+#include "pgm/zeb/platform/ini/pgm_common_ini.h"
+#include "pgm/zeb/platform/xml/pgm_common_xml_enum.h"
+#include "pgm/zeb/zeb_db_util.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <numeric>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+template <typename T> std::vector<int32_t> as_ints(const std::vector<T>& values)
+{
+    return std::vector<int32_t>(values.begin(), values.end());
+}
+
+template <typename T> bool contains(const std::vector<T>& values, T value)
+{
+    return std::find(values.begin(), values.end(), value) != values.end();
+}
+
+// The file type names that a setup document's output_file, secondary_file and raw_file accept.
+std::set<std::string> schema_file_type_names()
+{
+    std::set<std::string> names;
+    std::istringstream list("RBF|HEX|TTF|JIC|POF|RPD|PRRBF|CVP_CORE_RBF|HPS_CORE_RBF|PERIPH_RBF|PERIPH_JIC|PERIPH_POF|"
+                            "PERIPH_RPD|MAP|SEC_RPD|JAM|JBC|SVF|EKP|QSPI_HELPER_RBF|HELPER_RBF|HELPER_RBF_CMD|SOF");
+    for (std::string name; std::getline(list, name, '|');)
+        names.insert(name);
+    return names;
+}
+
+std::vector<ZEB_FILE_TYPE> all_types()
+{
+    return ZEB_DB::get_all_output_file_type_keys();
+}
+
+} // namespace
+
+// ---- Fixed key orders ------------------------------------------------------------------------------
+
+TEST(ZebDbKeyOrder, OutputFileTypesAreListedInTheirDisplayOrderNotNumerically)
+{
+    const std::vector<int32_t> keys = as_ints(ZEB_DB::get_all_output_file_type_keys());
+    ASSERT_EQ(keys.size(), 29u);
+    EXPECT_EQ(std::vector<int32_t>(keys.begin(), keys.begin() + 3), (std::vector<int32_t>{2, 0, 3}));
+    EXPECT_EQ(std::vector<int32_t>(keys.end() - 2, keys.end()), (std::vector<int32_t>{28, 1}));
+    // The partial-reconfiguration raw binary sits among the PR types, the periphery RPD among the
+    // periphery files.
+    EXPECT_EQ(keys[11], 19);
+    EXPECT_EQ(keys[19], 26);
+    std::vector<int32_t> sorted = keys;
+    std::sort(sorted.begin(), sorted.end());
+    std::vector<int32_t> expected(29);
+    std::iota(expected.begin(), expected.end(), 0);
+    EXPECT_EQ(sorted, expected);
+}
+
+TEST(ZebDbKeyOrder, ConfigSchemesHaveSixteenRecordsInFixedOrder)
+{
+    const std::vector<int32_t> keys = as_ints(ZEB_DB::get_all_config_mode_keys());
+    ASSERT_EQ(keys.size(), 16u);
+    EXPECT_EQ(std::vector<int32_t>(keys.begin(), keys.begin() + 6), (std::vector<int32_t>{0, 1, 2, 3, 8, 7}));
+    EXPECT_EQ(std::vector<int32_t>(keys.end() - 2, keys.end()), (std::vector<int32_t>{4, 5}));
+    for (int32_t without_record : {6, 9, 15, 16, 17, 18, 19, 23, 24})
+        EXPECT_FALSE(contains(keys, without_record)) << without_record;
+}
+
+TEST(ZebDbKeyOrder, CmdParamsAreGroupedByElementAndCoverEveryValueOnce)
+{
+    const std::vector<int32_t> keys = as_ints(ZEB_DB::get_all_cmd_param_type_keys());
+    ASSERT_EQ(keys.size(), 119u);
+    EXPECT_EQ(std::vector<int32_t>(keys.begin(), keys.begin() + 7), (std::vector<int32_t>{0, 1, 2, 3, 4, 44, 40}));
+    EXPECT_EQ(std::vector<int32_t>(keys.end() - 3, keys.end()), (std::vector<int32_t>{36, 32, 34}));
+    // The settings follow the last bitstream parameter.
+    const auto bitstream_id = std::find(keys.begin(), keys.end(), 118);
+    ASSERT_NE(bitstream_id, keys.end());
+    EXPECT_EQ(*(bitstream_id + 1), 13);
+    EXPECT_EQ(std::set<int32_t>(keys.begin(), keys.end()).size(), 119u);
+    EXPECT_EQ(*std::min_element(keys.begin(), keys.end()), 0);
+    EXPECT_EQ(*std::max_element(keys.begin(), keys.end()), 118);
+}
+
+// ---- Keys without a record -------------------------------------------------------------------------
+
+TEST(ZebDbMissingKey, FileTypeQueriesGiveDefaultsAndNeverMatch)
+{
+    for (int32_t value : {29, -1, 32, 1000})
+    {
+        const auto type = static_cast<ZEB_FILE_TYPE>(value);
+        SCOPED_TRACE(value);
+        EXPECT_FALSE(ZEB_DB::get_enabled(type));
+        EXPECT_FALSE(ZEB_DB::is_enabled(type, false));
+        EXPECT_FALSE(ZEB_DB::is_secondary(type, false));
+        EXPECT_FALSE(ZEB_DB::is_has_option(type, false));
+        EXPECT_EQ(ZEB_DB::get_xml_enum(type), 0u);
+        EXPECT_FALSE(ZEB_DB::is_xml_enum(type, PGM_COMMON_XML_ENUM__INVALID__));
+        EXPECT_EQ(ZEB_DB::get_fio_ext_enum(type), 0u);
+        EXPECT_FALSE(ZEB_DB::is_fio_ext_enum(type, FIO_EXTENSION_TYPE_NONE));
+        EXPECT_EQ(ZEB_DB::get_description(type), "");
+        EXPECT_FALSE(ZEB_DB::is_description(type, ""));
+        EXPECT_FALSE(ZEB_DB::is_tooltip(type, ""));
+        EXPECT_FALSE(ZEB_DB::is_file_name_suffix(type, ""));
+        EXPECT_FALSE(ZEB_DB::is_child_file_name_suffix(type, ""));
+        EXPECT_TRUE(ZEB_DB::get_secondary_file_type(type).empty());
+        EXPECT_TRUE(ZEB_DB::get_input_file_type(type).empty());
+        EXPECT_TRUE(ZEB_DB::get_config_device_family(type).empty());
+        EXPECT_TRUE(ZEB_DB::get_file_category(type).empty());
+        EXPECT_FALSE(ZEB_DB::supports_input_file_type(type, FIO_FILE_TYPE_SOF));
+        EXPECT_FALSE(ZEB_DB::supports_file_category(type, ZEB_FILE_CATEGORY_CONFIGURATION_DATA));
+    }
+}
+
+TEST(ZebDbMissingKey, SchemeWithoutRecordOffersNothing)
+{
+    for (int32_t value : {6, 9, 19, 25, -1})
+    {
+        const auto scheme = static_cast<PGMIO_CONFIG_SCHEME>(value);
+        SCOPED_TRACE(value);
+        EXPECT_FALSE(ZEB_DB::get_enabled(scheme));
+        EXPECT_FALSE(ZEB_DB::is_enabled(scheme, false));
+        EXPECT_EQ(ZEB_DB::get_xml_enum(scheme), 0u);
+        EXPECT_FALSE(ZEB_DB::is_xml_enum(scheme, PGM_COMMON_XML_ENUM__INVALID__));
+        EXPECT_TRUE(ZEB_DB::get_output_file_type(scheme).empty());
+        EXPECT_TRUE(ZEB_DB::get_config_device_family(scheme).empty());
+        for (ZEB_FILE_TYPE type : all_types())
+            EXPECT_FALSE(ZEB_DB::supports_output_file_type(scheme, type)) << type;
+    }
+}
+
+TEST(ZebDbMissingKey, CmdParamDefaultsDifferFromAPresentParamWithoutSwitch)
+{
+    for (int32_t value : {119, -1})
+    {
+        const auto param = static_cast<PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM>(value);
+        SCOPED_TRACE(value);
+        EXPECT_EQ(ZEB_DB::get_ini_type(param), 0u);
+        EXPECT_FALSE(ZEB_DB::is_ini_type(param, PGM_COMMON_INI_TYPE_BOOLEAN));
+        EXPECT_EQ(ZEB_DB::get_ini_key(param), 0u);
+        EXPECT_FALSE(ZEB_DB::is_ini_key(param, 0));
+        EXPECT_FALSE(ZEB_DB::is_enabled_by_ini(param, false));
+        EXPECT_FALSE(ZEB_DB::is_option_name(param, ""));
+        EXPECT_FALSE(ZEB_DB::is_hidden(param, false));
+        EXPECT_TRUE(ZEB_DB::get_dependent_param(param).empty());
+        EXPECT_FALSE(ZEB_DB::supports_exclusive_param(param, ZEB_CMD_PARAM_INVALID));
+    }
+    // A present parameter without switch reports type 9, not the missing-key 0.
+    EXPECT_EQ(ZEB_DB::get_ini_type(ZEB_CMD_PARAM_BITSTREAM_PATH_COMPRESSION), PGM_COMMON_INI_TYPE_NONE);
+    EXPECT_TRUE(ZEB_DB::is_ini_key(ZEB_CMD_PARAM_BITSTREAM_PATH_COMPRESSION, 0));
+    // Value 0 has a record of its own: disabled, no option name.
+    EXPECT_TRUE(ZEB_DB::is_enabled(ZEB_CMD_PARAM_INVALID, false));
+    EXPECT_TRUE(ZEB_DB::is_option_name(ZEB_CMD_PARAM_INVALID, ""));
+}
+
+TEST(ZebDbPresentKey, IsComparesTheFieldExactly)
+{
+    // A disabled row still matches its own values.
+    EXPECT_TRUE(ZEB_DB::is_enabled(ZEB_FILE_TYPE_POF_REMOTE_UPDATE, false));
+    EXPECT_TRUE(ZEB_DB::is_xml_enum(ZEB_FILE_TYPE_POF_REMOTE_UPDATE, PGM_COMMON_XML_ENUM__INVALID__));
+    EXPECT_TRUE(ZEB_DB::is_enabled(PGMIO_CONFIG_SCHEME_PS_X2, false));
+    EXPECT_TRUE(ZEB_DB::is_description(ZEB_FILE_TYPE_RBF, "Raw Binary File (.rbf)"));
+    EXPECT_FALSE(ZEB_DB::is_description(ZEB_FILE_TYPE_RBF, "raw binary file (.rbf)"));
+    EXPECT_FALSE(ZEB_DB::is_description(ZEB_FILE_TYPE_RBF, "Raw Binary File (.rbf) "));
+    EXPECT_FALSE(ZEB_DB::is_description(ZEB_FILE_TYPE_RBF, std::string("Raw Binary File (.rbf)\0", 23)));
+    EXPECT_TRUE(ZEB_DB::is_option_name(ZEB_CMD_PARAM_BITSTREAM_PATH_KEY1, "key"));
+    EXPECT_FALSE(ZEB_DB::is_option_name(ZEB_CMD_PARAM_BITSTREAM_PATH_KEY1, "KEY"));
+    EXPECT_TRUE(
+        ZEB_DB::is_ini_type(ZEB_CMD_PARAM_FLASH_DEVICE_ENABLE_TEST, PGM_COMMON_INI_TYPE_ENCRYPTED_TIMING_BOOLEAN));
+}
+
+// ---- Texts that must stay as they are ----------------------------------------------------------------
+
+TEST(ZebDbTexts, DeliberateOddities)
+{
+    const std::string ekp = ZEB_DB::get_description(ZEB_FILE_TYPE_EKP);
+    EXPECT_EQ(ekp.substr(ekp.size() - 11), " File(.ekp)");
+    EXPECT_NE(ZEB_DB::get_tooltip(ZEB_FILE_TYPE_RPD).find("(.jic)  file type"), std::string::npos);
+    EXPECT_EQ(ZEB_DB::get_tooltip(ZEB_FILE_TYPE_RPD), ZEB_DB::get_tooltip(ZEB_FILE_TYPE_RPD_SECONDARY));
+    EXPECT_EQ(ZEB_DB::get_tooltip(ZEB_FILE_TYPE_HELPER_RBF).back(), 'g');
+    EXPECT_EQ(ZEB_DB::get_tooltip(ZEB_FILE_TYPE_HELPER_RBF_SECONDARY).back(), 'g');
+    EXPECT_EQ(ZEB_DB::get_tooltip(ZEB_FILE_TYPE_HIOF), "");
+    EXPECT_NE(ZEB_DB::get_description(ZEB_FILE_TYPE_HEXOUT_CONFIG_DEVICE).find("Dravek(4|8|16)/Tromm(4|8|16)"),
+              std::string::npos);
+    const std::string rsu = ZEB_DB::get_description(ZEB_CMD_PARAM_BITSTREAM_PATH_RSU_UPGRADE);
+    EXPECT_NE(rsu.find("to upgarde the rsu firmware. rsu_upgarde=ON|OFF"), std::string::npos);
+    EXPECT_NE(ZEB_DB::get_description(ZEB_CMD_PARAM_BITSTREAM_PATH_SIGNING_PEM_FILE).find("pem file  (*.pem)"),
+              std::string::npos);
+    EXPECT_NE(ZEB_DB::get_description(ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_FILE_OPTIONS_FREQUENCY)
+                  .find("of  Serial Vector Format"),
+              std::string::npos);
+    // The primary file's operation lists PV, the secondary file's PB.
+    EXPECT_NE(ZEB_DB::get_description(ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_OPERATION).find("P|V|PV"),
+              std::string::npos);
+    EXPECT_NE(ZEB_DB::get_description(ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_FILE_OPTIONS_OPERATION).find("P|V|PB"),
+              std::string::npos);
+    EXPECT_NE(ZEB_DB::get_description(ZEB_CMD_PARAM_OUTPUT_FILE_DEVICE).find("(*.fuse)  programming"),
+              std::string::npos);
+}
+
+// ---- Every row of the output file type table ---------------------------------------------------------
+
+TEST(ZebDbFileTypeRows, XmlValuesNameSchemaFileTypesOnce)
+{
+    const std::set<std::string> schema = schema_file_type_names();
+    ASSERT_EQ(schema.size(), 23u);
+    std::map<PGM_COMMON_XML_ENUM, ZEB_FILE_TYPE> owner;
+    for (ZEB_FILE_TYPE type : all_types())
+    {
+        const PGM_COMMON_XML_ENUM xml = ZEB_DB::get_xml_enum(type);
+        if (xml == PGM_COMMON_XML_ENUM__INVALID__)
+            continue;
+        EXPECT_TRUE(owner.emplace(xml, type).second) << "types " << owner[xml] << " and " << type << " share " << xml;
+        if (ZEB_DB::get_enabled(type))
+        {
+            EXPECT_EQ(schema.count(std::string(pgm_common_xml_enum_name(xml))), 1u) << type;
+        }
+    }
+    // Every schema name but the older helper-image name (read as HELPER_RBF) names a type.
+    std::set<std::string> named;
+    for (const auto& [xml, type] : owner)
+        named.insert(std::string(pgm_common_xml_enum_name(xml)));
+    for (const std::string& name : schema)
+        EXPECT_EQ(named.count(name), name == "QSPI_HELPER_RBF" ? 0u : 1u) << name;
+}
+
+TEST(ZebDbFileTypeRows, SecondaryAndVirtualTypesAreConsistent)
+{
+    for (ZEB_FILE_TYPE type : all_types())
+    {
+        SCOPED_TRACE(type);
+        for (ZEB_FILE_TYPE secondary : ZEB_DB::get_secondary_file_type(type))
+        {
+            EXPECT_TRUE(ZEB_DB::get_secondary(secondary)) << secondary;
+            EXPECT_NE(secondary, type);
+        }
+        if (ZEB_DB::get_secondary(type) && ZEB_DB::get_enabled(type))
+        {
+            EXPECT_TRUE(ZEB_DB_UTIL::has_parent(type));
+        }
+        // Only the virtual types put suffixes into file names.
+        const bool virtual_type = ZEB_DB::get_virtual_type(type);
+        EXPECT_EQ(ZEB_DB::get_file_name_suffix(type).empty(), !virtual_type);
+        EXPECT_EQ(ZEB_DB::get_child_file_name_suffix(type).empty(), !virtual_type);
+    }
+    EXPECT_EQ(ZEB_DB::get_child_file_name_suffix(ZEB_FILE_TYPE_RBF_CVP_CORE), ".periph");
+    EXPECT_EQ(ZEB_DB::get_child_file_name_suffix(ZEB_FILE_TYPE_RBF_HPS_CORE), ".hps");
+    EXPECT_EQ(ZEB_DB::get_secondary_file_type(ZEB_FILE_TYPE_JIC),
+              (std::vector<ZEB_FILE_TYPE>{ZEB_FILE_TYPE_RPD_SECONDARY, ZEB_FILE_TYPE_MAP,
+                                          ZEB_FILE_TYPE_HELPER_RBF_SECONDARY}));
+}
+
+TEST(ZebDbFileTypeRows, DescriptionEndsWithTheWrittenExtension)
+{
+    for (ZEB_FILE_TYPE type : all_types())
+    {
+        const std::string description = ZEB_DB::get_description(type);
+        const std::string extension = fio_get_extension_string(ZEB_DB::get_fio_ext_enum(type));
+        ASSERT_FALSE(extension.empty()) << type;
+        const std::string tail = "(." + extension + ")";
+        ASSERT_GE(description.size(), tail.size()) << type;
+        EXPECT_EQ(description.substr(description.size() - tail.size()), tail) << type;
+    }
+}
+
+TEST(ZebDbFileTypeRows, InputsTargetsAndFamiliesFitValidation)
+{
+    std::set<DEV_FAMILY_ENUM> scheme_families;
+    for (PGMIO_CONFIG_SCHEME scheme : ZEB_DB_UTIL::get_enabled_config_modes())
+        for (DEV_FAMILY_ENUM family : ZEB_DB::get_config_device_family(scheme))
+            scheme_families.insert(family);
+    for (ZEB_FILE_TYPE type : all_types())
+    {
+        SCOPED_TRACE(type);
+        // Validation intersects the inputs of all outputs: a type written from an input accepts one.
+        const bool takes_input = !ZEB_DB::get_secondary(type) && !ZEB_DB::get_no_input_file(type);
+        if (ZEB_DB::get_enabled(type))
+        {
+            EXPECT_EQ(ZEB_DB::get_input_file_type(type).empty(), !takes_input);
+        }
+        const std::vector<DEV_FAMILY_ENUM> families = ZEB_DB::get_config_device_family(type);
+        if (ZEB_DB::get_require_flash_loader(type))
+        {
+            EXPECT_FALSE(families.empty());
+        }
+        for (DEV_FAMILY_ENUM family : families)
+            EXPECT_EQ(scheme_families.count(family), 1u) << family;
+        for (DEV_FAMILY_ENUM family : ZEB_DB::get_supported_family(type))
+            EXPECT_TRUE(ZEB_DB_UTIL::is_supported_family(family)) << family;
+        EXPECT_FALSE(ZEB_DB::get_file_category(type).empty() && ZEB_DB::get_enabled(type));
+    }
+    EXPECT_TRUE(ZEB_DB::get_config_device_family(ZEB_FILE_TYPE_RPD).empty());
+    EXPECT_TRUE(ZEB_DB::get_config_device_family(ZEB_FILE_TYPE_RPD_PERIPHERY).empty());
+}
+
+TEST(ZebDbFileTypeRows, ModeBoundTypesAreOfferedBySomeSchemeAndOthersByNone)
+{
+    const std::vector<PGMIO_CONFIG_SCHEME> schemes = ZEB_DB::get_all_config_mode_keys();
+    for (ZEB_FILE_TYPE type : all_types())
+    {
+        if (!ZEB_DB::get_enabled(type))
+            continue;
+        const bool offered =
+            std::any_of(schemes.begin(), schemes.end(),
+                        [type](PGMIO_CONFIG_SCHEME scheme)
+                        { return ZEB_DB::get_enabled(scheme) && ZEB_DB::supports_output_file_type(scheme, type); });
+        EXPECT_NE(offered, ZEB_DB::get_independent_of_mode(type)) << type;
+        if (ZEB_DB::get_cmd_only(type))
+        {
+            EXPECT_TRUE(ZEB_DB::get_independent_of_mode(type)) << type;
+        }
+    }
+}
+
+// ---- Every row of the configuration scheme table -----------------------------------------------------
+
+TEST(ZebDbSchemeRows, XmlValuesAreModesAndOnlyThePassiveParallelWidthsShareOne)
+{
+    const std::set<std::string> modes = {"PS", "FPP", "ASX1", "ASX4", "AVSTX8", "AVSTX16", "AVSTX32", "INTERNAL"};
+    std::map<PGM_COMMON_XML_ENUM, std::vector<int32_t>> owners;
+    for (PGMIO_CONFIG_SCHEME scheme : ZEB_DB::get_all_config_mode_keys())
+    {
+        const PGM_COMMON_XML_ENUM xml = ZEB_DB::get_xml_enum(scheme);
+        EXPECT_EQ(xml != PGM_COMMON_XML_ENUM__INVALID__, ZEB_DB::get_enabled(scheme)) << scheme;
+        if (xml == PGM_COMMON_XML_ENUM__INVALID__)
+            continue;
+        owners[xml].push_back(scheme);
+        EXPECT_EQ(modes.count(std::string(pgm_common_xml_enum_name(xml))), 1u) << scheme;
+    }
+    EXPECT_EQ(owners.size(), modes.size());
+    for (const auto& [xml, schemes] : owners)
+        EXPECT_EQ(schemes.size(), xml == PGM_COMMON_XML_ENUM_FPP ? 3u : 1u) << xml;
+}
+
+TEST(ZebDbSchemeRows, OutputListsNameModeBoundTypesAndFlashTypesHaveFamilies)
+{
+    for (PGMIO_CONFIG_SCHEME scheme : ZEB_DB::get_all_config_mode_keys())
+    {
+        SCOPED_TRACE(scheme);
+        const std::vector<ZEB_FILE_TYPE> outputs = ZEB_DB::get_output_file_type(scheme);
+        EXPECT_FALSE(outputs.empty());
+        for (ZEB_FILE_TYPE type : outputs)
+        {
+            EXPECT_TRUE(ZEB_DB::get_enabled(type)) << type;
+            EXPECT_FALSE(ZEB_DB::get_independent_of_mode(type)) << type;
+        }
+        if (!ZEB_DB::get_enabled(scheme))
+            continue;
+        // A scheme that offers a flash programming file names a family that the file can target.
+        for (ZEB_FILE_TYPE type : outputs)
+        {
+            const std::vector<DEV_FAMILY_ENUM> families = ZEB_DB::get_config_device_family(type);
+            if (families.empty())
+                continue;
+            EXPECT_TRUE(std::any_of(families.begin(), families.end(),
+                                    [scheme](DEV_FAMILY_ENUM family)
+                                    { return ZEB_DB::supports_config_device_family(scheme, family); }))
+                << type;
+        }
+    }
+    EXPECT_FALSE(ZEB_DB::supports_output_file_type(PGMIO_CONFIG_SCHEME_INTERNAL, ZEB_FILE_TYPE_RBF));
+    EXPECT_TRUE(ZEB_DB::supports_output_file_type(PGMIO_CONFIG_SCHEME_AS_X4, ZEB_FILE_TYPE_HELPER_RBF_SECONDARY));
+    EXPECT_FALSE(ZEB_DB::supports_output_file_type(PGMIO_CONFIG_SCHEME_AS, ZEB_FILE_TYPE_HELPER_RBF_SECONDARY));
+}
+
+// ---- Every row of the command parameter table --------------------------------------------------------
+
+TEST(ZebDbCmdParamRows, OptionNamesBelongToEnabledParamsWithTheKnownExceptions)
+{
+    std::set<int32_t> exceptions;
+    std::map<std::string, int> uses;
+    for (PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM param : ZEB_DB::get_all_cmd_param_type_keys())
+    {
+        const std::string name = ZEB_DB::get_option_name(param);
+        if (ZEB_DB::get_enabled(param) == name.empty())
+            exceptions.insert(param);
+        if (!name.empty())
+            ++uses[name];
+    }
+    // Enabled without a name: encryption. Disabled with a name: the second key and key file and the
+    // two partial-reconfiguration switches.
+    EXPECT_EQ(exceptions, (std::set<int32_t>{83, 85, 96, 100, 110}));
+    for (const auto& [name, count] : uses)
+        EXPECT_EQ(count, name == "bitswap" ? 3 : 1) << name;
+}
+
+TEST(ZebDbCmdParamRows, HiddenAndSwitchGatedParams)
+{
+    std::set<int32_t> hidden;
+    std::map<int32_t, std::pair<uint32_t, uint32_t>> gated;
+    for (PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM param : ZEB_DB::get_all_cmd_param_type_keys())
+    {
+        if (ZEB_DB::get_hidden(param))
+        {
+            hidden.insert(param);
+            EXPECT_TRUE(ZEB_DB::get_enabled(param)) << param;
+        }
+        const PGM_COMMON_INI_TYPE type = ZEB_DB::get_ini_type(param);
+        if (!ZEB_DB::get_enabled_by_ini(param))
+        {
+            EXPECT_EQ(type, PGM_COMMON_INI_TYPE_NONE) << param;
+            EXPECT_EQ(ZEB_DB::get_ini_key(param), 0u) << param;
+            continue;
+        }
+        gated[param] = {type, ZEB_DB::get_ini_key(param)};
+        EXPECT_NE(PGM_COMMON_INI::find_keyed_switch(type, ZEB_DB::get_ini_key(param)), nullptr) << param;
+    }
+    EXPECT_EQ(hidden, (std::set<int32_t>{93, 102, 106, 108}));
+    const std::map<int32_t, std::pair<uint32_t, uint32_t>> expected = {
+        {62, {0, 3}}, {63, {2, 1}}, {68, {0, 6}},  {71, {0, 6}},  {73, {0, 7}},
+        {74, {2, 1}}, {75, {0, 6}}, {102, {1, 5}}, {106, {1, 5}}, {108, {1, 5}},
+    };
+    EXPECT_EQ(gated, expected);
+}
+
+TEST(ZebDbCmdParamRows, EnumeratorNamesFollowTheElementGroups)
+{
+    const auto& names = ZEB_DB_UTIL::get_cmd_param_enum_names();
+    EXPECT_EQ(std::set<std::string_view>(names.begin(), names.end()).size(), names.size());
+    struct GROUP
+    {
+        int32_t first;
+        int32_t last;
+        std::string_view prefix;
+    };
+    const GROUP groups[] = {
+        {0, 0, "ZEB_CMD_PARAM_INVALID"},          {1, 4, "ZEB_CMD_PARAM_RAW_FILE_"},
+        {5, 11, "ZEB_CMD_PARAM_ASSIGNMENT_"},     {12, 13, "ZEB_CMD_PARAM_SETTINGS_"},
+        {14, 38, "ZEB_CMD_PARAM_OUTPUT_FILE_"},   {39, 39, "ZEB_CMD_PARAM_FLASH_LOADER_"},
+        {40, 77, "ZEB_CMD_PARAM_FLASH_DEVICE_"},  {78, 117, "ZEB_CMD_PARAM_BITSTREAM_PATH"},
+        {118, 118, "ZEB_CMD_PARAM_BITSTREAM_ID"},
+    };
+    for (const GROUP& group : groups)
+        for (int32_t value = group.first; value <= group.last; ++value)
+            EXPECT_EQ(names[value].substr(0, group.prefix.size()), group.prefix) << value;
+    EXPECT_EQ(names[ZEB_CMD_PARAM_BITSTREAM_PATH_KEY1], "ZEB_CMD_PARAM_BITSTREAM_PATH_KEY1");
+}
+
+TEST(ZebDbCmdParamRows, ListColumnsReferToRealAndCompatibleEntries)
+{
+    for (PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM param : ZEB_DB::get_all_cmd_param_type_keys())
+    {
+        SCOPED_TRACE(param);
+        const std::vector<PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM> dependent = ZEB_DB::get_dependent_param(param);
+        const std::vector<PGM_COMMON_XML_ENUM> values = ZEB_DB::get_dependent_param_enum_value(param);
+        EXPECT_TRUE(values.empty() || values.size() == dependent.size());
+        for (PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM other : dependent)
+        {
+            EXPECT_NE(other, param);
+            EXPECT_FALSE(ZEB_DB::supports_exclusive_param(param, other)) << other;
+            // An offered parameter never needs one that cannot be given.
+            if (ZEB_DB::get_enabled(param))
+            {
+                EXPECT_TRUE(ZEB_DB::get_enabled(other)) << other;
+            }
+        }
+        for (PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM other : ZEB_DB::get_exclusive_param(param))
+        {
+            EXPECT_NE(other, param);
+            EXPECT_TRUE(ZEB_DB::supports_exclusive_param(other, param)) << other;
+        }
+        for (ZEB_FILE_TYPE type : ZEB_DB::get_supported_output_file_type(param))
+            EXPECT_TRUE(ZEB_DB::get_enabled(type)) << type;
+        for (DEV_FAMILY_ENUM family : ZEB_DB::get_supported_family(param))
+            EXPECT_TRUE(ZEB_DB_UTIL::is_supported_family(family)) << family;
+        EXPECT_TRUE(ZEB_DB::get_excluded_family(param).empty());
+    }
+    EXPECT_TRUE(ZEB_DB::supports_dependent_param_enum_value(ZEB_CMD_PARAM_BITSTREAM_PATH_SIGNING_PEM_FILE,
+                                                            PGM_COMMON_XML_ENUM_PEM));
+}
+
+TEST(ZebDbCmdParamRows, FileOptionParamsNameExactlyTheTypesWithOptions)
+{
+    std::set<int32_t> named;
+    for (int32_t value = ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_DIRECTION;
+         value <= ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_FILE_OPTIONS_OPERATION; ++value)
+    {
+        const auto param = static_cast<PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM>(value);
+        if (!ZEB_DB::get_enabled(param))
+            continue;
+        for (ZEB_FILE_TYPE type : ZEB_DB::get_supported_output_file_type(param))
+            named.insert(type);
+    }
+    std::set<int32_t> with_options;
+    for (ZEB_FILE_TYPE type : all_types())
+        if (ZEB_DB::get_enabled(type) && ZEB_DB::get_has_option(type))
+            with_options.insert(type);
+    EXPECT_EQ(named, with_options);
+}
