@@ -1,0 +1,508 @@
+// SPDX-License-Identifier: Apache-2.0
+// Device database and flash-device database: the shipped catalogue checked as data, look-ups,
+// catalogue and custom files with faults, and the listing modes of the executable.
+#include "pgm/zeb/platform/dev/dev.h"
+#include "test_support.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <set>
+#include <sys/wait.h>
+
+namespace
+{
+
+using corvane_test::read_file;
+using corvane_test::SCRATCH_DIR;
+using corvane_test::write_file;
+
+const PGM_DEVICE* device(const char* name)
+{
+    const PGM_DEVICE* found = PGM_DEVICE_INDEX::lookup_device(name);
+    EXPECT_NE(found, nullptr) << name;
+    return found;
+}
+
+const DEV_DEVICE_RECORD& fpga(const char* name)
+{
+    const PGM_DEVICE* found = device(name);
+    if (!found || !found->get_fpga_record())
+        throw std::runtime_error(std::string("no FPGA device ") + name);
+    return *found->get_fpga_record();
+}
+
+bool is_power_of_two(uint64_t value)
+{
+    return value != 0 && (value & (value - 1)) == 0;
+}
+
+// Every custom-directory test starts and ends without a custom directory.
+class DevCustomDir : public ::testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(GFPDB_QSPI_MGR::set_db_custom_dir("")); }
+    void TearDown() override { GFPDB_QSPI_MGR::set_db_custom_dir(""); }
+    SCRATCH_DIR m_dir;
+};
+
+const char* const k_custom_device = R"({"format": "corvane-flash-devices", "version": 1, "flash_devices": [
+    {"name": "USR_QF128", "family": 10, "size": "0x01000000", "sector_size": "0x00010000", "page_size": 256,
+     "silicon_id": "0x00AB18", "address_bytes": 3, "data_widths": [1, 4],
+     "commands": {"READ_ID": "0x9F", "READ": "0x03", "PAGE_PROGRAM": "0x02", "SECTOR_ERASE": "0xD8",
+                  "READ_STATUS": "0x05", "WRITE_ENABLE": "0x06"}}]})";
+
+std::string replace_first(std::string text, const std::string& from, const std::string& to)
+{
+    const size_t at = text.find(from);
+    if (at == std::string::npos)
+        throw std::runtime_error("test text not found: " + from);
+    return text.replace(at, from.size(), to);
+}
+
+} // namespace
+
+// ---- The shipped catalogue -----------------------------------------------------------------------
+
+TEST(DevCatalogue, LoadsAndCoversEveryFamily)
+{
+    ASSERT_EQ(PGM_DEVICE_INDEX::get_catalogue_error(), "");
+    const std::set<uint32_t> configuration = {10, 22, 23, 37, 64};
+    const std::set<uint32_t> expected = {10, 15, 16, 22, 23, 25, 37, 44, 45, 47, 64, 67, 68};
+    std::set<uint32_t> declared;
+    for (const DEV_FAMILY_RECORD& family : PGM_DEVICE_INDEX::get_families())
+    {
+        declared.insert(family.family);
+        EXPECT_EQ(family.configuration_device, configuration.count(family.family) == 1) << family.name;
+        const PGM_DEVICE* first = PGM_DEVICE_INDEX::get_first_device_of_family(family.family);
+        ASSERT_NE(first, nullptr) << "family without device: " << family.name;
+        EXPECT_EQ(first->is_flash_device(), family.configuration_device) << family.name;
+    }
+    EXPECT_EQ(declared, expected);
+    EXPECT_EQ(PGM_DEVICE_INDEX::find_family(DEV_FAMILY_ZIZIRA)->name, "ZIZIRA");
+    EXPECT_EQ(PGM_DEVICE_INDEX::find_family(static_cast<DEV_FAMILY_ENUM>(99)), nullptr);
+}
+
+TEST(DevCatalogue, NamesNumbersAndIdentitiesAreUnique)
+{
+    std::set<std::string> names;
+    std::set<uint32_t> numbers, idcodes, silicon_ids;
+    for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
+    {
+        EXPECT_TRUE(names.insert(d->get_name()).second) << d->get_name();
+        EXPECT_TRUE(numbers.insert(d->get_device()).second) << d->get_name();
+        if (const DEV_DEVICE_RECORD* f = d->get_fpga_record(); f && f->jtag.idcode)
+        {
+            EXPECT_TRUE(idcodes.insert(f->jtag.idcode).second) << d->get_name();
+        }
+        if (const DEV_FLASH_RECORD* f = d->get_flash_record())
+        {
+            EXPECT_TRUE(silicon_ids.insert(f->silicon_id).second) << d->get_name();
+        }
+    }
+    // Only the generic device goes without a JTAG identity; it is device 867 of family 68.
+    std::vector<std::string> without_idcode;
+    for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
+        if (d->get_fpga_record() && d->get_fpga_record()->jtag.idcode == 0)
+            without_idcode.push_back(d->get_name());
+    EXPECT_EQ(without_idcode, std::vector<std::string>{"GENERIC"});
+    EXPECT_EQ(PGM_DEVICE_INDEX::lookup_device(static_cast<DEV_DEVICE_ENUM>(867))->get_family(), DEV_FAMILY_GENERIC);
+}
+
+TEST(DevCatalogue, CrossReferencesResolve)
+{
+    for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
+    {
+        const DEV_DEVICE_RECORD* f = d->get_fpga_record();
+        if (!f)
+            continue;
+        // The PCF record the device names is the one its container hands out.
+        ASSERT_NE(d->get_pcf_info(), nullptr) << f->name;
+        const auto* list = d->get_pcf_info()->get_pcf_file_info(d->get_pcf_name());
+        ASSERT_TRUE(list && !list->empty()) << f->name;
+        EXPECT_EQ(list->front().zeb_file_mask, f->pcf.zeb_file_mask);
+        std::set<uint32_t> subtypes;
+        for (const DEV_HELPER_IMAGE& image : f->helper_images)
+        {
+            EXPECT_TRUE(subtypes.insert(image.subtype).second) << f->name;
+            EXPECT_EQ(f->find_helper_image(image.subtype), &image);
+        }
+        // A device that boots from serial flash can reach a catalogue flash big enough for its data
+        // through its flash loader.
+        if (f->supports_config_scheme(PGMIO_CONFIG_SCHEME_AS) && f->family != DEV_FAMILY_GENERIC)
+        {
+            ASSERT_TRUE(f->has_flash_loader) << f->name;
+            bool fits = false;
+            for (const DEV_FLASH_RECORD* flash : GFPDB_QSPI_MGR().get_devices(false))
+                fits |= flash->family == DEV_FAMILY_VIVERI && flash->size >= f->config_data_size &&
+                        flash->size <= f->flash_loader.max_flash_size;
+            EXPECT_TRUE(fits) << f->name;
+        }
+        uint32_t code = 0;
+        EXPECT_EQ(f->jtag.find_instruction("IDCODE", code), f->jtag.idcode != 0) << f->name;
+    }
+}
+
+TEST(DevCatalogue, SizesAreSane)
+{
+    for (const DEV_FLASH_RECORD* f : GFPDB_QSPI_MGR().get_devices(false))
+    {
+        EXPECT_TRUE(is_power_of_two(f->size)) << f->name;
+        EXPECT_TRUE(is_power_of_two(f->sector_size)) << f->name;
+        EXPECT_EQ(f->size % f->sector_size, 0u) << f->name;
+        EXPECT_EQ(f->sector_size % f->page_size, 0u) << f->name;
+    }
+    for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
+    {
+        const DEV_DEVICE_RECORD* f = d->get_fpga_record();
+        if (!f || f->family == DEV_FAMILY_GENERIC)
+            continue;
+        EXPECT_GT(f->config_data_size, 0u) << f->name;
+        EXPECT_EQ(f->config_data_size % 4, 0u) << f->name;
+        uint64_t internal_end = 0;
+        for (const DEV_FLASH_REGION& region : f->internal_flash)
+            internal_end = std::max<uint64_t>(internal_end, uint64_t(region.start) + region.size);
+        uint64_t internal_total = 0;
+        for (const DEV_FLASH_REGION& region : f->internal_flash)
+            internal_total += region.size;
+        EXPECT_EQ(internal_total, internal_end) << f->name << ": internal flash regions leave a gap";
+    }
+}
+
+TEST(DevCatalogue, HoldsTheRequiredDevices)
+{
+    for (const char* name : {"7TR440PA3R1", "9RX027R1B"})
+    {
+        const DEV_DEVICE_RECORD& d = fpga(name);
+        EXPECT_TRUE(d.has_cmf_flash_block_layout && d.cmf_flash_block_size == 0x10000) << name;
+        EXPECT_TRUE(d.capabilities.remote_update && d.capabilities.hps) << name;
+        for (uint32_t subtype : {DEV_HELPER_SUBTYPE_QSPI, DEV_HELPER_SUBTYPE_FUSE, DEV_HELPER_SUBTYPE_SDMMC})
+            EXPECT_NE(d.find_helper_image(subtype), nullptr) << name << " " << subtype;
+    }
+    EXPECT_TRUE(fpga("7TR440PA3R1").capabilities.cvp);
+    EXPECT_EQ(fpga("7TR440PA3R1").capabilities.key_length, 256u);
+    EXPECT_EQ(fpga("5ZV066H2").family, DEV_FAMILY_ZUVOKO);
+    EXPECT_FALSE(fpga("5ZV066H2").has_cmf_flash_block_layout);
+    EXPECT_TRUE(fpga("5ZV066H2").capabilities.cvp);
+    EXPECT_EQ(fpga("3ZT085F2").family, DEV_FAMILY_ZATATA);
+    EXPECT_FALSE(fpga("3ZT085F2").has_cmf_flash_block_layout);
+    std::vector<std::string> regions;
+    for (const DEV_FLASH_REGION& region : fpga("NR08SA").internal_flash)
+        regions.push_back(region.name);
+    std::sort(regions.begin(), regions.end());
+    EXPECT_EQ(regions, (std::vector<std::string>{"CFM0", "CFM1", "UFM"}));
+
+    const GFPDB_QSPI_MGR flash_db;
+    const std::pair<const char*, uint64_t> flash[] = {
+        {"VQ64A", 8u << 20}, {"VQ256A", 32u << 20}, {"VQ1024A", 128u << 20}, {"CFI128M", 16u << 20}};
+    for (const auto& [name, size] : flash)
+    {
+        const DEV_FLASH_RECORD* f = flash_db.find_device(name);
+        ASSERT_NE(f, nullptr) << name;
+        EXPECT_EQ(f->size, size) << name;
+        EXPECT_EQ(f->family, name[0] == 'V' ? DEV_FAMILY_VIVERI : DEV_FAMILY_BILOSA_CFI) << name;
+    }
+    // Every device of the block-layout families has the same 64 KiB block.
+    for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
+    {
+        if (d->get_family() == DEV_FAMILY_ZIZIRA || d->get_family() == DEV_FAMILY_RERATI)
+        {
+            EXPECT_EQ(d->get_fpga_record()->cmf_flash_block_size, 0x10000u) << d->get_name();
+        }
+    }
+}
+
+// ---- Look-ups ----------------------------------------------------------------------------------
+
+TEST(DevIndex, LookupsByNumberNameAndFamily)
+{
+    for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
+    {
+        EXPECT_EQ(PGM_DEVICE_INDEX::lookup_device(d->get_name()), d);
+        EXPECT_EQ(PGM_DEVICE_INDEX::lookup_device(d->get_device()), d);
+    }
+    EXPECT_EQ(PGM_DEVICE_INDEX::lookup_device(DEV_DEVICE_INVALID), nullptr);
+    EXPECT_EQ(PGM_DEVICE_INDEX::lookup_device(static_cast<DEV_DEVICE_ENUM>(999999)), nullptr);
+    std::string error;
+    EXPECT_EQ(PGM_DEVICE_INDEX::lookup_device("7tr440pa3r1", &error), nullptr); // names are case-sensitive
+    EXPECT_NE(error.find("'7tr440pa3r1'"), std::string::npos) << error;
+
+    EXPECT_EQ(PGM_DEVICE_INDEX::get_first_device_of_family(DEV_FAMILY_ZIZIRA)->get_name(), "7TR440PA3R1");
+    EXPECT_EQ(PGM_DEVICE_INDEX::get_first_device_of_family(DEV_FAMILY_INVALID), nullptr);
+
+    std::unique_ptr<PGM_DEVICE> flash = PGM_DEVICE_INDEX::create_new_asc_device("VQ256A");
+    ASSERT_NE(flash, nullptr);
+    EXPECT_TRUE(flash->is_flash_device());
+    EXPECT_EQ(flash->get_family(), DEV_FAMILY_VIVERI);
+    EXPECT_NE(flash.get(), PGM_DEVICE_INDEX::lookup_device("VQ256A")); // a new object, owned by the caller
+    std::unique_ptr<PGM_DEVICE> chip = PGM_DEVICE_INDEX::create_new_asc_device("NR08SA");
+    ASSERT_NE(chip, nullptr);
+    EXPECT_EQ(chip->get_fpga_record(), PGM_DEVICE_INDEX::lookup_device("NR08SA")->get_fpga_record());
+    EXPECT_EQ(PGM_DEVICE_INDEX::create_new_asc_device("NO_SUCH_DEVICE"), nullptr);
+}
+
+TEST(DevIndex, InfoManagerAgreesByDeviceAndByFamily)
+{
+    const PGMDEV_DEV_INFO_MANAGER manager(0, 0);
+    for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
+    {
+        const PGMDEV_DEV_INFO* by_device = manager.get_db_by_device(d->get_device());
+        const PGMDEV_DEV_INFO* by_family = manager.get_db_by_family(d->get_family());
+        ASSERT_TRUE(by_device && by_family) << d->get_name();
+        EXPECT_EQ(by_device->family, d->get_family());
+        EXPECT_EQ(by_device->has_cmf_flash_block_layout, by_family->has_cmf_flash_block_layout) << d->get_name();
+        EXPECT_EQ(by_device->cmf_flash_block_size, by_family->cmf_flash_block_size) << d->get_name();
+    }
+    EXPECT_EQ(manager.get_db_by_device(DEV_DEVICE_INVALID), nullptr);
+    EXPECT_EQ(manager.get_db_by_family(static_cast<DEV_FAMILY_ENUM>(99)), nullptr);
+    // A manager limited to one family sees nothing of another.
+    const PGMDEV_DEV_INFO_MANAGER rerati(DEV_FAMILY_RERATI, 0);
+    EXPECT_NE(rerati.get_db_by_family(DEV_FAMILY_RERATI), nullptr);
+    EXPECT_EQ(rerati.get_db_by_family(DEV_FAMILY_ZIZIRA), nullptr);
+    EXPECT_EQ(rerati.get_db_by_device(device("7TR440PA3R1")->get_device()), nullptr);
+    EXPECT_NE(rerati.get_db_by_device(device("9RX027R1B")->get_device()), nullptr);
+}
+
+TEST(DevIndex, FlashDatabaseKnowsFlashDevicesOnly)
+{
+    const GFPDB_QSPI_MGR db;
+    EXPECT_TRUE(db.device_exist_in_db("VQ64A"));
+    EXPECT_TRUE(db.device_exist_in_db("CFI128M"));
+    EXPECT_FALSE(db.device_exist_in_db("7TR440PA3R1"));
+    EXPECT_FALSE(db.device_exist_in_db(""));
+    EXPECT_TRUE(db.device_is_legacy("VQ16L"));
+    EXPECT_FALSE(db.device_is_legacy("VQ64A"));
+    EXPECT_FALSE(db.device_is_legacy("NO_SUCH_FLASH"));
+}
+
+// ---- Faulty catalogues -------------------------------------------------------------------------
+
+TEST(DevCatalogue, FaultsAreReportedWithFileAndProblem)
+{
+    const std::string devices = read_file(corvane_test::source_file("data/devices.json"));
+    const std::string flash = read_file(corvane_test::source_file("data/flash_devices.json"));
+    struct CASE
+    {
+        bool in_flash_file;
+        const char* from;
+        const char* to;
+        const char* expected;
+    };
+    const CASE cases[] = {
+        {false, R"("idcode": "0x17A225EF")", R"("idcode": "0x17A445EF")", "IDCODE 0x17A445EF of 7TR440PA3R1"},
+        {false, R"("QSPI": "HLP_ZIZIRA_QSPI")", R"("QSPI": "HLP_NOPE")", "'HLP_NOPE' is not in the helper_images"},
+        {false, R"("QSPI": "HLP_ZIZIRA_QSPI")", R"("QSPI": "HLP_ZIZIRA_FUSE")", "of subtype 37, not 293"},
+        {false, R"("BYPASS": "0x3FF")", R"("BYPASS": "0x3FE")", "BYPASS must be all ones"},
+        {false, R"("IDCODE": "0x006")", R"("IDCODE": "0x406")", "does not fit into 10 bits"},
+        {false, R"("cmf_flash_block_size": "0x00010000")", R"("cmf_flash_block_size": "0x00020000")",
+         "differ in cmf_flash_block_size"},
+        {false, R"("config_data_size": "0x01A00000")", R"("config_size": "0x01A00000")", "unknown field 'config_size'"},
+        {false, R"("pcf": "ZIZIRA.pcf")", R"("pcf": "NOPE.pcf")", "'NOPE.pcf' is not in the pcf list"},
+        {false, R"("virtual_prog_mode_mask": "0x3")", R"("virtual_prog_mode_mask": "0x7")", "claims CvP"},
+        {false, R"("key_length": 256)", R"("key_length": 200)", "key_length"},
+        {false, R"("version": 1)", R"("version": 2)", "version 2 is not supported"},
+        {false, R"("families": [)", R"("families": [,)", "not valid JSON"},
+        {false, R"("device": 1201)", R"("device": -1)", "device: must not be negative"},
+        {false, R"("device": 1201)", R"("device": "12x")", "'12x' is not a number"},
+        {false, R"("start": "0x00010000")", R"("start": "0x00008000")", "'CFM1' overlaps 'UFM'"},
+        {false, R"("flash_loader": "FL_ZATATA",)", "", "needs a flash loader for family 10"},
+        {false, R"("config_schemes": [7, 13, 20, 21, 22])", R"("config_schemes": [7, 13, 20, 21, 22, 99])",
+         "out of range"},
+        {true, R"("size": "0x00800000")", R"("size": "0x00900000")", "size: 0x900000 is not a power of two"},
+        {true, R"("sector_size": "0x00010000")", R"("sector_size": "0x00400000")", "sector_size"},
+        {true, R"("silicon_id": "0x5E4017")", R"("silicon_id": "0x5E4015")", "silicon id 0x5E4015 of VQ16L"},
+        {true, R"("name": "VQ16L")", R"("name": "NR08SA")", "has the name of NR08SA"},
+        {true, R"("WRITE_ENABLE": "0x06")", R"("WRITE_ENAB": "0x06")", "'WRITE_ENABLE' is missing"},
+        {true, R"("address_bytes": 4)", R"("address_bytes": 3)", "3 address bytes cannot reach"},
+        {true, R"("family": 10)", R"("family": 25)", "not a declared configuration-device family"},
+        {true, R"("legacy": true)", R"("legacy": "yes")", "expected true or false"},
+    };
+    for (const CASE& c : cases)
+    {
+        SCRATCH_DIR dir;
+        std::filesystem::create_directory(dir.path() / "data");
+        write_file(dir.file("data/devices.json"), c.in_flash_file ? devices : replace_first(devices, c.from, c.to));
+        write_file(dir.file("data/flash_devices.json"), c.in_flash_file ? replace_first(flash, c.from, c.to) : flash);
+        std::string error;
+        EXPECT_FALSE(PGM_DEVICE_INDEX::check_catalogue(dir.path().string(), error)) << c.to;
+        const std::string file = dir.file(c.in_flash_file ? "data/flash_devices.json" : "data/devices.json");
+        EXPECT_EQ(error.rfind(file + ": ", 0), 0u) << error;
+        EXPECT_NE(error.find(c.expected), std::string::npos) << "expected '" << c.expected << "' in: " << error;
+    }
+}
+
+TEST(DevCatalogue, UnreadableFilesAreReported)
+{
+    SCRATCH_DIR dir;
+    std::string error;
+    EXPECT_FALSE(PGM_DEVICE_INDEX::check_catalogue(dir.path().string(), error));
+    EXPECT_NE(error.find("data/devices.json: file does not exist"), std::string::npos) << error;
+
+    std::filesystem::create_directories(dir.path() / "data" / "devices.json");
+    EXPECT_FALSE(PGM_DEVICE_INDEX::check_catalogue(dir.path().string(), error));
+    EXPECT_NE(error.find("is a directory"), std::string::npos) << error;
+
+    std::filesystem::remove(dir.path() / "data" / "devices.json");
+    const std::string devices = read_file(corvane_test::source_file("data/devices.json"));
+    for (const std::string& content : {std::string(), devices.substr(0, devices.size() / 2), std::string("[1, 2]")})
+    {
+        write_file(dir.file("data/devices.json"), content);
+        EXPECT_FALSE(PGM_DEVICE_INDEX::check_catalogue(dir.path().string(), error)) << content.size();
+        EXPECT_NE(error.find(dir.file("data/devices.json") + ": "), std::string::npos) << error;
+    }
+    write_file(dir.file("data/devices.json"), devices);
+    EXPECT_FALSE(PGM_DEVICE_INDEX::check_catalogue(dir.path().string(), error));
+    EXPECT_NE(error.find("flash_devices.json: file does not exist"), std::string::npos) << error;
+    write_file(dir.file("data/flash_devices.json"), read_file(corvane_test::source_file("data/flash_devices.json")));
+    EXPECT_TRUE(PGM_DEVICE_INDEX::check_catalogue(dir.path().string(), error)) << error;
+}
+
+// ---- Custom flash-device directories -----------------------------------------------------------
+
+TEST_F(DevCustomDir, ValidFileAddsDevices)
+{
+    write_file(m_dir.file("mine.json"), k_custom_device);
+    write_file(m_dir.file("notes.txt"), "not a database file");
+    const GFPDB_QSPI_MGR before;
+    std::string error = "unchanged";
+    ASSERT_TRUE(GFPDB_QSPI_MGR::set_db_custom_dir(m_dir.path().string(), &error));
+    EXPECT_EQ(error, "");
+    EXPECT_EQ(GFPDB_QSPI_MGR::get_db_custom_dir(), m_dir.path().string());
+
+    const GFPDB_QSPI_MGR after;
+    EXPECT_TRUE(after.device_exist_in_db("USR_QF128"));
+    EXPECT_FALSE(after.device_exist_in_db("USR_QF128", false));
+    EXPECT_FALSE(after.device_is_legacy("USR_QF128"));
+    EXPECT_FALSE(before.device_exist_in_db("USR_QF128")); // a manager keeps the set it was made with
+    const DEV_FLASH_RECORD* record = after.find_device("USR_QF128");
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(record->source, m_dir.file("mine.json"));
+    EXPECT_EQ(record->size, 0x1000000u);
+    EXPECT_EQ(record->device, DEV_DEVICE_INVALID);
+    EXPECT_EQ(after.get_devices().size(), after.get_devices(false).size() + 1);
+
+    std::unique_ptr<PGM_DEVICE> object = PGM_DEVICE_INDEX::create_new_asc_device("USR_QF128");
+    ASSERT_NE(object, nullptr);
+    EXPECT_EQ(object->get_family(), DEV_FAMILY_VIVERI);
+    EXPECT_EQ(object->get_pcf_info(), nullptr);
+    EXPECT_EQ(PGM_DEVICE_INDEX::lookup_device("USR_QF128"), nullptr); // not part of the device catalogue
+
+    ASSERT_TRUE(GFPDB_QSPI_MGR::set_db_custom_dir(""));
+    EXPECT_FALSE(GFPDB_QSPI_MGR().device_exist_in_db("USR_QF128"));
+    EXPECT_EQ(record->name, "USR_QF128"); // records handed out stay valid
+}
+
+TEST_F(DevCustomDir, MalformedFileIsReportedWithItsName)
+{
+    const std::string good = k_custom_device;
+    const std::pair<std::string, const char*> cases[] = {
+        {"", "not valid JSON"},
+        {good.substr(0, 60), "not valid JSON"},
+        {replace_first(good, R"("family": 10)", R"("family": 25)"), "family: 25 is not 10"},
+        {replace_first(good, R"("size": "0x01000000")", R"("size": "0x01000001")"), "not a power of two"},
+        {replace_first(good, R"("READ_ID": "0x9F", )", ""), "'READ_ID' is missing"},
+        {replace_first(good, R"("family": 10)", R"("family": 10, "device": 5)"), "unknown field 'device'"},
+        {replace_first(good, "corvane-flash-devices", "something-else"), "format: 'something-else'"},
+        {replace_first(good, R"("page_size": 256)", R"("page_size": 256.5)"), "must be a whole number"},
+        {replace_first(good, R"("name": "USR_QF128")", R"("name": "has blank")"), "is not a valid name"},
+        {replace_first(good, R"("name": "USR_QF128")", R"("name": "VQ64A")"), "already a device of the catalogue"},
+        {replace_first(good, R"("page_size": 256)", R"("page_size": "0x123456789012345678901")"), "not a number"},
+    };
+    for (const auto& [content, expected] : cases)
+    {
+        write_file(m_dir.file("a_good.json"), replace_first(good, "USR_QF128", "USR_OTHER"));
+        write_file(m_dir.file("broken.json"), content);
+        ASSERT_TRUE(GFPDB_QSPI_MGR::set_db_custom_dir(""));
+        std::string error;
+        EXPECT_FALSE(GFPDB_QSPI_MGR::set_db_custom_dir(m_dir.path().string(), &error)) << content;
+        EXPECT_EQ(error.rfind(m_dir.file("broken.json") + ": ", 0), 0u) << error;
+        EXPECT_NE(error.find(expected), std::string::npos) << "expected '" << expected << "' in: " << error;
+        EXPECT_EQ(GFPDB_QSPI_MGR::last_error(), error);
+        // Nothing of a broken directory is used, not even its good files.
+        EXPECT_FALSE(GFPDB_QSPI_MGR().device_exist_in_db("USR_OTHER"));
+        EXPECT_EQ(GFPDB_QSPI_MGR::get_db_custom_dir(), "");
+    }
+}
+
+TEST_F(DevCustomDir, DuplicatesAndMissingDirectories)
+{
+    write_file(m_dir.file("one.json"), k_custom_device);
+    write_file(m_dir.file("two.json"), k_custom_device);
+    std::string error;
+    EXPECT_FALSE(GFPDB_QSPI_MGR::set_db_custom_dir(m_dir.path().string(), &error));
+    EXPECT_NE(error.find(m_dir.file("two.json") + ": flash device 'USR_QF128' is already defined in " +
+                         m_dir.file("one.json")),
+              std::string::npos)
+        << error;
+
+    EXPECT_FALSE(GFPDB_QSPI_MGR::set_db_custom_dir(m_dir.file("missing"), &error));
+    EXPECT_NE(error.find(m_dir.file("missing") + ": custom database directory does not exist"), std::string::npos);
+    EXPECT_FALSE(GFPDB_QSPI_MGR::set_db_custom_dir(m_dir.file("one.json"), &error));
+    EXPECT_NE(error.find("is not a directory"), std::string::npos) << error;
+
+    // A directory without database files is valid and adds nothing.
+    SCRATCH_DIR empty;
+    EXPECT_TRUE(GFPDB_QSPI_MGR::set_db_custom_dir(empty.path().string(), &error)) << error;
+    EXPECT_EQ(GFPDB_QSPI_MGR().get_devices().size(), GFPDB_QSPI_MGR().get_devices(false).size());
+}
+
+// ---- The executable ----------------------------------------------------------------------------
+
+namespace
+{
+
+// Runs the executable with `arguments`; returns the exit status, output in `out` and `err`.
+int run_corvane(const std::string& arguments, std::string& out, std::string& err)
+{
+    SCRATCH_DIR dir;
+    const std::string command =
+        std::string(CORVANE_EXE) + " " + arguments + " >" + dir.file("out") + " 2>" + dir.file("err");
+    const int status = std::system(command.c_str());
+    out = read_file(dir.file("out"));
+    err = read_file(dir.file("err"));
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+} // namespace
+
+TEST(DevCli, ListingsShowTheWholeCatalogue)
+{
+    std::string out, err;
+    ASSERT_EQ(run_corvane("--list-devices --json", out, err), 0) << err;
+    const nlohmann::json devices = nlohmann::json::parse(out);
+    size_t fpga_count = 0;
+    for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
+        fpga_count += d->get_fpga_record() != nullptr;
+    ASSERT_EQ(devices.size(), fpga_count);
+    for (const nlohmann::json& entry : devices)
+    {
+        const DEV_DEVICE_RECORD& d = fpga(entry.at("name").get<std::string>().c_str());
+        EXPECT_EQ(entry.at("device").get<uint32_t>(), d.device);
+        EXPECT_EQ(std::stoul(entry.at("jtag").at("idcode").get<std::string>(), nullptr, 16), d.jtag.idcode);
+        EXPECT_EQ(entry.at("config_data_size").get<uint64_t>(), d.config_data_size);
+        EXPECT_EQ(entry.at("helper_images").size(), d.helper_images.size());
+        EXPECT_EQ(entry.at("cmf_flash_block_size").is_null(), !d.has_cmf_flash_block_layout);
+    }
+
+    ASSERT_EQ(run_corvane("--list-flash-devices", out, err), 0) << err;
+    for (const DEV_FLASH_RECORD* f : GFPDB_QSPI_MGR().get_devices(false))
+        EXPECT_NE(out.find("\n" + f->name + " "), std::string::npos) << f->name;
+    EXPECT_EQ(run_corvane("--list-devices --bogus", out, err), 2);
+}
+
+TEST(DevCli, CustomDatabaseDirectory)
+{
+    SCRATCH_DIR dir;
+    write_file(dir.file("mine.json"), k_custom_device);
+    std::string out, err;
+    ASSERT_EQ(run_corvane("--list-flash-devices --json --custom-db " + dir.path().string(), out, err), 0) << err;
+    const nlohmann::json flash = nlohmann::json::parse(out);
+    EXPECT_EQ(flash.size(), GFPDB_QSPI_MGR().get_devices(false).size() + 1);
+    EXPECT_EQ(flash.back().at("name"), "USR_QF128");
+    EXPECT_EQ(flash.back().at("source"), dir.file("mine.json"));
+
+    write_file(dir.file("mine.json"), "{");
+    EXPECT_EQ(run_corvane("--list-flash-devices --custom-db " + dir.path().string(), out, err), 1);
+    EXPECT_NE(err.find(dir.file("mine.json") + ": not valid JSON"), std::string::npos) << err;
+}

@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: Apache-2.0
+// Reserved partitions and pages, and the PCF capability masks of a family.
+#include "pgm/zeb/platform/dev/dev.h"
+#include "pgm/zeb/platform/msg/msg.h"
+#include "pgm/zeb/zeb_util.h"
+
+#include <gtest/gtest.h>
+
+#include <type_traits>
+
+namespace
+{
+
+static_assert(std::is_aggregate_v<ZEB_UTIL_PARTITION_INFO>);
+
+using ROWS = std::vector<ZEB_UTIL_PARTITION_INFO>;
+const DEV_DEVICE_ENUM k_none = DEV_DEVICE_INVALID;
+const DEV_DEVICE_ENUM k_generic = static_cast<DEV_DEVICE_ENUM>(867);
+const FIO_FILE_TYPE k_sof = FIO_FILE_TYPE_SOF;
+
+DEV_DEVICE_ENUM number_of(const char* name)
+{
+    const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(name);
+    EXPECT_NE(device, nullptr) << name;
+    return device ? device->get_device() : DEV_DEVICE_INVALID;
+}
+
+std::vector<std::string> names(const ROWS& rows)
+{
+    std::vector<std::string> out;
+    for (const ZEB_UTIL_PARTITION_INFO& row : rows)
+        out.push_back(row.name);
+    return out;
+}
+
+ROWS reserved(PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family = DEV_FAMILY_INVALID,
+              DEV_DEVICE_ENUM device = DEV_DEVICE_INVALID, bool multi_image = false, FIO_FILE_TYPE type = k_sof)
+{
+    return ZEB_UTIL::get_reserved_partitions(scheme, family, device, multi_image, type);
+}
+
+// The condition text of the internal error that `call` raises; "" when it raises none.
+template <typename CALL> std::string internal_error_of(CALL call)
+{
+    try
+    {
+        call();
+    }
+    catch (const MSG_INTERNAL_ERROR& e)
+    {
+        EXPECT_EQ(e.module(), "ZEB_COMMON");
+        EXPECT_EQ(e.source(), "pgm/zeb/zeb_util");
+        return e.what();
+    }
+    return "";
+}
+
+} // namespace
+
+TEST(ZebReserved, ActiveSerialBlockLayoutSingleImage)
+{
+    const ROWS rows = reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, number_of("7TR440PA3R1"));
+    ASSERT_EQ(rows.size(), 1u);
+    const auto& [name, start, end, fixed_size, extra_space, reserved_flag, in_table, locked, assignable, image, shown,
+                 has_page] = rows[0];
+    EXPECT_EQ(name, "BOOT_INFO");
+    EXPECT_EQ(start, "0x00000000");
+    EXPECT_EQ(end, "0x0003FFFF");
+    EXPECT_EQ(fixed_size, 0u);
+    EXPECT_EQ(extra_space, 0u);
+    EXPECT_TRUE(reserved_flag && in_table && locked);
+    EXPECT_FALSE(assignable || shown || has_page);
+    EXPECT_EQ(image, 0u);
+}
+
+TEST(ZebReserved, ActiveSerialBlockLayoutSeveralImages)
+{
+    for (PGMIO_CONFIG_SCHEME scheme : {PGMIO_CONFIG_SCHEME_AS, PGMIO_CONFIG_SCHEME_AS_X4})
+    {
+        const ROWS rows = reserved(scheme, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true);
+        ASSERT_EQ(names(rows),
+                  (std::vector<std::string>{"BOOT_INFO", "FACTORY_IMAGE", "SPT0", "SPT1", "CPB0", "CPB1"}));
+        EXPECT_EQ(rows[0].end_address, "0x0004FFFF");
+        EXPECT_EQ(rows[1].start_address, "0x00050000");
+        EXPECT_EQ(rows[1].end_address, "auto");
+        EXPECT_EQ(rows[1].extra_space, 0x40000u);
+        EXPECT_TRUE(rows[1].assignable && rows[1].has_page && !rows[1].locked);
+        for (size_t i = 2; i < rows.size(); ++i)
+        {
+            EXPECT_EQ(rows[i].start_address, "auto");
+            EXPECT_EQ(rows[i].end_address, "auto");
+            EXPECT_EQ(rows[i].fixed_size, 0x8000u);
+            EXPECT_TRUE(rows[i].locked && !rows[i].shown && !rows[i].has_page);
+        }
+        // The boot information is shown only for several images from a raw binary input.
+        EXPECT_FALSE(rows[0].shown);
+        EXPECT_TRUE(reserved(scheme, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true, FIO_FILE_TYPE_RBF)[0].shown);
+        EXPECT_FALSE(reserved(scheme, DEV_FAMILY_RERATI, number_of("9RX027R1B"), false, FIO_FILE_TYPE_RBF)[0].shown);
+    }
+}
+
+TEST(ZebReserved, DeviceOrFamilySelectsTheRecord)
+{
+    const ROWS by_device = reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_INVALID, number_of("7TR220PA2R1"), true);
+    for (DEV_DEVICE_ENUM device : {k_none, k_generic})
+    {
+        const ROWS by_family = reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, device, true);
+        ASSERT_EQ(names(by_family), names(by_device));
+        EXPECT_EQ(by_family[0].end_address, by_device[0].end_address);
+    }
+    // A named device wins over the family, even when it is unknown.
+    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, static_cast<DEV_DEVICE_ENUM>(999999)).empty());
+    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, number_of("5ZV066H2")).empty());
+    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_GENERIC, k_none).empty());
+    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_INVALID, k_generic).empty());
+    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, static_cast<DEV_FAMILY_ENUM>(99), k_none).empty());
+}
+
+TEST(ZebReserved, BootHeaderFamiliesAndOthers)
+{
+    for (DEV_FAMILY_ENUM family : {DEV_FAMILY_ROGIRA, DEV_FAMILY_DESIDI})
+    {
+        const ROWS rows = reserved(PGMIO_CONFIG_SCHEME_AS_X4, family, k_none, true, FIO_FILE_TYPE_RBF);
+        ASSERT_EQ(rows.size(), 1u) << family;
+        EXPECT_EQ(rows[0].name, "BOOT_INFO");
+        EXPECT_EQ(rows[0].start_address, "0x00000000");
+        EXPECT_EQ(rows[0].end_address, "0x00000020");
+        EXPECT_TRUE(rows[0].locked);
+        EXPECT_FALSE(rows[0].shown || rows[0].has_page);
+    }
+    EXPECT_EQ(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, number_of("4RG180K1")).size(), 1u);
+    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZUVOKO).empty());
+    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZATATA).empty());
+}
+
+TEST(ZebReserved, OptionsAreaAndInternalImages)
+{
+    for (int scheme = -1; scheme <= 26; ++scheme)
+    {
+        const ROWS rows = reserved(static_cast<PGMIO_CONFIG_SCHEME>(scheme), DEV_FAMILY_ZIZIRA);
+        const bool options = scheme == 0 || (scheme >= 10 && scheme <= 12) || (scheme >= 20 && scheme <= 22);
+        if (options)
+        {
+            ASSERT_EQ(rows.size(), 1u) << scheme;
+            EXPECT_EQ(rows[0].name, "OPTIONS");
+            EXPECT_EQ(rows[0].start_address, "auto");
+            EXPECT_TRUE(rows[0].shown && !rows[0].in_partition_table && !rows[0].locked) << scheme;
+        }
+        else if (scheme >= 15 && scheme <= 18)
+        {
+            EXPECT_EQ(names(rows), (std::vector<std::string>{"UFM", "CFM0"})) << scheme;
+        }
+        else if (scheme == 19)
+        {
+            ASSERT_EQ(names(rows), (std::vector<std::string>{"UFM", "CFM1", "CFM0"}));
+            EXPECT_EQ(rows[1].image_index, 1u);
+            EXPECT_EQ(rows[2].image_index, 0u);
+        }
+        else if (scheme != 7 && scheme != 13)
+        {
+            EXPECT_TRUE(rows.empty()) << scheme;
+        }
+    }
+}
+
+TEST(ZebReserved, PagesAndEditability)
+{
+    const auto page = [](const char* name, PGMIO_CONFIG_SCHEME scheme, bool multi = false)
+    { return ZEB_UTIL::partition_has_page(name, scheme, DEV_FAMILY_ZIZIRA, k_none, multi, k_sof); };
+    const auto editable = [](const char* name, PGMIO_CONFIG_SCHEME scheme, bool multi = false)
+    { return ZEB_UTIL::partition_is_editable(name, scheme, DEV_FAMILY_ZIZIRA, k_none, multi, k_sof); };
+    EXPECT_TRUE(page("CFM0", PGMIO_CONFIG_SCHEME_SINGLE_COMPRESSED_IMAGE_ERAM));
+    EXPECT_TRUE(page("CFM1", PGMIO_CONFIG_SCHEME_DUAL_COMPRESSED_IMAGES));
+    EXPECT_FALSE(page("CFM1", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE)); // not reserved under this scheme
+    EXPECT_FALSE(page("UFM", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE));
+    EXPECT_TRUE(page("FACTORY_IMAGE", PGMIO_CONFIG_SCHEME_AS, true));
+    EXPECT_FALSE(page("FACTORY_IMAGE", PGMIO_CONFIG_SCHEME_AS, false));
+    EXPECT_FALSE(page("cfm0", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE)); // names compare exactly
+    EXPECT_FALSE(page("USER_DATA", PGMIO_CONFIG_SCHEME_AS, true));
+
+    EXPECT_FALSE(editable("BOOT_INFO", PGMIO_CONFIG_SCHEME_AS));
+    EXPECT_FALSE(editable("SPT0", PGMIO_CONFIG_SCHEME_AS, true));
+    EXPECT_TRUE(editable("SPT0", PGMIO_CONFIG_SCHEME_AS, false));
+    EXPECT_TRUE(editable("FACTORY_IMAGE", PGMIO_CONFIG_SCHEME_AS, true));
+    EXPECT_TRUE(editable("OPTIONS", PGMIO_CONFIG_SCHEME_PS_X1));
+    EXPECT_FALSE(editable("UFM", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE));
+    EXPECT_TRUE(editable("USER_DATA", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE));
+}
+
+TEST(ZebReserved, FamilyPcfInfo)
+{
+    const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device("9RX065R2A");
+    ASSERT_NE(device, nullptr);
+    const PGM_PCF_FILE_INFO& expected = device->get_fpga_record()->pcf;
+    uint32_t prog = 1, virt = 2, files = 3;
+    MSG_CAPTURE_SINK sink;
+    ZEB_UTIL::get_family_pcf_info(DEV_FAMILY_RERATI, device->get_device(), prog, virt, files);
+    EXPECT_EQ(prog, expected.prog_mode_mask);
+    EXPECT_EQ(virt, expected.virtual_prog_mode_mask);
+    EXPECT_EQ(files, expected.zeb_file_mask);
+    ASSERT_FALSE(sink.debug_lines().empty());
+    char line[200];
+    std::snprintf(line, sizeof line,
+                  "Get pcf = %s, prog_mode_mask = 0x%08x, virtual_prog_mode_mask = 0x%08x, zeb_file_mask = 0x%08x",
+                  expected.pcf_name.c_str(), prog, virt, files);
+    EXPECT_NE(sink.debug_lines().back().find(line), std::string::npos) << sink.debug_lines().back();
+
+    // Without a device the family's first device answers.
+    const PGM_DEVICE* first = PGM_DEVICE_INDEX::get_first_device_of_family(DEV_FAMILY_MOZOKA);
+    ZEB_UTIL::get_family_pcf_info(DEV_FAMILY_MOZOKA, k_generic, prog, virt, files);
+    EXPECT_EQ(files, first->get_fpga_record()->pcf.zeb_file_mask);
+
+    // A family without devices leaves the outputs alone.
+    prog = virt = files = 0xDEAD;
+    ZEB_UTIL::get_family_pcf_info(static_cast<DEV_FAMILY_ENUM>(99), k_none, prog, virt, files);
+    EXPECT_EQ(prog + virt + files, 3u * 0xDEAD);
+
+    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::get_family_pcf_info(DEV_FAMILY_INVALID, k_none, prog, virt, files); }),
+              "family != DEV_FAMILY_INVALID && family != DEV_FAMILY_GENERIC");
+    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::get_family_pcf_info(DEV_FAMILY_GENERIC, k_none, prog, virt, files); }),
+              "family != DEV_FAMILY_INVALID && family != DEV_FAMILY_GENERIC");
+    EXPECT_EQ(internal_error_of(
+                  [&] {
+                      ZEB_UTIL::get_family_pcf_info(DEV_FAMILY_ZIZIRA, static_cast<DEV_DEVICE_ENUM>(999999), prog, virt,
+                                                    files);
+                  }),
+              "device_ptr != NULL");
+}
