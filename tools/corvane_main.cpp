@@ -27,6 +27,16 @@ constexpr CLI_MODE k_modes[] = {
      "Lists the flash devices of the flash-device database: size, sector and page size, legacy flag, silicon id, "
      "address bytes and bus widths. --custom-db adds the user-defined flash devices of the *.json files in DIR; "
      "a malformed file is reported with its name and the problem."},
+    {"--make-sof", cli_mode_make_sof,
+     "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--cvp] [--hps] [--pr] [--data RAW.bin] "
+     "[--design NAME] OUT.sof",
+     "Writes an SRAM object file for a device of the catalogue. Its configuration data is the content of "
+     "RAW.bin (--data) or deterministic synthetic content from the seed (default 1) of the device's size or "
+     "--size bytes; --cvp, --hps and --pr declare those design capabilities, which the device must have."},
+    {"--info", cli_mode_info, "corvane --info FILE [--json]",
+     "Describes a programming file (SRAM object, configuration data, flash, mask, key, helper image, hex or "
+     "chain description file): kind, device, sections with offsets, sizes and CRCs, flags, and whether every "
+     "integrity check passes. Exit status 1 when a check fails."},
     // -- end of modes (add one row per mode above this line)
     {"--help", mode_help, "corvane --help", "Prints this text."},
     {"--version", mode_version, "corvane --version", "Prints the version."},

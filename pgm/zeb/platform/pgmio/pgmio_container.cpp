@@ -1,0 +1,599 @@
+// SPDX-License-Identifier: Apache-2.0
+// The container layout, CRC and hash helpers, the field codec, and whole-file reading and writing.
+#include "pgm/zeb/platform/pgmio/pgmio_container.h"
+
+#include <openssl/evp.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr uint8_t k_magic[4] = {'C', 'V', 'N', 0x1A};
+
+uint64_t get_le(const uint8_t* p, int bytes)
+{
+    uint64_t value = 0;
+    for (int i = bytes - 1; i >= 0; --i)
+        value = value << 8 | p[i];
+    return value;
+}
+
+void put_le(PGMIO_BYTES& out, uint64_t value, int bytes)
+{
+    for (int i = 0; i < bytes; ++i)
+        out.push_back(uint8_t(value >> (8 * i)));
+}
+
+uint64_t align8(uint64_t value)
+{
+    return (value + 7) & ~uint64_t(7);
+}
+
+std::string system_error_text()
+{
+    return std::strerror(errno);
+}
+
+// Closes a file descriptor and, unless released, removes the temporary file it belongs to.
+struct TEMP_FILE
+{
+    int fd = -1;
+    std::string path;
+    ~TEMP_FILE()
+    {
+        if (fd >= 0)
+            ::close(fd);
+        if (!path.empty())
+            ::unlink(path.c_str());
+    }
+};
+
+} // namespace
+
+std::string pgmio_tag_text(uint32_t tag)
+{
+    std::string text;
+    for (int i = 0; i < 4; ++i)
+    {
+        const uint8_t c = uint8_t(tag >> (8 * i));
+        if (c >= 0x20 && c < 0x7F)
+            text.push_back(char(c));
+        else
+        {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\x%02x", c);
+            text += escaped;
+        }
+    }
+    return text;
+}
+
+uint32_t pgmio_crc32(std::span<const uint8_t> data, uint32_t crc)
+{
+    uLong value = crc;
+    const uint8_t* p = data.data();
+    size_t left = data.size();
+    // zlib takes a 32-bit length; feed large spans in pieces.
+    while (left > 0)
+    {
+        const uInt piece = uInt(std::min<size_t>(left, 1u << 30));
+        value = crc32(value, p, piece);
+        p += piece;
+        left -= piece;
+    }
+    return uint32_t(value);
+}
+
+PGMIO_HASH pgmio_sha256(std::span<const uint8_t> data)
+{
+    PGMIO_HASH hash{};
+    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+    unsigned int length = 0;
+    // The digest fails only when the crypto library is unusable; the hash is then all zero.
+    if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1 ||
+        EVP_DigestUpdate(context.get(), data.data(), data.size()) != 1 ||
+        EVP_DigestFinal_ex(context.get(), hash.data(), &length) != 1 || length != hash.size())
+        hash.fill(0);
+    return hash;
+}
+
+std::string pgmio_hex_number(uint64_t value)
+{
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%08llx", static_cast<unsigned long long>(value));
+    return text;
+}
+
+std::string pgmio_hex_text(std::span<const uint8_t> data)
+{
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    text.reserve(data.size() * 2);
+    for (uint8_t byte : data)
+    {
+        text.push_back(digits[byte >> 4]);
+        text.push_back(digits[byte & 15]);
+    }
+    return text;
+}
+
+bool pgmio_read_file(const std::string& path, PGMIO_BYTES& bytes, std::string& error, uint64_t max_size)
+{
+    bytes.clear();
+    struct stat info = {};
+    if (::stat(path.c_str(), &info) != 0)
+    {
+        error = "cannot open '" + path + "': " + system_error_text();
+        return false;
+    }
+    if (S_ISDIR(info.st_mode))
+    {
+        error = "'" + path + "' is a directory, not a file";
+        return false;
+    }
+    std::unique_ptr<FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"), std::fclose);
+    if (!file)
+    {
+        error = "cannot open '" + path + "': " + system_error_text();
+        return false;
+    }
+    // Read in pieces rather than trusting the size reported up front: the file may change under us
+    // or be a device without a size.
+    constexpr size_t k_piece = 1 << 20;
+    for (;;)
+    {
+        const size_t old_size = bytes.size();
+        if (old_size >= max_size)
+        {
+            // One more byte decides whether the file is exactly at the limit.
+            if (std::fgetc(file.get()) != EOF)
+            {
+                error =
+                    "'" + path + "' is larger than the largest file accepted (" + std::to_string(max_size) + " bytes)";
+                bytes.clear();
+                return false;
+            }
+            break;
+        }
+        const size_t want = size_t(std::min<uint64_t>(k_piece, max_size - old_size));
+        bytes.resize(old_size + want);
+        const size_t got = std::fread(bytes.data() + old_size, 1, want, file.get());
+        bytes.resize(old_size + got);
+        if (got < want)
+            break;
+    }
+    if (std::ferror(file.get()))
+    {
+        error = "cannot read '" + path + "': " + system_error_text();
+        bytes.clear();
+        return false;
+    }
+    return true;
+}
+
+bool pgmio_write_file_atomic(const std::string& path, std::span<const uint8_t> bytes, std::string& error)
+{
+    if (path.empty())
+    {
+        error = "no output file name given";
+        return false;
+    }
+    struct stat info = {};
+    if (::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode))
+    {
+        error = "'" + path + "' is a directory, not a file";
+        return false;
+    }
+    TEMP_FILE temp;
+    std::string pattern = path + ".tmp-XXXXXX";
+    temp.fd = ::mkstemp(pattern.data());
+    if (temp.fd < 0)
+    {
+        error = "cannot create a file beside '" + path + "': " + system_error_text();
+        return false;
+    }
+    temp.path = pattern;
+    // mkstemp creates the file private; give it the permissions a plain create would.
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    ::fchmod(temp.fd, 0666 & ~mask);
+    const uint8_t* p = bytes.data();
+    size_t left = bytes.size();
+    while (left > 0)
+    {
+        const ssize_t written = ::write(temp.fd, p, std::min<size_t>(left, 1 << 24));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+        {
+            error = "cannot write '" + path + "': " + system_error_text();
+            return false;
+        }
+        p += written;
+        left -= size_t(written);
+    }
+    if (::fsync(temp.fd) != 0 || ::close(temp.fd) != 0)
+    {
+        temp.fd = -1;
+        error = "cannot write '" + path + "': " + system_error_text();
+        return false;
+    }
+    temp.fd = -1;
+    if (std::rename(temp.path.c_str(), path.c_str()) != 0)
+    {
+        error = "cannot replace '" + path + "': " + system_error_text();
+        return false;
+    }
+    temp.path.clear();
+    return true;
+}
+
+// ---- Container --------------------------------------------------------------------------------
+
+std::vector<const PGMIO_SECTION_VIEW*> PGMIO_CONTAINER_VIEW::find_all(uint32_t tag) const
+{
+    std::vector<const PGMIO_SECTION_VIEW*> found;
+    for (const PGMIO_SECTION_VIEW& section : sections)
+        if (section.tag == tag)
+            found.push_back(&section);
+    return found;
+}
+
+bool pgmio_parse_container(std::span<const uint8_t> image, PGMIO_CONTAINER_VIEW& view, std::string& error,
+                           bool verify_crcs)
+{
+    view = PGMIO_CONTAINER_VIEW{};
+    const uint64_t size = image.size();
+    if (size == 0)
+    {
+        error = "the file is empty";
+        return false;
+    }
+    if (size < 4 && std::memcmp(image.data(), k_magic, size_t(size)) == 0)
+    {
+        error = "the file is truncated: " + std::to_string(size) + " bytes, a container has at least " +
+                std::to_string(PGMIO_CONTAINER_HEADER_SIZE + PGMIO_CONTAINER_TRAILER_SIZE);
+        return false;
+    }
+    if (size < 4 || std::memcmp(image.data(), k_magic, 4) != 0)
+    {
+        error = "not a Corvane programming file (wrong magic at offset 0)";
+        return false;
+    }
+    if (size < PGMIO_CONTAINER_HEADER_SIZE + PGMIO_CONTAINER_TRAILER_SIZE)
+    {
+        error = "the file is truncated: " + std::to_string(size) + " bytes, a container has at least " +
+                std::to_string(PGMIO_CONTAINER_HEADER_SIZE + PGMIO_CONTAINER_TRAILER_SIZE);
+        return false;
+    }
+    const uint8_t* p = image.data();
+    view.kind = uint32_t(get_le(p + 4, 4));
+    view.version = uint16_t(get_le(p + 8, 2));
+    const uint64_t header_size = get_le(p + 10, 2);
+    const uint64_t count = get_le(p + 12, 4);
+    const uint64_t declared_size = get_le(p + 16, 8);
+    const uint64_t reserved = get_le(p + 24, 8);
+    view.size = size;
+    if (view.version != PGMIO_CONTAINER_VERSION)
+    {
+        error = "unsupported format version " + std::to_string(view.version) + " (this build reads version " +
+                std::to_string(PGMIO_CONTAINER_VERSION) + ")";
+        return false;
+    }
+    if (header_size != PGMIO_CONTAINER_HEADER_SIZE)
+    {
+        error = "bad header size " + std::to_string(header_size) + " at offset 10 (expected 32)";
+        return false;
+    }
+    if (declared_size != size)
+    {
+        error = "the header declares " + std::to_string(declared_size) + " bytes but the file has " +
+                std::to_string(size) + (declared_size > size ? " (truncated)" : " (trailing data)");
+        return false;
+    }
+    if (reserved != 0)
+    {
+        error = "reserved header bytes at offset 24 are not zero";
+        return false;
+    }
+    const uint64_t table_end = PGMIO_CONTAINER_HEADER_SIZE + count * PGMIO_CONTAINER_ENTRY_SIZE;
+    if (count > PGMIO_CONTAINER_MAX_SECTIONS || table_end + PGMIO_CONTAINER_TRAILER_SIZE > size)
+    {
+        error = "section count " + std::to_string(count) + " at offset 12 does not fit in a file of " +
+                std::to_string(size) + " bytes";
+        return false;
+    }
+    const uint64_t data_end = size - PGMIO_CONTAINER_TRAILER_SIZE;
+    // Sections follow the table in table order, each at the next multiple of 8, with zero padding;
+    // the trailer follows the last one at the next multiple of 8. The layout is thus canonical.
+    uint64_t expected = align8(table_end);
+    uint64_t previous_end = table_end;
+    view.sections.reserve(size_t(count));
+    for (uint64_t i = 0; i < count; ++i)
+    {
+        const uint8_t* entry = p + PGMIO_CONTAINER_HEADER_SIZE + i * PGMIO_CONTAINER_ENTRY_SIZE;
+        const uint64_t entry_offset = PGMIO_CONTAINER_HEADER_SIZE + i * PGMIO_CONTAINER_ENTRY_SIZE;
+        PGMIO_SECTION_VIEW section;
+        section.tag = uint32_t(get_le(entry, 4));
+        section.crc = uint32_t(get_le(entry + 4, 4));
+        section.offset = get_le(entry + 8, 8);
+        const uint64_t length = get_le(entry + 16, 8);
+        const std::string name = "section " + std::to_string(i) + " ('" + pgmio_tag_text(section.tag) + "')";
+        if (section.offset != expected)
+        {
+            error = name + " starts at " + pgmio_hex_number(section.offset) + " (table entry at offset " +
+                    std::to_string(entry_offset) + "), expected " + pgmio_hex_number(expected);
+            return false;
+        }
+        if (length > data_end || section.offset > data_end - length)
+        {
+            error = name + " of " + std::to_string(length) + " bytes at " + pgmio_hex_number(section.offset) +
+                    " runs past the end of the file (" + std::to_string(size) + " bytes)";
+            return false;
+        }
+        for (uint64_t pad = previous_end; pad < section.offset; ++pad)
+            if (p[pad] != 0)
+            {
+                error = "padding byte at offset " + std::to_string(pad) + " is not zero";
+                return false;
+            }
+        section.data = image.subspan(size_t(section.offset), size_t(length));
+        previous_end = section.offset + length;
+        expected = align8(previous_end);
+        view.sections.push_back(section);
+    }
+    if (expected != data_end)
+    {
+        error = "the file CRC is at offset " + std::to_string(data_end) + ", expected at " + std::to_string(expected);
+        return false;
+    }
+    for (uint64_t pad = previous_end; pad < data_end; ++pad)
+        if (p[pad] != 0)
+        {
+            error = "padding byte at offset " + std::to_string(pad) + " is not zero";
+            return false;
+        }
+    view.file_crc = uint32_t(get_le(p + data_end, 4));
+    if (!verify_crcs)
+        return true;
+    // The file CRC is assembled from the section CRCs and the CRCs of the bytes between them, so
+    // each byte is read once.
+    uint64_t covered = 0;
+    uint32_t running = 0;
+    for (size_t i = 0; i < view.sections.size(); ++i)
+    {
+        const PGMIO_SECTION_VIEW& section = view.sections[i];
+        running = pgmio_crc32(image.subspan(size_t(covered), size_t(section.offset - covered)), running);
+        const uint32_t actual = pgmio_crc32(section.data);
+        if (actual != section.crc)
+        {
+            error = "CRC mismatch in section " + std::to_string(i) + " ('" + pgmio_tag_text(section.tag) + "') at " +
+                    pgmio_hex_number(section.offset) + ": stored " + pgmio_hex_number(section.crc) + ", computed " +
+                    pgmio_hex_number(actual);
+            return false;
+        }
+        running = uint32_t(crc32_combine(running, actual, z_off_t(section.data.size())));
+        covered = section.offset + section.data.size();
+    }
+    const uint32_t actual = pgmio_crc32(image.subspan(size_t(covered), size_t(data_end - covered)), running);
+    if (actual != view.file_crc)
+    {
+        error = "file CRC mismatch: stored " + pgmio_hex_number(view.file_crc) + ", computed " +
+                pgmio_hex_number(actual) + " (the header, section table or padding is damaged)";
+        return false;
+    }
+    return true;
+}
+
+bool pgmio_parse_container_of_kind(std::span<const uint8_t> image, uint32_t kind, std::string_view what,
+                                   PGMIO_CONTAINER_VIEW& view, std::string& error)
+{
+    if (!pgmio_parse_container(image, view, error))
+        return false;
+    if (view.kind != kind)
+    {
+        error = "the file holds '" + pgmio_tag_text(view.kind) + "' data, not a " + std::string(what) + " ('" +
+                pgmio_tag_text(kind) + "')";
+        return false;
+    }
+    return true;
+}
+
+bool PGMIO_CONTAINER_BUILDER::finish(PGMIO_BYTES& image, std::string& error) const
+{
+    if (m_sections.size() > PGMIO_CONTAINER_MAX_SECTIONS)
+    {
+        error = "too many sections (" + std::to_string(m_sections.size()) + "), the format allows " +
+                std::to_string(PGMIO_CONTAINER_MAX_SECTIONS);
+        return false;
+    }
+    const uint64_t table_end = PGMIO_CONTAINER_HEADER_SIZE + m_sections.size() * PGMIO_CONTAINER_ENTRY_SIZE;
+    std::vector<uint64_t> offsets;
+    uint64_t position = table_end;
+    for (const PENDING& section : m_sections)
+    {
+        position = align8(position);
+        offsets.push_back(position);
+        position += section.data.size();
+    }
+    const uint64_t data_end = align8(position);
+    const uint64_t total = data_end + PGMIO_CONTAINER_TRAILER_SIZE;
+    if (total > PGMIO_MAX_FILE_SIZE)
+    {
+        error = "the file would be " + std::to_string(total) + " bytes, the largest allowed is " +
+                std::to_string(PGMIO_MAX_FILE_SIZE);
+        return false;
+    }
+    image.clear();
+    image.reserve(size_t(total));
+    image.insert(image.end(), k_magic, k_magic + 4);
+    put_le(image, m_kind, 4);
+    put_le(image, PGMIO_CONTAINER_VERSION, 2);
+    put_le(image, PGMIO_CONTAINER_HEADER_SIZE, 2);
+    put_le(image, m_sections.size(), 4);
+    put_le(image, total, 8);
+    put_le(image, 0, 8);
+    for (size_t i = 0; i < m_sections.size(); ++i)
+    {
+        put_le(image, m_sections[i].tag, 4);
+        put_le(image, pgmio_crc32(m_sections[i].data), 4);
+        put_le(image, offsets[i], 8);
+        put_le(image, m_sections[i].data.size(), 8);
+    }
+    for (size_t i = 0; i < m_sections.size(); ++i)
+    {
+        image.resize(size_t(offsets[i]), 0);
+        image.insert(image.end(), m_sections[i].data.begin(), m_sections[i].data.end());
+    }
+    image.resize(size_t(data_end), 0);
+    put_le(image, pgmio_crc32(image), 4);
+    return true;
+}
+
+bool pgmio_check_section_set(const PGMIO_CONTAINER_VIEW& view, std::initializer_list<uint32_t> required,
+                             std::initializer_list<uint32_t> optional, std::initializer_list<uint32_t> repeatable,
+                             std::string& error)
+{
+    auto listed = [](std::initializer_list<uint32_t> list, uint32_t tag)
+    { return std::find(list.begin(), list.end(), tag) != list.end(); };
+    for (const PGMIO_SECTION_VIEW& section : view.sections)
+    {
+        if (!listed(required, section.tag) && !listed(optional, section.tag) && !listed(repeatable, section.tag))
+        {
+            error = "unknown section '" + pgmio_tag_text(section.tag) + "' at " + pgmio_hex_number(section.offset);
+            return false;
+        }
+    }
+    for (uint32_t tag : required)
+    {
+        const size_t count = view.find_all(tag).size();
+        if (count != 1)
+        {
+            error = count == 0 ? "missing section '" + pgmio_tag_text(tag) + "'"
+                               : "section '" + pgmio_tag_text(tag) + "' appears " + std::to_string(count) + " times";
+            return false;
+        }
+    }
+    for (uint32_t tag : optional)
+    {
+        if (view.find_all(tag).size() > 1)
+        {
+            error = "section '" + pgmio_tag_text(tag) + "' appears more than once";
+            return false;
+        }
+    }
+    return true;
+}
+
+// ---- Field codec ------------------------------------------------------------------------------
+
+void PGMIO_BYTE_WRITER::u16(uint16_t value)
+{
+    put_le(m_bytes, value, 2);
+}
+void PGMIO_BYTE_WRITER::u32(uint32_t value)
+{
+    put_le(m_bytes, value, 4);
+}
+void PGMIO_BYTE_WRITER::u64(uint64_t value)
+{
+    put_le(m_bytes, value, 8);
+}
+
+bool PGMIO_BYTE_WRITER::str(std::string_view text)
+{
+    if (text.size() > 0xFFFF)
+        return false;
+    u16(uint16_t(text.size()));
+    m_bytes.insert(m_bytes.end(), text.begin(), text.end());
+    return true;
+}
+
+bool PGMIO_BYTE_READER::take(uint64_t count)
+{
+    if (!m_error.empty())
+        return false;
+    if (count > remaining())
+    {
+        fail("needs " + std::to_string(count) + " bytes, " + std::to_string(remaining()) + " left");
+        return false;
+    }
+    return true;
+}
+
+void PGMIO_BYTE_READER::fail(std::string_view what)
+{
+    if (m_error.empty())
+        m_error = "section '" + m_section + "' at offset " + std::to_string(m_pos) + ": " + std::string(what);
+}
+
+uint8_t PGMIO_BYTE_READER::u8()
+{
+    if (!take(1))
+        return 0;
+    return m_data[size_t(m_pos++)];
+}
+
+uint16_t PGMIO_BYTE_READER::u16()
+{
+    if (!take(2))
+        return 0;
+    const uint16_t value = uint16_t(get_le(m_data.data() + m_pos, 2));
+    m_pos += 2;
+    return value;
+}
+
+uint32_t PGMIO_BYTE_READER::u32()
+{
+    if (!take(4))
+        return 0;
+    const uint32_t value = uint32_t(get_le(m_data.data() + m_pos, 4));
+    m_pos += 4;
+    return value;
+}
+
+uint64_t PGMIO_BYTE_READER::u64()
+{
+    if (!take(8))
+        return 0;
+    const uint64_t value = get_le(m_data.data() + m_pos, 8);
+    m_pos += 8;
+    return value;
+}
+
+std::string PGMIO_BYTE_READER::str()
+{
+    const uint16_t length = u16();
+    const std::span<const uint8_t> text = bytes(length);
+    return std::string(text.begin(), text.end());
+}
+
+std::span<const uint8_t> PGMIO_BYTE_READER::bytes(uint64_t count)
+{
+    if (!take(count))
+        return {};
+    const std::span<const uint8_t> part = m_data.subspan(size_t(m_pos), size_t(count));
+    m_pos += count;
+    return part;
+}
+
+bool PGMIO_BYTE_READER::finish(std::string& error)
+{
+    if (m_error.empty() && remaining() != 0)
+        fail(std::to_string(remaining()) + " unexpected trailing bytes");
+    if (!m_error.empty())
+    {
+        error = m_error;
+        return false;
+    }
+    return true;
+}

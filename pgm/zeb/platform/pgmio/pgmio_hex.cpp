@@ -1,0 +1,276 @@
+// SPDX-License-Identifier: Apache-2.0
+// Hex data files: reading Intel-style hex records, and writing data as such records.
+#include "pgm/zeb/platform/pgmio/pgmio_text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <numeric>
+
+namespace
+{
+
+constexpr uint8_t k_data = 0x00;
+constexpr uint8_t k_end = 0x01;
+constexpr uint8_t k_segment = 0x02;
+constexpr uint8_t k_start_segment = 0x03;
+constexpr uint8_t k_linear = 0x04;
+constexpr uint8_t k_start_linear = 0x05;
+
+int hex_digit(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
+std::string byte_text(unsigned value)
+{
+    char text[8];
+    std::snprintf(text, sizeof text, "0x%02X", value & 0xFF);
+    return text;
+}
+
+bool is_blank(char c)
+{
+    return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v';
+}
+
+} // namespace
+
+bool PGMIO_HEX_READER::read_hex_file(bool allow_overlap, bool allow_missing_end)
+{
+    m_records.clear();
+    m_read = false;
+    PGMIO_BYTES bytes;
+    std::string error;
+    if (!pgmio_read_file(m_path, bytes, error))
+    {
+        m_error = error;
+        return false;
+    }
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    return read_hex_text(text, m_path, allow_overlap, allow_missing_end);
+}
+
+bool PGMIO_HEX_READER::read_hex_text(std::string_view text, std::string_view name, bool allow_overlap,
+                                     bool allow_missing_end)
+{
+    m_records.clear();
+    m_read = false;
+    m_has_entry = false;
+    m_entry = 0;
+    m_error.clear();
+    auto fail = [&](uint32_t line, const std::string& reason)
+    {
+        m_error = std::string(name) + ":" + std::to_string(line) + ": " + reason;
+        m_records.clear();
+        return false;
+    };
+
+    uint32_t base = 0;
+    uint32_t line_number = 0;
+    uint32_t end_line = 0;
+    size_t position = 0;
+    std::vector<uint8_t> record;
+    while (position < text.size())
+    {
+        const size_t newline = text.find('\n', position);
+        std::string_view line =
+            text.substr(position, newline == std::string_view::npos ? text.npos : newline - position);
+        position = newline == std::string_view::npos ? text.size() : newline + 1;
+        ++line_number;
+        while (!line.empty() && is_blank(line.back()))
+            line.remove_suffix(1);
+        while (!line.empty() && is_blank(line.front()))
+            line.remove_prefix(1);
+        if (line.empty())
+            continue;
+        if (end_line != 0)
+            return fail(line_number, "data after the end-of-file record of line " + std::to_string(end_line));
+        if (line.front() != ':')
+            return fail(line_number, "a record must start with ':'");
+        const std::string_view digits = line.substr(1);
+        for (size_t i = 0; i < digits.size(); ++i)
+        {
+            if (hex_digit(digits[i]) < 0)
+                return fail(line_number,
+                            "invalid character '" + std::string(1, digits[i]) + "' in column " + std::to_string(i + 2));
+        }
+        if (digits.size() % 2 != 0)
+            return fail(line_number, "odd number of hexadecimal digits");
+        if (digits.size() < 10)
+            return fail(line_number,
+                        "record too short (" + std::to_string(digits.size() / 2) + " bytes, at least 5 needed)");
+        record.resize(digits.size() / 2);
+        for (size_t i = 0; i < record.size(); ++i)
+            record[i] = uint8_t(hex_digit(digits[2 * i]) << 4 | hex_digit(digits[2 * i + 1]));
+        const size_t count = record[0];
+        if (count + 5 != record.size())
+            return fail(line_number, "byte count " + byte_text(unsigned(count)) +
+                                         " does not match the record, which holds " +
+                                         std::to_string(record.size() - 5) + " data bytes");
+        const unsigned sum = std::accumulate(record.begin(), record.end() - 1, 0u);
+        const uint8_t expected = uint8_t(0x100 - (sum & 0xFF));
+        if (record.back() != expected)
+            return fail(line_number, "checksum error: the record says " + byte_text(record.back()) +
+                                         ", the computed checksum is " + byte_text(expected));
+        const uint32_t address = uint32_t(record[1]) << 8 | record[2];
+        const uint8_t type = record[3];
+        const uint8_t* payload = record.data() + 4;
+        switch (type)
+        {
+        case k_data:
+        {
+            if (count == 0)
+                break;
+            PGMIO_HEX_RECORD data;
+            data.start = address;
+            data.offset = base;
+            data.line = line_number;
+            if (data.address() + count - 1 > 0xFFFFFFFFu)
+                return fail(line_number, "data at " + pgmio_hex_number(data.address()) + " runs past 0xFFFFFFFF");
+            data.data.assign(payload, payload + count);
+            m_records.push_back(std::move(data));
+            break;
+        }
+        case k_end:
+            if (count != 0)
+                return fail(line_number,
+                            "an end-of-file record carries no data, this one has " + std::to_string(count) + " bytes");
+            end_line = line_number;
+            break;
+        case k_segment:
+        case k_linear:
+            if (count != 2)
+                return fail(line_number,
+                            "an extended address record has 2 data bytes, this one has " + std::to_string(count));
+            base = (uint32_t(payload[0]) << 8 | payload[1]) << (type == k_segment ? 4 : 16);
+            break;
+        case k_start_segment:
+        case k_start_linear:
+            if (count != 4)
+                return fail(line_number,
+                            "a start address record has 4 data bytes, this one has " + std::to_string(count));
+            m_has_entry = true;
+            m_entry = uint32_t(payload[0]) << 24 | uint32_t(payload[1]) << 16 | uint32_t(payload[2]) << 8 | payload[3];
+            break;
+        default:
+            return fail(line_number, "unknown record type " + byte_text(type));
+        }
+    }
+    if (end_line == 0 && !allow_missing_end)
+        return fail(line_number + 1, "missing end-of-file record (type 01)");
+    if (!allow_overlap)
+    {
+        std::vector<const PGMIO_HEX_RECORD*> sorted;
+        sorted.reserve(m_records.size());
+        for (const PGMIO_HEX_RECORD& data : m_records)
+            sorted.push_back(&data);
+        std::stable_sort(sorted.begin(), sorted.end(), [](auto* a, auto* b) { return a->address() < b->address(); });
+        for (size_t i = 1; i < sorted.size(); ++i)
+        {
+            const PGMIO_HEX_RECORD& before = *sorted[i - 1];
+            if (sorted[i]->address() < before.address() + before.data.size())
+                return fail(std::max(before.line, sorted[i]->line),
+                            "address " + pgmio_hex_number(sorted[i]->address()) + " is loaded by lines " +
+                                std::to_string(std::min(before.line, sorted[i]->line)) + " and " +
+                                std::to_string(std::max(before.line, sorted[i]->line)));
+        }
+    }
+    m_read = true;
+    return true;
+}
+
+uint32_t PGMIO_HEX_READER::get_start_address() const
+{
+    uint64_t lowest = 0xFFFFFFFFu;
+    for (const PGMIO_HEX_RECORD& data : m_records)
+        lowest = std::min(lowest, data.address());
+    return uint32_t(lowest);
+}
+
+bool PGMIO_HEX_READER::get_image(uint64_t max_size, uint8_t fill, uint32_t& base, PGMIO_BYTES& image,
+                                 std::string& error) const
+{
+    image.clear();
+    if (!m_read || m_records.empty())
+    {
+        error = m_read ? "the hex file holds no data" : "no hex file has been read";
+        return false;
+    }
+    uint64_t low = UINT64_MAX;
+    uint64_t high = 0;
+    for (const PGMIO_HEX_RECORD& data : m_records)
+    {
+        low = std::min(low, data.address());
+        high = std::max(high, data.address() + data.data.size());
+    }
+    if (high - low > max_size)
+    {
+        error = "data address range (" + pgmio_hex_number(low) + ".." + pgmio_hex_number(high - 1) +
+                ") is too large, at most " + std::to_string(max_size) + " bytes are allowed";
+        return false;
+    }
+    base = uint32_t(low);
+    image.assign(size_t(high - low), fill);
+    for (const PGMIO_HEX_RECORD& data : m_records)
+        std::copy(data.data.begin(), data.data.end(), image.begin() + long(data.address() - low));
+    return true;
+}
+
+bool pgmio_format_hex(uint32_t base, std::span<const uint8_t> data, std::string& text, std::string& error)
+{
+    text.clear();
+    if (!data.empty() && uint64_t(base) + data.size() - 1 > 0xFFFFFFFFu)
+    {
+        error = "data address range (" + pgmio_hex_number(base) + ".." +
+                pgmio_hex_number(uint64_t(base) + data.size() - 1) +
+                ") does not fit, the available range is only (0x00000000..0xffffffff)";
+        return false;
+    }
+    auto emit = [&text](uint8_t type, uint16_t address, std::span<const uint8_t> payload)
+    {
+        unsigned sum = unsigned(payload.size()) + (address >> 8) + (address & 0xFF) + type;
+        char field[16];
+        std::snprintf(field, sizeof field, ":%02X%04X%02X", unsigned(payload.size()), unsigned(address), type);
+        text += field;
+        for (uint8_t byte : payload)
+        {
+            std::snprintf(field, sizeof field, "%02X", byte);
+            text += field;
+            sum += byte;
+        }
+        std::snprintf(field, sizeof field, "%02X\n", (0x100 - (sum & 0xFF)) & 0xFF);
+        text += field;
+    };
+    uint64_t upper = UINT64_MAX;
+    size_t done = 0;
+    while (done < data.size())
+    {
+        const uint64_t address = uint64_t(base) + done;
+        if ((address >> 16) != upper)
+        {
+            upper = address >> 16;
+            const uint8_t payload[2] = {uint8_t(upper >> 8), uint8_t(upper)};
+            emit(k_linear, 0, payload);
+        }
+        // A record never crosses a 64 KiB boundary, so its 16-bit address field does not wrap.
+        const size_t piece = size_t(std::min<uint64_t>({16, data.size() - done, 0x10000 - (address & 0xFFFF)}));
+        emit(k_data, uint16_t(address), data.subspan(done, piece));
+        done += piece;
+    }
+    emit(k_end, 0, {});
+    return true;
+}
+
+bool pgmio_write_hex_file(const std::string& path, uint32_t base, std::span<const uint8_t> data, std::string& error)
+{
+    std::string text;
+    if (!pgmio_format_hex(base, data, text, error))
+        return false;
+    return pgmio_write_file_atomic(path, std::span(reinterpret_cast<const uint8_t*>(text.data()), text.size()), error);
+}

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+// Recognising and describing any file of the programming-file library's formats, and checking it.
+#pragma once
+
+#include "pgm/zeb/platform/fio/fio.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+// One section of a container; nested sections (the configuration data inside an SRAM object file
+// or helper image) follow their parent with depth 1 and offsets from the start of the file.
+struct PGMIO_INFO_SECTION
+{
+    int depth = 0;
+    std::string tag;
+    uint64_t offset = 0;
+    uint64_t size = 0;
+    uint32_t crc = 0;    // as stored
+    bool crc_ok = false; // the stored CRC matches the data
+};
+
+struct PGMIO_FILE_INFO
+{
+    std::string kind;                                        // "SRAM object file", "hex data file", ...
+    std::string format;                                      // container kind ("SOF "), "hex" or "cdf"
+    uint64_t size = 0;                                       // bytes
+    std::string device;                                      // the device the file targets; "" when it names none
+    std::vector<std::pair<std::string, std::string>> fields; // further facts, in display order
+    std::vector<PGMIO_INFO_SECTION> sections;
+    std::string integrity; // "" when every check of the format passes, else the first failure
+};
+
+// The reason why a file's content fails a check of its format; "" when it passes. The format is
+// recognised by content (container magic), else by the extension (hex records, chain description);
+// a format that carries no checks passes when the file is not empty.
+std::string pgmio_check_image(std::span<const uint8_t> image, FIO_EXTENSION_TYPE extension, const std::string& name);
+
+// Describes a file. False with the reason in `error` when it cannot be read or is of none of our
+// formats; a recognised but damaged file is described with the failure in `info.integrity`.
+bool pgmio_describe_file(const std::string& path, PGMIO_FILE_INFO& info, std::string& error);

@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: Apache-2.0
+// The --make-sof and --info modes, run through the built executable.
+#include "test_formats_support.h"
+
+#include "pgm/zeb/platform/pgmio/pgmio_text.h"
+
+#include <array>
+#include <cstdio>
+#include <sys/wait.h>
+
+#ifndef CORVANE_EXE
+#error "CORVANE_EXE must name the corvane executable (set by tests/CMakeLists.txt)"
+#endif
+
+using namespace corvane_test;
+
+namespace
+{
+
+struct RUN
+{
+    int status = -1;
+    std::string output; // stdout and stderr together
+};
+
+std::string quote(const std::string& word)
+{
+    return "'" + word + "'";
+}
+
+RUN corvane(const std::string& arguments)
+{
+    RUN run;
+    const std::string command = quote(CORVANE_EXE) + " " + arguments + " 2>&1";
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe)
+        return run;
+    std::array<char, 4096> buffer;
+    size_t got = 0;
+    while ((got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
+        run.output.append(buffer.data(), got);
+    const int status = pclose(pipe);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+bool contains(const std::string& text, const std::string& part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+} // namespace
+
+TEST(Cli, MakeSofWritesADeterministicValidFile)
+{
+    SCRATCH_DIR dir;
+    const std::string a = dir.file("a.sof");
+    const std::string b = dir.file("b.sof");
+    const std::string c = dir.file("c.sof");
+    RUN run = corvane("--make-sof --device 7TR440PA3R1 --size 4096 --seed 7 --hps --cvp --design d " + quote(a));
+    ASSERT_EQ(run.status, 0) << run.output;
+    ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size=4096 --seed 7 --cvp --hps --design=d " + quote(b)).status,
+              0);
+    ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size 4096 --seed 8 --cvp --hps --design d " + quote(c)).status,
+              0);
+    EXPECT_EQ(read_file(a), read_file(b));
+    EXPECT_NE(read_file(a), read_file(c));
+
+    PGMIO_SOF_IMAGE sof;
+    std::string error;
+    ASSERT_TRUE(PGMIO_SOF::read(a, sof, error)) << error;
+    EXPECT_EQ(sof.device_name, "7TR440PA3R1");
+    EXPECT_EQ(sof.design_name, "d");
+    EXPECT_EQ(sof.flags, PGMIO_DESIGN_CVP | PGMIO_DESIGN_HPS);
+    EXPECT_EQ(sof.config.payload_size(), 4096u);
+
+    // The device's own size when none is given.
+    ASSERT_EQ(corvane("--make-sof --device NR08SA " + quote(dir.file("full.sof"))).status, 0);
+    ASSERT_TRUE(PGMIO_SOF::read(dir.file("full.sof"), sof, error)) << error;
+    EXPECT_EQ(sof.config.payload_size(), 0x30000u);
+}
+
+TEST(Cli, MakeSofFromRawData)
+{
+    SCRATCH_DIR dir;
+    const PGMIO_BYTES raw = counting_bytes(1000, 3);
+    write_file(dir.file("raw.bin"), std::string(raw.begin(), raw.end()));
+    const RUN run = corvane("--make-sof --device 5ZV066H2 --cvp --design top --data " + quote(dir.file("raw.bin")) +
+                            " " + quote(dir.file("r.sof")));
+    ASSERT_EQ(run.status, 0) << run.output;
+    PGMIO_SOF_IMAGE sof;
+    std::string error;
+    ASSERT_TRUE(PGMIO_SOF::read(dir.file("r.sof"), sof, error)) << error;
+    EXPECT_EQ(sof.design_name, "top");
+    PGMIO_BYTES joined;
+    for (const PGMIO_CONFIG_SECTION& section : sof.config.sections)
+        joined.insert(joined.end(), section.data.begin(), section.data.end());
+    EXPECT_EQ(joined, raw);
+}
+
+TEST(Cli, MakeSofRefusals)
+{
+    SCRATCH_DIR dir;
+    const std::string out = quote(dir.file("x.sof"));
+    RUN run = corvane("--make-sof --device NOPE " + out);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(contains(run.output, "unknown FPGA device 'NOPE'")) << run.output;
+    run = corvane("--make-sof --device 3ZT085F2 --cvp --size 4096 " + out);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(contains(run.output, "does not support CvP")) << run.output;
+    run = corvane("--make-sof --device 3ZT085F2 --data " + quote(dir.file("none.bin")) + " " + out);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(contains(run.output, "cannot open")) << run.output;
+    EXPECT_EQ(corvane("--make-sof " + out).status, 2);
+    EXPECT_EQ(corvane("--make-sof --device 3ZT085F2").status, 2);
+    EXPECT_EQ(corvane("--make-sof --device 3ZT085F2 --seed x " + out).status, 2);
+    EXPECT_EQ(corvane("--make-sof --device 3ZT085F2 --size 0 " + out).status, 2);
+    EXPECT_EQ(corvane("--make-sof --device 3ZT085F2 --colour " + out).status, 2);
+    EXPECT_FALSE(std::filesystem::exists(dir.file("x.sof")));
+}
+
+TEST(Cli, InfoDescribesEveryFormat)
+{
+    SCRATCH_DIR dir;
+    std::string error;
+    ASSERT_TRUE(PGMIO_SOF::write(dir.file("a.sof"), small_sof(true), error)) << error;
+    ASSERT_TRUE(PGMIO_RBF::write(dir.file("a.rbf"), small_config(0), error)) << error;
+    ASSERT_TRUE(PGMIO_PMSF::write(dir.file("a.pmsf"), small_pmsf(), error)) << error;
+    ASSERT_TRUE(PGMIO_MSF::write(dir.file("a.msf"), small_msf(), error)) << error;
+    ASSERT_TRUE(PGMIO_FLASH_FILE::write(dir.file("a.pof"), small_flash(false), error)) << error;
+    ASSERT_TRUE(PGMIO_FLASH_FILE::write(dir.file("a.jic"), small_flash(true), error)) << error;
+    ASSERT_TRUE(PGMIO_EKP::write(dir.file("a.ekp"), small_ekp(), error)) << error;
+    ASSERT_TRUE(PGMIO_HELPER::write(dir.file("a.hlp"), small_helper(), error)) << error;
+    ASSERT_TRUE(pgmio_write_hex_file(dir.file("a.hex"), 0x100, counting_bytes(40, 0), error)) << error;
+    write_file(dir.file("a.cdf"), "corvane-cdf 1\ndevice 7TR440PA3R1 file a.sof actions program\n");
+    struct CASE
+    {
+        const char* file;
+        const char* kind;
+        const char* detail;
+    };
+    const CASE cases[] = {
+        {"a.sof", "SRAM object file", "\"hps bootloader\": \"6 bytes at 0xffe00000\""},
+        {"a.rbf", "configuration data file", "\"device\": \"7TR440PA3R1\""},
+        {"a.pmsf", "partial-masked SRAM object file", "\"region\": \"pr_region_0\""},
+        {"a.msf", "mask settings file", "\"region bytes\": \"5\""},
+        {"a.pof", "programmer object file", "\"page P1\": \"0x00010000..0x0001ffff\""},
+        {"a.jic", "JTAG indirect configuration file", "\"flash loader\": \"7TR440PA3R1 (9 bytes)\""},
+        {"a.ekp", "key programming file", "\"key owner\": \"owner key hash, eFuse, 48 bytes\""},
+        {"a.hlp", "programming helper image", "\"subtype\": \"293\""},
+        {"a.hex", "hex data file", "\"address range\": \"0x00000100..0x00000127\""},
+        {"a.cdf", "chain description file", "\"device 1\": \"7TR440PA3R1 file a.sof\""},
+    };
+    for (const CASE& c : cases)
+    {
+        const RUN run = corvane("--info --json " + quote(dir.file(c.file)));
+        EXPECT_EQ(run.status, 0) << c.file << ": " << run.output;
+        EXPECT_TRUE(contains(run.output, std::string("\"kind\": \"") + c.kind + "\"")) << run.output;
+        EXPECT_TRUE(contains(run.output, c.detail)) << c.file << ": " << run.output;
+        EXPECT_TRUE(contains(run.output, "\"integrity\": {\"ok\": true")) << run.output;
+    }
+    // Sections with their offsets, nested configuration data included.
+    const RUN text = corvane("--info " + quote(dir.file("a.sof")));
+    EXPECT_EQ(text.status, 0);
+    EXPECT_TRUE(contains(text.output, "  SOFH     0x00000068")) << text.output;
+    EXPECT_TRUE(contains(text.output, "    CORE ")) << text.output;
+    EXPECT_TRUE(contains(text.output, "integrity:                 ok")) << text.output;
+}
+
+TEST(Cli, InfoReportsDamageAndUnknownFiles)
+{
+    SCRATCH_DIR dir;
+    std::string error;
+    PGMIO_BYTES image;
+    ASSERT_TRUE(PGMIO_SOF::encode(small_sof(false), image, error));
+    image[image.size() - 20] ^= 0x40;
+    write_file(dir.file("bad.sof"), std::string(image.begin(), image.end()));
+    RUN run = corvane("--info " + quote(dir.file("bad.sof")));
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(contains(run.output, "MISMATCH")) << run.output;
+    EXPECT_TRUE(contains(run.output, "integrity:                 FAILED: CRC mismatch")) << run.output;
+    run = corvane("--info --json " + quote(dir.file("bad.sof")));
+    EXPECT_TRUE(contains(run.output, "\"integrity\": {\"ok\": false, \"reason\": \"CRC mismatch")) << run.output;
+
+    write_file(dir.file("bad.hex"), ":0400000001020304F2\n:00000001FE\n");
+    run = corvane("--info " + quote(dir.file("bad.hex")));
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(contains(run.output, "bad.hex:2: checksum error")) << run.output;
+
+    write_file(dir.file("notes.txt"), "plain words");
+    run = corvane("--info " + quote(dir.file("notes.txt")));
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(contains(run.output, "is not a file of a known format")) << run.output;
+    run = corvane("--info " + quote(dir.file("missing.sof")));
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(contains(run.output, "cannot open")) << run.output;
+    EXPECT_EQ(corvane("--info").status, 2);
+}

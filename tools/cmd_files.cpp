@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: Apache-2.0
+// Modes --make-sof (an SRAM object file for a catalogue device) and --info (what a programming
+// file holds and whether its checks pass).
+#include "cli.h"
+
+#include "pgm/zeb/platform/bitasm/bitasm.h"
+#include "pgm/zeb/platform/dev/dev.h"
+#include "pgm/zeb/platform/fio/fio.h"
+#include "pgm/zeb/platform/pgmio/pgmio_info.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+namespace
+{
+
+// A decimal or "0x" hexadecimal unsigned number; false for anything else.
+bool parse_number(const std::string& text, uint64_t& value)
+{
+    if (text.empty() || text[0] == '-' || text[0] == '+' || text[0] == ' ')
+        return false;
+    const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    errno = 0;
+    char* end = nullptr;
+    value = std::strtoull(text.c_str(), &end, hex ? 16 : 10);
+    return errno == 0 && end && *end == '\0' && end != text.c_str();
+}
+
+std::string json_string(const std::string& text)
+{
+    std::string out = "\"";
+    for (unsigned char c : text)
+    {
+        if (c == '"' || c == '\\')
+            out += '\\', out += char(c);
+        else if (c == '\n')
+            out += "\\n";
+        else if (c == '\t')
+            out += "\\t";
+        else if (c < 0x20 || c == 0x7F)
+        {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
+            out += escaped;
+        }
+        else
+            out += char(c);
+    }
+    return out + "\"";
+}
+
+std::string hex_number(uint64_t value)
+{
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%08llx", static_cast<unsigned long long>(value));
+    return text;
+}
+
+void print_json(const std::string& path, const PGMIO_FILE_INFO& info)
+{
+    std::cout << "{\n  \"file\": " << json_string(path) << ",\n  \"kind\": " << json_string(info.kind)
+              << ",\n  \"format\": " << json_string(info.format) << ",\n  \"size\": " << info.size
+              << ",\n  \"device\": " << json_string(info.device) << ",\n  \"fields\": {";
+    for (size_t i = 0; i < info.fields.size(); ++i)
+        std::cout << (i ? "," : "") << "\n    " << json_string(info.fields[i].first) << ": "
+                  << json_string(info.fields[i].second);
+    std::cout << (info.fields.empty() ? "" : "\n  ") << "},\n  \"sections\": [";
+    for (size_t i = 0; i < info.sections.size(); ++i)
+    {
+        const PGMIO_INFO_SECTION& section = info.sections[i];
+        std::cout << (i ? "," : "") << "\n    {\"depth\": " << section.depth
+                  << ", \"tag\": " << json_string(section.tag) << ", \"offset\": " << section.offset
+                  << ", \"size\": " << section.size << ", \"crc\": \"" << hex_number(section.crc)
+                  << "\", \"crc_ok\": " << (section.crc_ok ? "true" : "false") << "}";
+    }
+    std::cout << (info.sections.empty() ? "" : "\n  ")
+              << "],\n  \"integrity\": {\"ok\": " << (info.integrity.empty() ? "true" : "false")
+              << ", \"reason\": " << json_string(info.integrity) << "}\n}\n";
+}
+
+void print_text(const std::string& path, const PGMIO_FILE_INFO& info)
+{
+    auto row = [](const std::string& name, const std::string& value)
+    {
+        std::string label = name + ":";
+        if (label.size() < 26)
+            label.resize(26, ' ');
+        std::cout << label << ' ' << value << '\n';
+    };
+    row("file", path);
+    row("kind", info.kind + " (" + info.format + ")");
+    row("size", std::to_string(info.size) + " bytes");
+    row("device", info.device.empty() ? "-" : info.device);
+    for (const auto& [name, value] : info.fields)
+        row(name, value);
+    if (!info.sections.empty())
+    {
+        std::cout << "sections:\n";
+        char line[160];
+        std::snprintf(line, sizeof line, "  %-8s %-12s %12s  %-10s %s\n", "tag", "offset", "size", "crc", "");
+        std::cout << line;
+        for (const PGMIO_INFO_SECTION& section : info.sections)
+        {
+            const std::string tag = std::string(size_t(section.depth) * 2, ' ') + section.tag;
+            std::snprintf(line, sizeof line, "  %-8s %-12s %12llu  %-10s %s\n", tag.c_str(),
+                          hex_number(section.offset).c_str(), static_cast<unsigned long long>(section.size),
+                          hex_number(section.crc).c_str(), section.crc_ok ? "ok" : "MISMATCH");
+            std::cout << line;
+        }
+    }
+    row("integrity", info.integrity.empty() ? "ok" : "FAILED: " + info.integrity);
+}
+
+} // namespace
+
+int cli_mode_make_sof(const CLI_ARGS& args)
+{
+    std::vector<CLI_OPTION> options;
+    std::vector<std::string> files;
+    if (!cli_split_options(args, {"--device", "--seed", "--size", "--data", "--design"}, {"--cvp", "--hps", "--pr"},
+                           options, files))
+        return CLI_USAGE;
+    if (files.size() != 1)
+        return cli_usage_error("--make-sof takes exactly one output file");
+    std::string device_name;
+    std::string data_path;
+    BITASM_OPTIONS assemble;
+    assemble.design_name = FIO_PATH(files[0]).get_base_name();
+    for (const CLI_OPTION& option : options)
+    {
+        if (option.name == "--device")
+            device_name = option.value;
+        else if (option.name == "--data")
+            data_path = option.value;
+        else if (option.name == "--design")
+            assemble.design_name = option.value;
+        else if (option.name == "--seed" && !parse_number(option.value, assemble.seed))
+            return cli_usage_error("--seed needs a number, got '" + option.value + "'");
+        else if (option.name == "--size" && (!parse_number(option.value, assemble.size) || assemble.size == 0))
+            return cli_usage_error("--size needs a positive number of bytes, got '" + option.value + "'");
+        else if (option.name == "--cvp")
+            assemble.flags |= PGMIO_DESIGN_CVP;
+        else if (option.name == "--hps")
+            assemble.flags |= PGMIO_DESIGN_HPS;
+        else if (option.name == "--pr")
+            assemble.flags |= PGMIO_DESIGN_PR;
+    }
+    if (device_name.empty())
+        return cli_usage_error("--make-sof needs --device NAME");
+
+    std::string error;
+    const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(std::string_view(device_name), &error);
+    if (!device || !device->get_fpga_record())
+    {
+        std::cerr << "corvane: unknown FPGA device '" << device_name << "'" << (error.empty() ? "" : ": " + error)
+                  << '\n';
+        return CLI_FAILED;
+    }
+    PGMIO_BYTES raw;
+    if (!data_path.empty())
+    {
+        if (!pgmio_read_file(data_path, raw, error))
+        {
+            std::cerr << "corvane: " << error << '\n';
+            return CLI_FAILED;
+        }
+        assemble.raw_data = &raw;
+    }
+    PGMIO_SOF_IMAGE sof;
+    if (!BITASM_MGR::assemble_sof(*device, assemble, sof, error) || !PGMIO_SOF::write(files[0], sof, error))
+    {
+        std::cerr << "corvane: cannot make '" << files[0] << "': " << error << '\n';
+        return CLI_FAILED;
+    }
+    std::cout << "Wrote " << files[0] << ": device " << device->get_name() << ", " << sof.config.payload_size()
+              << " bytes of configuration data, flags " << pgmio_design_flags_text(sof.flags) << '\n';
+    return CLI_OK;
+}
+
+int cli_mode_info(const CLI_ARGS& args)
+{
+    std::vector<CLI_OPTION> options;
+    std::vector<std::string> files;
+    if (!cli_split_options(args, {}, {"--json"}, options, files))
+        return CLI_USAGE;
+    if (files.size() != 1)
+        return cli_usage_error("--info takes exactly one file");
+    const bool json = !options.empty();
+    PGMIO_FILE_INFO info;
+    std::string error;
+    if (!pgmio_describe_file(files[0], info, error))
+    {
+        std::cerr << "corvane: " << error << '\n';
+        return CLI_FAILED;
+    }
+    if (json)
+        print_json(files[0], info);
+    else
+        print_text(files[0], info);
+    return info.integrity.empty() ? CLI_OK : CLI_FAILED;
+}
