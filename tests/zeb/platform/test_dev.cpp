@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <set>
 #include <sys/wait.h>
+#include <thread>
 
 namespace
 {
@@ -274,6 +275,27 @@ TEST(DevIndex, FlashDatabaseKnowsFlashDevicesOnly)
     EXPECT_TRUE(db.device_is_legacy("VQ16L"));
     EXPECT_FALSE(db.device_is_legacy("VQ64A"));
     EXPECT_FALSE(db.device_is_legacy("NO_SUCH_FLASH"));
+}
+
+TEST(DevIndex, FirstUseFromSeveralThreads)
+{
+    // Each test runs in a process of its own, so this is the catalogue's first use.
+    std::vector<const PGM_DEVICE*> found(8);
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < found.size(); ++i)
+        threads.emplace_back(
+            [&found, i]
+            {
+                found[i] = PGM_DEVICE_INDEX::lookup_device(i % 2 ? "NR08SA" : "VQ64A");
+                GFPDB_QSPI_MGR::set_db_custom_dir("");
+                GFPDB_QSPI_MGR().device_exist_in_db("VQ64A");
+            });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (size_t i = 0; i < found.size(); ++i)
+        EXPECT_EQ(found[i], found[i % 2]) << i;
+    EXPECT_NE(found[0], nullptr);
+    EXPECT_NE(found[0], found[1]);
 }
 
 // ---- Faulty catalogues -------------------------------------------------------------------------
