@@ -308,7 +308,11 @@ bool PGMIO_CDF::format(const PGMIO_CDF_CHAIN& chain, std::string& text, std::str
             std::string list;
             for (const ACTION_NAME& action : k_actions)
                 if (device.actions & action.bit)
-                    list += (list.empty() ? "" : ",") + std::string(action.name);
+                {
+                    if (!list.empty())
+                        list += ',';
+                    list += action.name;
+                }
             text += " actions " + list;
         }
         text += "\n";

@@ -149,6 +149,9 @@ bool pgmio_read_file(const std::string& path, PGMIO_BYTES& bytes, std::string& e
     // Read in pieces rather than trusting the size reported up front: the file may change under us
     // or be a device without a size.
     constexpr size_t k_piece = 1 << 20;
+    // The reported size is only a hint, so the buffer is reserved once, never more than the limit.
+    if (S_ISREG(info.st_mode) && info.st_size > 0)
+        bytes.reserve(size_t(std::min<uint64_t>(uint64_t(info.st_size), max_size)) + 1);
     for (;;)
     {
         const size_t old_size = bytes.size();

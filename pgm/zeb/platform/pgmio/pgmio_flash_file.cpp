@@ -20,7 +20,11 @@ constexpr uint64_t k_min_page_entry = 18;
 
 std::string range_text(uint64_t start, uint64_t size)
 {
-    return "(" + pgmio_hex_number(start) + ".." + pgmio_hex_number(start + size - 1) + ")";
+    std::string text = "(";
+    text += pgmio_hex_number(start);
+    text += "..";
+    text += pgmio_hex_number(start + size - 1);
+    return text + ")";
 }
 
 bool check_range(const char* what, uint64_t start, uint64_t size, uint64_t flash_size, std::string& error)

@@ -151,7 +151,8 @@ bool PGMIO_POFIO_UTIL_EXPORT::precheck_object_file(const FIO_PATH& path, const P
         extension != FIO_EXTENSION_TYPE_JIC && extension != FIO_EXTENSION_TYPE_MSF &&
         extension != FIO_EXTENSION_TYPE_PMSF)
     {
-        error = "'" + path.get_file_name() + "' does not have an object file extension (.sof, .pof, .jic, .msf, .pmsf)";
+        error = "file '" + path.get_file_name() +
+                "' does not have an object file extension (.sof, .pof, .jic, .msf, .pmsf)";
         return false;
     }
     PGMIO_BYTES image;

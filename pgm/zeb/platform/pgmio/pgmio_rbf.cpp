@@ -26,13 +26,21 @@ std::string pgmio_design_flags_text(uint32_t flags)
     auto add = [&](uint32_t bit, const char* name)
     {
         if (flags & bit)
-            text += (text.empty() ? "" : ",") + std::string(name);
+        {
+            if (!text.empty())
+                text += ',';
+            text += name;
+        }
     };
     add(PGMIO_DESIGN_CVP, "CVP");
     add(PGMIO_DESIGN_HPS, "HPS");
     add(PGMIO_DESIGN_PR, "PR");
     if (flags & ~PGMIO_DESIGN_ALL)
-        text += (text.empty() ? "" : ",") + pgmio_hex_number(flags & ~PGMIO_DESIGN_ALL);
+    {
+        if (!text.empty())
+            text += ',';
+        text += pgmio_hex_number(flags & ~PGMIO_DESIGN_ALL);
+    }
     return text.empty() ? "none" : text;
 }
 
@@ -70,7 +78,7 @@ bool PGMIO_RBF::validate(const PGMIO_CONFIG_DATA& data, std::string& error)
         const int rank = payload_rank(section.tag);
         if (rank < 0)
         {
-            error = "'" + pgmio_tag_text(section.tag) + "' is not a configuration data section";
+            error = "section '" + pgmio_tag_text(section.tag) + "' is not a configuration data section";
             return false;
         }
         if (rank <= last_rank)
