@@ -33,6 +33,12 @@ void put_le(PGMIO_BYTES& out, uint64_t value, int bytes)
         out.push_back(uint8_t(value >> (8 * i)));
 }
 
+void store_le(uint8_t* p, uint64_t value, int bytes)
+{
+    for (int i = 0; i < bytes; ++i)
+        p[i] = uint8_t(value >> (8 * i));
+}
+
 uint64_t align8(uint64_t value)
 {
     return (value + 7) & ~uint64_t(7);
@@ -436,29 +442,27 @@ bool PGMIO_CONTAINER_BUILDER::finish(PGMIO_BYTES& image, std::string& error) con
                 std::to_string(PGMIO_MAX_FILE_SIZE);
         return false;
     }
-    image.clear();
-    image.reserve(size_t(total));
-    image.insert(image.end(), k_magic, k_magic + 4);
-    put_le(image, m_kind, 4);
-    put_le(image, PGMIO_CONTAINER_VERSION, 2);
-    put_le(image, PGMIO_CONTAINER_HEADER_SIZE, 2);
-    put_le(image, m_sections.size(), 4);
-    put_le(image, total, 8);
-    put_le(image, 0, 8);
+    // Laid out in place: zero-filled, so padding and reserved fields need no writing.
+    image.assign(size_t(total), 0);
+    uint8_t* out = image.data();
+    std::memcpy(out, k_magic, sizeof k_magic);
+    store_le(out + 4, m_kind, 4);
+    store_le(out + 8, PGMIO_CONTAINER_VERSION, 2);
+    store_le(out + 10, PGMIO_CONTAINER_HEADER_SIZE, 2);
+    store_le(out + 12, m_sections.size(), 4);
+    store_le(out + 16, total, 8);
     for (size_t i = 0; i < m_sections.size(); ++i)
     {
-        put_le(image, m_sections[i].tag, 4);
-        put_le(image, pgmio_crc32(m_sections[i].data), 4);
-        put_le(image, offsets[i], 8);
-        put_le(image, m_sections[i].data.size(), 8);
+        uint8_t* entry = out + PGMIO_CONTAINER_HEADER_SIZE + i * PGMIO_CONTAINER_ENTRY_SIZE;
+        const std::span<const uint8_t> data = m_sections[i].data;
+        store_le(entry, m_sections[i].tag, 4);
+        store_le(entry + 4, pgmio_crc32(data), 4);
+        store_le(entry + 8, offsets[i], 8);
+        store_le(entry + 16, data.size(), 8);
+        if (!data.empty())
+            std::memcpy(out + offsets[i], data.data(), data.size());
     }
-    for (size_t i = 0; i < m_sections.size(); ++i)
-    {
-        image.resize(size_t(offsets[i]), 0);
-        image.insert(image.end(), m_sections[i].data.begin(), m_sections[i].data.end());
-    }
-    image.resize(size_t(data_end), 0);
-    put_le(image, pgmio_crc32(image), 4);
+    store_le(out + data_end, pgmio_crc32(std::span<const uint8_t>(out, size_t(data_end))), 4);
     return true;
 }
 
