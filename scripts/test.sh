@@ -1,9 +1,19 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# The test command: installs what it needs, builds with warnings as errors, runs every test.
+# The test command: installs what it needs, builds with warnings as errors and runs every test, then
+# runs the tests again in a build with AddressSanitizer, LeakSanitizer and UndefinedBehaviorSanitizer.
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 build="${CORVANE_BUILD_DIR:-$root/build}"
+jobs="$(nproc)"
 
 "$root/scripts/build.sh" -DCORVANE_BUILD_TESTS=ON -DCORVANE_WERROR=ON
-ctest --test-dir "$build" --output-on-failure -j "$(nproc)"
+ctest --test-dir "$build" --output-on-failure -j "$jobs"
+
+if [ "${CORVANE_SKIP_SANITIZERS:-0}" != "1" ]; then
+    CORVANE_BUILD_DIR="$build-sanitize" "$root/scripts/build.sh" -DCMAKE_BUILD_TYPE=Debug \
+        -DCORVANE_BUILD_TESTS=ON -DCORVANE_WERROR=ON -DCORVANE_SANITIZE=ON
+    # The install test builds an unsanitised consumer against the library; it ran above.
+    ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+        ctest --test-dir "$build-sanitize" --output-on-failure -j "$jobs" -E install_consumer
+fi

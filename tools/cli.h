@@ -41,8 +41,8 @@ bool cli_split_options(const CLI_ARGS& args, const std::vector<std::string_view>
 
 // ---- Modes -------------------------------------------------------------------------------------
 int cli_mode_setup(const CLI_ARGS& args);
-int cli_mode_list_devices(const CLI_ARGS& args);
-int cli_mode_list_flash_devices(const CLI_ARGS& args);
 int cli_mode_make_sof(const CLI_ARGS& args);
 int cli_mode_info(const CLI_ARGS& args);
+int cli_mode_list_devices(const CLI_ARGS& args);
+int cli_mode_list_flash_devices(const CLI_ARGS& args);
 // -- end of modes (add one declaration per mode above this line)

@@ -20,13 +20,6 @@ constexpr CLI_MODE k_modes[] = {
      "Reads each setup document, validates it against the schema and normalises it. With --save the "
      "(single) document is written to OUT.zeb; the file is replaced only when it was written "
      "completely. --ini sets a configuration switch for this run (see docs/switches.md)."},
-    {"--list-devices", cli_mode_list_devices, "corvane --list-devices [--json]",
-     "Lists the FPGA devices of the device catalogue (docs/devices.md): family, device number, JTAG IDCODE, "
-     "configuration data size, configuration schemes and features. --json prints every field of the catalogue."},
-    {"--list-flash-devices", cli_mode_list_flash_devices, "corvane --list-flash-devices [--custom-db DIR] [--json]",
-     "Lists the flash devices of the flash-device database: size, sector and page size, legacy flag, silicon id, "
-     "address bytes and bus widths. --custom-db adds the user-defined flash devices of the *.json files in DIR; "
-     "a malformed file is reported with its name and the problem."},
     {"--make-sof", cli_mode_make_sof,
      "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--cvp] [--hps] [--pr] [--data RAW.bin] "
      "[--design NAME] OUT.sof",
@@ -37,6 +30,13 @@ constexpr CLI_MODE k_modes[] = {
      "Describes a programming file (SRAM object, configuration data, flash, mask, key, helper image, hex or "
      "chain description file): kind, device, sections with offsets, sizes and CRCs, flags, and whether every "
      "integrity check passes. Exit status 1 when a check fails."},
+    {"--list-devices", cli_mode_list_devices, "corvane --list-devices [--json]",
+     "Lists the FPGA devices of the device catalogue (docs/devices.md): family, device number, JTAG IDCODE, "
+     "configuration data size, configuration schemes and features. --json prints every field of the catalogue."},
+    {"--list-flash-devices", cli_mode_list_flash_devices, "corvane --list-flash-devices [--custom-db DIR] [--json]",
+     "Lists the flash devices of the flash-device database: size, sector and page size, legacy flag, silicon id, "
+     "address bytes and bus widths. --custom-db adds the user-defined flash devices of the *.json files in DIR; "
+     "a malformed file is reported with its name and the problem."},
     // -- end of modes (add one row per mode above this line)
     {"--help", mode_help, "corvane --help", "Prints this text."},
     {"--version", mode_version, "corvane --version", "Prints the version."},

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+// ZEB_UTIL: reading, writing, checking and generating setup documents (".zeb").
+//
+// All functions are static and keep no state between calls. User-visible outcomes are posted as
+// messages (pgm/zeb/platform/msg/msg.h) and reported by the boolean result; a broken precondition
+// throws MSG_INTERNAL_ERROR.
+#pragma once
+
+#include "pgm/zeb/platform/dev/dev_family.h"
+#include "pgm/zeb/platform/fio/fio.h"
+#include "pgm/zeb/platform/pgm_common_xml_zeb_auto_export.h"
+#include "pgm/zeb/platform/pgmio/pgmio_enums.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// Message numbers of the setup-document library.
+enum ZEB_MSG_ID : int
+{
+    EZEB_FILE_IO_ERROR = 19515,
+    EZEB_SETTINGS_CHECK_ERROR = 19516,
+    EZEB_CAN_NOT_GENERATE = 19856,
+    EZEB_INTEGRITY_CHECK_ERROR = 19857,
+    EZEB_OUTPUT_DIRECTORY_DOES_NOT_EXISTS = 20760,
+    EZEB_CORRUPTED_FILE_WITH_REASON = 20761,
+    EZEB_GENERIC_ERROR = 20809,
+    IZEB_ZEB_SUCCESSFULLY_SAVED = 20810,
+    WZEB_FILE_TYPE_DOES_NOT_SUPPORT_ZEB_SETUP_FILE = 20811,
+};
+
+// Reserved partition row: a partition that the system places itself (boot information, factory
+// image and update tables, options area, internal flash blocks). Fields in this order, nothing else.
+struct ZEB_UTIL_PARTITION_INFO
+{
+    std::string name;
+    std::string start_address; // "auto" or "0x%08X"
+    std::string end_address;   // "auto" or "0x%08X"
+    uint32_t fixed_size;       // bytes an automatically placed table takes (0x8000), else 0
+    uint32_t extra_space;      // room kept after the factory image (0x40000), else 0
+    bool reserved;             // placed by the system rather than by the user
+    bool in_partition_table;   // a flash partition, as opposed to the options area
+    bool locked;               // neither its range nor its content can be edited
+    bool assignable;           // takes a bitstream assignment (the factory image)
+    uint32_t image_index;      // internal configuration image held (1 for CFM1), else 0
+    bool shown;                // front ends list it
+    bool has_page;             // carries a configuration page of its own
+};
+
+class ZEB_UTIL
+{
+public:
+    // ---- Setup file reading and writing -------------------------------------------------------
+
+    // Reads and validates a setup file into a new document owned by the caller.
+    // False when the file is missing (EZEB_FILE_IO_ERROR) or invalid (EZEB_CORRUPTED_FILE_WITH_REASON);
+    // *object is then nullptr.
+    static bool parse(PGM_COMMON_XML_ZEB_ZEB** object, const std::string& zeb_file);
+
+    // Normalises a freshly read document: older secondary file type names read as the current
+    // ones, and a "FACTORY_IMAGE" partition ending at "auto" gets at least 0x40000 extra space.
+    // False when the extra space could not be set.
+    static bool parse_post_process(PGM_COMMON_XML_ZEB_ZEB* object);
+
+    // Writes the document to `zeb_file`, replacing it only when complete. Posts the warning
+    // WZEB_FILE_TYPE_DOES_NOT_SUPPORT_ZEB_SETUP_FILE and writes nothing (true) when the first output
+    // file is a command-line-only type and ZEB_ALWAYS_ALLOW_SAVE_FILE is off; false with
+    // EZEB_FILE_IO_ERROR when the file cannot be written; IZEB_ZEB_SUCCESSFULLY_SAVED on success.
+    static bool save(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& zeb_file);
+
+    // Full path of the schema "xsd/zeb.xsd" in the data directory.
+    static std::string get_xsd_file();
+
+    // True when the file exists; otherwise false and `message` says which file is missing.
+    static bool check_file_exist(const FIO_PATH& path, std::string& message);
+
+    // ---- Input prechecks and integrity (device world) ------------------------------------------
+    // (PGM_DEVICE: pgm/zeb/platform/dev/dev.h; PGMIO_PRECHECK_INFO: pgm/zeb/platform/pgmio/pgmio_precheck.h)
+
+    // True when an input file is usable: it exists and, for an object file (.sof, .pof, .jic, .msf,
+    // .pmsf) or, with `check_raw_binary`, a raw binary file (.rbf), it is intact and targets a
+    // catalogue device that supports it; other files pass. *device receives the targeted device
+    // (nullptr when the file names none); `info`, when given, the file's flags and the device's
+    // remote-update capability. On failure `message` holds the sentence for the user and `detail`
+    // the reason found (the same string may serve as both; the message wins).
+    static bool precheck_input_file(const FIO_PATH& path, const class PGM_DEVICE** device,
+                                    struct PGMIO_PRECHECK_INFO* info, std::string& message, std::string& detail,
+                                    bool check_raw_binary);
+    static bool precheck_input_file(const FIO_PATH& path, const class PGM_DEVICE** device, std::string& message,
+                                    std::string& detail, bool check_raw_binary);
+
+    // True when a written programming file passes the bitstream integrity check; otherwise false
+    // and EZEB_INTEGRITY_CHECK_ERROR is posted with the reason.
+    static bool check_integrity(const FIO_PATH& path);
+    // -- end of input prechecks
+
+    // ---- Validation ---------------------------------------------------------------------------
+    // -- end of validation
+
+    // ---- Reserved partitions and pages ---------------------------------------------------------
+
+    // The partitions the system places for a configuration scheme on a device (by number, or by
+    // family when the device is 0 or the generic device 867), in flash order. Never fails: an
+    // unknown device or a scheme without reserved partitions gives an empty list. A block-layout
+    // device with a block size of 0 is an internal error.
+    static std::vector<ZEB_UTIL_PARTITION_INFO> get_reserved_partitions(PGMIO_CONFIG_SCHEME scheme,
+                                                                        DEV_FAMILY_ENUM family,
+                                                                        DEV_DEVICE_ENUM device, bool multi_image,
+                                                                        FIO_FILE_TYPE input_file_type);
+
+    // True when the reserved partition `name` carries a page of its own; false for a name that is
+    // not reserved under these arguments.
+    static bool partition_has_page(const std::string& name, PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family,
+                                   DEV_DEVICE_ENUM device, bool multi_image, FIO_FILE_TYPE input_file_type);
+
+    // False when the reserved partition `name` is locked; true for a name that is not reserved.
+    static bool partition_is_editable(const std::string& name, PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family,
+                                      DEV_DEVICE_ENUM device, bool multi_image, FIO_FILE_TYPE input_file_type);
+
+    // The capability masks of the PCF record of `device`, or of the family's first device when
+    // `device` is 0 or 867. Leaves the outputs untouched when the family has no device. An invalid
+    // or generic family, an unknown device or a device without PCF record is an internal error.
+    static void get_family_pcf_info(DEV_FAMILY_ENUM family, DEV_DEVICE_ENUM device, uint32_t& prog_mode_mask,
+                                    uint32_t& virtual_prog_mode_mask, uint32_t& zeb_file_mask);
+    // -- end of reserved partitions
+
+    // ---- Generation ---------------------------------------------------------------------------
+    // -- end of generation
+};
