@@ -184,7 +184,7 @@ bool fill_element(PGM_COMMON_XML_ELEMENT* element, const xmlNode* node, const PG
         if (attribute.required() && !attribute.present())
         {
             error = line_prefix(node) + "element \"" + name + "\" misses the required attribute \"" +
-                    attribute.name() + "\"";
+                    std::string(attribute.name()) + "\"";
             return false;
         }
     }

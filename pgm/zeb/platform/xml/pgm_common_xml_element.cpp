@@ -112,14 +112,14 @@ bool PGM_COMMON_XML_ATTRIBUTE::set_text(std::string_view text, std::string& erro
     case PGM_COMMON_XML_VALUE_TYPE_BOOLEAN:
         if (!parse_boolean(text, *std::get<bool*>(m_member)))
         {
-            error = "attribute \"" + m_name + "\" must be \"true\" or \"false\", not \"" + std::string(text) + "\"";
+            error = "attribute \"" + std::string(m_name) + "\" must be \"true\" or \"false\", not \"" + std::string(text) + "\"";
             return false;
         }
         break;
     case PGM_COMMON_XML_VALUE_TYPE_INTEGER:
         if (!parse_unsigned(text, *std::get<uint32_t*>(m_member)))
         {
-            error = "attribute \"" + m_name + "\" must be a decimal number from 0 to 4294967295, not \"" +
+            error = "attribute \"" + std::string(m_name) + "\" must be a decimal number from 0 to 4294967295, not \"" +
                     std::string(text) + "\"";
             return false;
         }
@@ -130,7 +130,7 @@ bool PGM_COMMON_XML_ATTRIBUTE::set_text(std::string_view text, std::string& erro
     case PGM_COMMON_XML_VALUE_TYPE_ENUMERATION:
         if (!allows(text))
         {
-            error = "attribute \"" + m_name + "\" must be one of " + m_values + ", not \"" + std::string(text) + "\"";
+            error = "attribute \"" + std::string(m_name) + "\" must be one of " + std::string(m_values) + ", not \"" + std::string(text) + "\"";
             return false;
         }
         *std::get<PGM_COMMON_XML_ENUM*>(m_member) = pgm_common_xml_enum_value(text);
@@ -146,7 +146,7 @@ bool PGM_COMMON_XML_ATTRIBUTE::set_enum(PGM_COMMON_XML_ENUM value, std::string& 
 {
     if (m_type != PGM_COMMON_XML_VALUE_TYPE_ENUMERATION)
     {
-        error = "attribute \"" + m_name + "\" is not an enumeration";
+        error = "attribute \"" + std::string(m_name) + "\" is not an enumeration";
         return false;
     }
     return set_text(pgm_common_xml_enum_name(value), error);
@@ -160,7 +160,7 @@ bool PGM_COMMON_XML_ATTRIBUTE::set_number(uint32_t value, std::string& error)
         *std::get<bool*>(m_member) = value != 0;
     else
     {
-        error = "attribute \"" + m_name + "\" does not hold a number";
+        error = "attribute \"" + std::string(m_name) + "\" does not hold a number";
         return false;
     }
     m_present = true;
@@ -175,7 +175,7 @@ void PGM_COMMON_XML_ATTRIBUTE::reset()
     if (m_type == PGM_COMMON_XML_VALUE_TYPE_ENUMERATION)
         *std::get<PGM_COMMON_XML_ENUM*>(m_member) = pgm_common_xml_enum_value(m_default_text);
     else if (m_type == PGM_COMMON_XML_VALUE_TYPE_STRING)
-        *std::get<std::string*>(m_member) = m_default_text;
+        *std::get<std::string*>(m_member) = std::string(m_default_text);
     else if (!set_text(m_default_text, error))
         MSG_INTERNAL_ERROR_AT("default value of attribute does not fit its type", k_module, k_source);
     m_present = false;

@@ -34,12 +34,12 @@ public:
     PGM_COMMON_XML_ATTRIBUTE(const char* name, PGM_COMMON_XML_VALUE_TYPE type, bool required, const char* default_text,
                              const char* values, MEMBER member);
 
-    const std::string& name() const { return m_name; }
+    std::string_view name() const { return m_name; }
     PGM_COMMON_XML_VALUE_TYPE type() const { return m_type; }
     bool required() const { return m_required; }
-    const std::string& default_text() const { return m_default_text; }
+    std::string_view default_text() const { return m_default_text; }
     // The allowed names of an enumeration, "|"-separated; empty for other types.
-    const std::string& values() const { return m_values; }
+    std::string_view values() const { return m_values; }
     // True once the attribute was read from a file or written; only such attributes (and the
     // required ones) are written back.
     bool present() const { return m_present; }
@@ -57,11 +57,12 @@ public:
     bool allows(std::string_view name) const;
 
 private:
-    std::string m_name;
+    // Declarations name string literals: views keep building an element free of allocations.
+    std::string_view m_name;
     PGM_COMMON_XML_VALUE_TYPE m_type;
     bool m_required;
-    std::string m_default_text;
-    std::string m_values;
+    std::string_view m_default_text;
+    std::string_view m_values;
     MEMBER m_member;
     bool m_present = false;
 };
