@@ -6,10 +6,11 @@
 // throws MSG_INTERNAL_ERROR.
 #pragma once
 
-#include "pgm/zeb/platform/dev/dev_family.h"
+#include "pgm/zeb/platform/dev/dev.h"
 #include "pgm/zeb/platform/fio/fio.h"
 #include "pgm/zeb/platform/pgm_common_xml_zeb_auto_export.h"
 #include "pgm/zeb/platform/pgmio/pgmio_enums.h"
+#include "pgm/zeb/platform/pgmio/pgmio_precheck.h"
 
 #include <cstdint>
 #include <string>
@@ -75,7 +76,6 @@ public:
     static bool check_file_exist(const FIO_PATH& path, std::string& message);
 
     // ---- Input prechecks and integrity (device world) ------------------------------------------
-    // (PGM_DEVICE: pgm/zeb/platform/dev/dev.h; PGMIO_PRECHECK_INFO: pgm/zeb/platform/pgmio/pgmio_precheck.h)
 
     // True when an input file is usable: it exists and, for an object file (.sof, .pof, .jic, .msf,
     // .pmsf) or, with `check_raw_binary`, a raw binary file (.rbf), it is intact and targets a
@@ -83,10 +83,10 @@ public:
     // (nullptr when the file names none); `info`, when given, the file's flags and the device's
     // remote-update capability. On failure `message` holds the sentence for the user and `detail`
     // the reason found (the same string may serve as both; the message wins).
-    static bool precheck_input_file(const FIO_PATH& path, const class PGM_DEVICE** device,
-                                    struct PGMIO_PRECHECK_INFO* info, std::string& message, std::string& detail,
+    static bool precheck_input_file(const FIO_PATH& path, const PGM_DEVICE** device,
+                                    PGMIO_PRECHECK_INFO* info, std::string& message, std::string& detail,
                                     bool check_raw_binary);
-    static bool precheck_input_file(const FIO_PATH& path, const class PGM_DEVICE** device, std::string& message,
+    static bool precheck_input_file(const FIO_PATH& path, const PGM_DEVICE** device, std::string& message,
                                     std::string& detail, bool check_raw_binary);
 
     // True when a written programming file passes the bitstream integrity check; otherwise false
