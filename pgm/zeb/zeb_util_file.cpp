@@ -4,6 +4,7 @@
 
 #include "pgm/zeb/platform/ini/pgm_common_ini.h"
 #include "pgm/zeb/zeb_db_util.h"
+#include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_messages.h"
 
 #include <memory>
@@ -80,7 +81,11 @@ bool ZEB_UTIL::parse_post_process(PGM_COMMON_XML_ZEB_ZEB* object)
             // Only the first factory image partition of a device is looked at; "AUTO" in another
             // case is a fixed address text, not the keyword.
             if (partition->get_e_addr() == "auto" && partition->get_extra_space() < k_factory_image_min_extra_space &&
-                !partition->write_attribute_value("extra_space", k_factory_image_min_extra_space))
+                !ZEB_FILE_ASSISTANT::set(object, ZEB_CMD_OPT_FLASH_DEVICE,
+                                         {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, device->get_id()},
+                                          {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, partition->get_id()},
+                                          {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_EXTRA_SPACE,
+                                           std::to_string(k_factory_image_min_extra_space)}}))
                 return false;
             break;
         }

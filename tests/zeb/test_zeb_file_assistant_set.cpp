@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: Apache-2.0
+// ZEB_FILE_ASSISTANT setters: find-or-create by key, update in place, list order, unknown
+// parameters, and where each kind of parameter lands.
+#include "test_zeb_file_assistant_support.h"
+
+#include <vector>
+
+using namespace assistant_test;
+
+namespace
+{
+
+class ZebAssistantSet : public ::testing::Test
+{
+protected:
+    bool set(PGM_COMMON_XML_ZEB_CMD_OPT_ENUM opt, const PARAMS& list) { return ZFA::set(&document, opt, list); }
+
+    PGM_COMMON_XML_ZEB_ZEB document;
+    MSG_CAPTURE_SINK sink;
+};
+
+} // namespace
+
+TEST_F(ZebAssistantSet, RawFileIsFoundByItsExactIdAndUpdatedInPlace)
+{
+    ASSERT_TRUE(set(ZEB_CMD_OPT_RAW_FILE, {{ZEB_CMD_PARAM_RAW_FILE_ID, "r1"},
+                                           {ZEB_CMD_PARAM_RAW_FILE_RAW_FILE, "a.hex"},
+                                           {ZEB_CMD_PARAM_RAW_FILE_TYPE, "286"},
+                                           {ZEB_CMD_PARAM_RAW_FILE_BITSWAP, "on"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_RAW_FILE, {{ZEB_CMD_PARAM_RAW_FILE_ID, "r2"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_RAW_FILE, {{ZEB_CMD_PARAM_RAW_FILE_ID, "R1"}}));
+    ASSERT_TRUE(
+        set(ZEB_CMD_OPT_RAW_FILE, {{ZEB_CMD_PARAM_RAW_FILE_ID, "r1"}, {ZEB_CMD_PARAM_RAW_FILE_RAW_FILE, "b.hex"}}));
+    EXPECT_EQ(ZFA::get_raw_file_ids(&document), (std::vector<std::string>{"r1", "r2", "R1"}));
+    const PGM_COMMON_XML_ZEB_RAW_FILE* raw_file = ZFA::get_raw_file_element(&document, "r1");
+    EXPECT_EQ(raw_file->get_text(), "b.hex");
+    EXPECT_EQ(raw_file->get_type(), PGM_COMMON_XML_ENUM_HEX); // not in the second list: kept
+    EXPECT_TRUE(raw_file->get_bitswap());
+    EXPECT_TRUE(sink.debug_lines().empty());
+}
+
+TEST_F(ZebAssistantSet, RawFileAndSettingsReportForeignPairsButApplyTheRest)
+{
+    EXPECT_FALSE(set(ZEB_CMD_OPT_RAW_FILE, {{ZEB_CMD_PARAM_RAW_FILE_ID, "r"},
+                                            {ZEB_CMD_PARAM_SETTINGS_MODE, "343"},
+                                            {ZEB_CMD_PARAM_RAW_FILE_RAW_FILE, "data.rbf"}}));
+    EXPECT_EQ(ZFA::get_raw_file_element(&document, "r")->get_text(), "data.rbf");
+    EXPECT_FALSE(set(ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_MODE, "343"},
+                                            {ZEB_CMD_PARAM_RAW_FILE_ID, "r"},
+                                            {ZEB_CMD_PARAM_SETTINGS_CUSTOM_DB_DIR, "/db"}}));
+    EXPECT_EQ(sink.debug_lines(), (std::vector<std::string>{"Set raw file - unrecogized param enum 13",
+                                                            "Set settings - unrecognized param 4"}));
+    std::string directory;
+    PGMIO_CONFIG_SCHEME scheme = PGMIO_CONFIG_SCHEME_ILLEGAL;
+    ASSERT_TRUE(ZFA::get_custom_db_dir(&document, directory));
+    ASSERT_TRUE(ZFA::get_config_mode(&document, scheme));
+    EXPECT_EQ(directory, "/db");
+    EXPECT_EQ(scheme, PGMIO_CONFIG_SCHEME_AS_X4);
+
+    // The other setters pass over pairs of other kinds silently.
+    sink.clear();
+    EXPECT_TRUE(set(ZEB_CMD_OPT_BITSTREAM, {{ZEB_CMD_PARAM_BITSTREAM_ID, "b"}, {ZEB_CMD_PARAM_RAW_FILE_TYPE, "3"}}));
+    EXPECT_TRUE(set(ZEB_CMD_OPT_FLASH_LOADER,
+                    {{ZEB_CMD_PARAM_FLASH_LOADER_FLASH_LOADER, "X"}, {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "n"}}));
+    EXPECT_TRUE(sink.debug_lines().empty());
+}
+
+TEST_F(ZebAssistantSet, ValuesAnAttributeRefusesAreLoggedAndLeftOut)
+{
+    ASSERT_TRUE(set(ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_MODE, "343"}}));
+    // Hexadecimal reads as 0, which names no mode.
+    ASSERT_TRUE(set(ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_MODE, "0x157"}}));
+    EXPECT_EQ(document.get_settings_list().front()->get_mode(), PGM_COMMON_XML_ENUM_ASX4);
+    EXPECT_EQ(sink.debug_lines(),
+              std::vector<std::string>{"Value \"0x157\" does not fit attribute \"mode\" of settings"});
+}
+
+TEST_F(ZebAssistantSet, AssignmentKeepsBothReferencesAndIgnoresOrphanOptions)
+{
+    ASSERT_TRUE(set(ZEB_CMD_OPT_ASSIGNMENT, {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, "P1"},
+                                             {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID, "r"},
+                                             {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID_ADDR_MODE, "405"},
+                                             {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID_ADDR_OFFSET, "0x100"},
+                                             {ZEB_CMD_PARAM_ASSIGNMENT_PAGE, "2"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_ASSIGNMENT, {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, "P1"},
+                                             {ZEB_CMD_PARAM_ASSIGNMENT_BITSTREAM_ID_SECTION, "373"},
+                                             {ZEB_CMD_PARAM_ASSIGNMENT_BITSTREAM_ID, "b"},
+                                             {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID_ADDR_MODE, "406"}}));
+    ASSERT_EQ(ZFA::get_assignment_elements(&document).size(), 1u);
+    EXPECT_EQ(ZFA::get_assignment_element(&document, "P1")->get_page(), 2u);
+    const PGM_COMMON_XML_ZEB_RAW_FILE_ID* raw_file_id = ZFA::get_raw_file_id_element(&document, "P1");
+    const PGM_COMMON_XML_ZEB_BITSTREAM_ID* bitstream_id = ZFA::get_bitstream_id_element(&document, "P1");
+    ASSERT_TRUE(raw_file_id && bitstream_id);
+    EXPECT_EQ(raw_file_id->get_text(), "r");
+    EXPECT_EQ(raw_file_id->get_addr_mode(), PGM_COMMON_XML_ENUM_ABS); // no raw file id in the second list
+    EXPECT_EQ(raw_file_id->get_addr_offset(), "0x100");
+    EXPECT_EQ(bitstream_id->get_text(), "b");
+    EXPECT_EQ(bitstream_id->get_section(), PGM_COMMON_XML_ENUM_HPS);
+}
+
+TEST_F(ZebAssistantSet, OutputFileIsKeyedByTypeAndCollectsReferences)
+{
+    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, "350"}}));
+    PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file = ZFA::get_output_file_element(&document, ZEB_FILE_TYPE_JIC);
+    ASSERT_TRUE(output_file);
+    // Options are made even when the list names none.
+    ASSERT_TRUE(ZFA::get_file_options_element(output_file));
+    EXPECT_EQ(text_of(ZFA::get_file_options_element(output_file)), "<file_options/>");
+
+    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, "350"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "first"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, "out"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_FLASH_DEVICE_ID, "f1"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID_SECTION, "373"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_S_ADDR, "0x10"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_OPERATION, "384"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, "350"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "second"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_FLASH_DEVICE_ID, "f2"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_FLASH_DEVICE_ID, "f1"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "b"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID_SECTION, "373"}}));
+    ASSERT_EQ(ZFA::get_output_file_elements(&document).size(), 1u);
+    EXPECT_EQ(output_file->get_name(), "second");
+    EXPECT_EQ(output_file->get_directory(), "out");
+    ASSERT_EQ(output_file->get_flash_device_id_list().size(), 1u); // the last id, already present
+    ASSERT_EQ(output_file->get_bitstream_id_list().size(), 1u);    // the section alone made none
+    EXPECT_EQ(ZFA::get_bitstream_id_element(output_file, "b")->get_section(), PGM_COMMON_XML_ENUM_HPS);
+    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE,
+                    {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, "350"}, {ZEB_CMD_PARAM_OUTPUT_FILE_FLASH_DEVICE_ID, "f2"}}));
+    EXPECT_EQ(output_file->get_flash_device_id_list().size(), 2u);
+    const PGM_COMMON_XML_ZEB_FILE_OPTIONS* options = ZFA::get_file_options_element(output_file);
+    EXPECT_EQ(options->get_s_addr(), "0x10");
+    EXPECT_EQ(options->get_operation(), PGM_COMMON_XML_ENUM_PB);
+    EXPECT_EQ(ZFA::get_output_file_element(&document, ZEB_FILE_TYPE_POF), nullptr);
+}
+
+TEST_F(ZebAssistantSet, SecondaryFileIsKeyedByTypeWithOptionsOfItsOwn)
+{
+    const PARAMS secondary = {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, "350"},
+                              {ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_TYPE, "360"},
+                              {ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_NAME, "m1"},
+                              {ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_FILE_OPTIONS_VOLTAGE, "378"}};
+    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, secondary));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, "350"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_TYPE, "360"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_NAME, "m2"},
+                                              {ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_VOLTAGE, "377"}}));
+    PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file = ZFA::get_output_file_element(&document, ZEB_FILE_TYPE_JIC);
+    const auto secondaries = ZFA::get_secondary_file_elements(output_file);
+    ASSERT_EQ(secondaries.size(), 1u);
+    EXPECT_EQ(secondaries[0]->get_type(), PGM_COMMON_XML_ENUM_MAP);
+    EXPECT_EQ(secondaries[0]->get_name(), "m2");
+    EXPECT_EQ(ZFA::get_file_options_element(secondaries[0])->get_voltage(), PGM_COMMON_XML_ENUM_1_8V);
+    EXPECT_EQ(ZFA::get_file_options_element(output_file)->get_voltage(), PGM_COMMON_XML_ENUM_1_5V);
+}
+
+TEST_F(ZebAssistantSet, FlashDeviceCarriesOnePartitionMbrAndMbrPartitionPerCall)
+{
+    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_DEVICE, {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "fd"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_TYPE, "VQ256A"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_CHIP_SELECT, "3"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_WATCHDOG_VALUE, "0x20"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, "P1"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_S_ADDR, "0x00010000"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_E_ADDR, "auto"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_SIZE, "4096"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_DEVICE, {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "fd"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, "P1"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_SIZE, "8192"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_DEVICE, {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "fd"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, "P2"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_ID, "m"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_TYPE, "GPT"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_PARTITION_ID, "P2"},
+                                               {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_PARTITION_SIZE, "16"}}));
+    // An MBR partition is only reached through its MBR.
+    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_DEVICE,
+                    {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "fd"}, {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_PARTITION_ID, "lost"}}));
+
+    const PGM_COMMON_XML_ZEB_FLASH_DEVICE* device = ZFA::get_flash_device_element(&document, "fd");
+    EXPECT_EQ(device->get_type(), "VQ256A");
+    EXPECT_EQ(device->get_chip_select(), 3u);
+    EXPECT_EQ(device->get_watchdog_value(), "0x20");
+    ASSERT_EQ(ZFA::get_partition_elements(&document, "fd").size(), 2u);
+    const PGM_COMMON_XML_ZEB_PARTITION* partition = ZFA::get_partition_element(&document, "fd", "P1");
+    EXPECT_EQ(partition->get_size(), 8192u);
+    EXPECT_EQ(partition->get_s_addr(), "0x00010000");
+    EXPECT_EQ(partition->get_e_addr(), "auto");
+    const auto mbr_partitions = ZFA::get_mbr_partition_elements(&document, "fd", "m");
+    ASSERT_EQ(mbr_partitions.size(), 1u);
+    EXPECT_EQ(mbr_partitions[0]->get_size(), 16u);
+    EXPECT_EQ(ZFA::get_partition_element(&document, "fd", "P2")->get_size(), 0u);
+    EXPECT_EQ(ZFA::get_mbr_elements(&document, "fd")[0]->get_type(), "GPT");
+}
+
+TEST_F(ZebAssistantSet, FlashLoaderIsReplacedNotAdded)
+{
+    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_LOADER, {{ZEB_CMD_PARAM_FLASH_LOADER_FLASH_LOADER, "7TR440PA3R1"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_LOADER, {{ZEB_CMD_PARAM_FLASH_LOADER_FLASH_LOADER, "9RX027R1B"}}));
+    const auto loaders = ZFA::get_flash_loader_elements(&document);
+    ASSERT_EQ(loaders.size(), 1u);
+    EXPECT_EQ(loaders[0]->get_text(), "9RX027R1B");
+}
+
+TEST_F(ZebAssistantSet, BitstreamOptionsLiveOnEachPath)
+{
+    ASSERT_TRUE(set(ZEB_CMD_OPT_BITSTREAM, {{ZEB_CMD_PARAM_BITSTREAM_ID, "b"},
+                                            {ZEB_CMD_PARAM_BITSTREAM_PATH_COMPRESSION, "on"},
+                                            {ZEB_CMD_PARAM_BITSTREAM_PATH_KEY1, "k"}}));
+    EXPECT_EQ(ZFA::get_bitstream_ids(&document), std::vector<std::string>{"b"});
+    EXPECT_TRUE(ZFA::get_path_elements(&document).empty()); // no path, so no option either
+
+    ASSERT_TRUE(set(ZEB_CMD_OPT_BITSTREAM, {{ZEB_CMD_PARAM_BITSTREAM_ID, "b"},
+                                            {ZEB_CMD_PARAM_BITSTREAM_PATH, "one.sof"},
+                                            {ZEB_CMD_PARAM_BITSTREAM_PATH_COMPRESSION, "on"},
+                                            {ZEB_CMD_PARAM_BITSTREAM_PATH_SECURITY_OPT_NO_JTAG, "106"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_BITSTREAM, {{ZEB_CMD_PARAM_BITSTREAM_ID, "b"},
+                                            {ZEB_CMD_PARAM_BITSTREAM_PATH, "two.sof"},
+                                            {ZEB_CMD_PARAM_BITSTREAM_PATH_COMPRESSION, "On"},
+                                            {ZEB_CMD_PARAM_BITSTREAM_PATH_SECURITY_OPT_NO_JTAG, "2"}}));
+    ASSERT_EQ(ZFA::get_path_elements(&document, "b").size(), 2u);
+    const PGM_COMMON_XML_ZEB_PATH* one = ZFA::get_path_element(&document, "b", "one.sof");
+    const PGM_COMMON_XML_ZEB_PATH* two = ZFA::get_path_element(&document, "b", "two.sof");
+    EXPECT_TRUE(one->get_compression());
+    EXPECT_FALSE(two->get_compression());
+    EXPECT_EQ(one->get_security_opt_no_jtag(), PGM_COMMON_XML_ENUM_2);
+    // The enumeration value 2 is no name of the list: the option keeps its default.
+    EXPECT_EQ(two->get_security_opt_no_jtag(), PGM_COMMON_XML_ENUM_0);
+    EXPECT_EQ(one->get_key1(), "");
+}

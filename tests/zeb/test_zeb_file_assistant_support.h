@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+// Shared by the document assistant's tests: short names, the internal-error catcher and the
+// document's saved text.
+#pragma once
+
+#include "pgm/zeb/platform/msg/msg.h"
+#include "pgm/zeb/platform/xml/pgm_common_xml.h"
+#include "pgm/zeb/zeb_file_assistant.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+namespace assistant_test
+{
+
+using ZFA = ZEB_FILE_ASSISTANT;
+using PARAMS = ZEB_FILE_ASSISTANT::PARAM_LIST;
+
+// The condition text of the internal error that `call` raises, after checking that the assistant
+// raised it; "" and a test failure when `call` returns normally.
+template <class CALL> std::string internal_error_of(CALL call)
+{
+    try
+    {
+        call();
+    }
+    catch (const MSG_INTERNAL_ERROR& error)
+    {
+        EXPECT_EQ(error.module(), "ZEB_COMMON");
+        EXPECT_EQ(error.source(), "zeb_file_assistant");
+        return error.what();
+    }
+    ADD_FAILURE() << "no internal error";
+    return "";
+}
+
+// An element and its subtree as the setup file writer writes them.
+inline std::string text_of(const PGM_COMMON_XML_ELEMENT* element)
+{
+    std::ostringstream out;
+    PGM_COMMON_XML::write_xml_element(out, element);
+    return out.str();
+}
+
+} // namespace assistant_test
