@@ -2,6 +2,8 @@
 // Helpers shared by the test programs: scratch directories and whole-file reads and writes.
 #pragma once
 
+#include "pgm/zeb/platform/msg/msg.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -58,6 +60,24 @@ inline std::string read_file(const std::string& path)
 inline std::string source_file(const std::string& relative)
 {
     return std::string(CORVANE_TEST_SOURCE_DIR) + "/" + relative;
+}
+
+// The condition text of the internal error that `call` raises, after checking that it carries the
+// module tag "ZEB_COMMON" and `source`; "" and a test failure when `call` returns normally.
+template <class CALL> std::string internal_error_of(CALL call, const std::string& source)
+{
+    try
+    {
+        call();
+    }
+    catch (const MSG_INTERNAL_ERROR& error)
+    {
+        EXPECT_EQ(error.module(), "ZEB_COMMON");
+        EXPECT_EQ(error.source(), source);
+        return error.what();
+    }
+    ADD_FAILURE() << "no internal error";
+    return "";
 }
 
 } // namespace corvane_test

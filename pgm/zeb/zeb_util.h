@@ -113,6 +113,14 @@ public:
     static bool partition_has_page(const std::string& name, PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family,
                                    DEV_DEVICE_ENUM device, bool multi_image, FIO_FILE_TYPE input_file_type);
 
+    // The same for a document: its configuration mode, the family given, several images when the
+    // document has more than one bitstream on a family with remote update (25, 45), and the file
+    // type of the first bitstream's first input. A document without settings, or a first bitstream
+    // without input, is an internal error.
+    static std::vector<ZEB_UTIL_PARTITION_INFO> get_reserved_partitions(PGM_COMMON_XML_ZEB_ZEB* object,
+                                                                        DEV_FAMILY_ENUM family);
+    static bool partition_has_page(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& name, DEV_FAMILY_ENUM family);
+
     // False when the reserved partition `name` is locked; true for a name that is not reserved.
     static bool partition_is_editable(const std::string& name, PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family,
                                       DEV_DEVICE_ENUM device, bool multi_image, FIO_FILE_TYPE input_file_type);
@@ -122,6 +130,10 @@ public:
     // or generic family, an unknown device or a device without PCF record is an internal error.
     static void get_family_pcf_info(DEV_FAMILY_ENUM family, DEV_DEVICE_ENUM device, uint32_t& prog_mode_mask,
                                     uint32_t& virtual_prog_mode_mask, uint32_t& zeb_file_mask);
+
+    // The family of the device that the document's first input file targets; DEV_FAMILY_GENERIC
+    // when the document has no input file or the first one does not pass its precheck.
+    static DEV_FAMILY_ENUM get_family(PGM_COMMON_XML_ZEB_ZEB* object);
     // -- end of reserved partitions
 
     // ---- Generation ---------------------------------------------------------------------------

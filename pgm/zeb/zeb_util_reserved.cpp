@@ -4,6 +4,7 @@
 
 #include "pgm/zeb/platform/dev/dev.h"
 #include "pgm/zeb/platform/msg/msg.h"
+#include "pgm/zeb/zeb_file_assistant.h"
 
 #include <cstdio>
 
@@ -181,4 +182,51 @@ void ZEB_UTIL::get_family_pcf_info(DEV_FAMILY_ENUM family, DEV_DEVICE_ENUM devic
     msg_local_vdebug(k_module, 2,
                      "Get pcf = %s, prog_mode_mask = 0x%08x, virtual_prog_mode_mask = 0x%08x, zeb_file_mask = 0x%08x",
                      pcf_name.c_str(), prog_mode_mask, virtual_prog_mode_mask, zeb_file_mask);
+}
+
+std::vector<ZEB_UTIL_PARTITION_INFO> ZEB_UTIL::get_reserved_partitions(PGM_COMMON_XML_ZEB_ZEB* object,
+                                                                       DEV_FAMILY_ENUM family)
+{
+    PGMIO_CONFIG_SCHEME scheme = PGMIO_CONFIG_SCHEME_ILLEGAL;
+    const bool status = ZEB_FILE_ASSISTANT::get_config_mode(object, scheme);
+    MSG_ASSERT_AT(status, k_module, k_source);
+
+    // Several images share one flash only on the families with remote system update.
+    const std::vector<PGM_COMMON_XML_ZEB_BITSTREAM*> bitstreams = ZEB_FILE_ASSISTANT::get_bitstream_elements(object);
+    const bool multi_image =
+        bitstreams.size() > 1 && (family == DEV_FAMILY_ZIZIRA || family == DEV_FAMILY_RERATI);
+
+    FIO_FILE_TYPE input_file_type = FIO_FILE_TYPE_UNKNOWN;
+    if (!bitstreams.empty())
+    {
+        const std::vector<PGM_COMMON_XML_ZEB_PATH*>& path_elements = bitstreams.front()->get_path_list();
+        MSG_ASSERT_AT(!path_elements.empty(), k_module, k_source);
+        input_file_type = fio_get_file_type(FIO_PATH(path_elements.front()->get_text()).get_extension_type());
+    }
+    return get_reserved_partitions(scheme, family, static_cast<DEV_DEVICE_ENUM>(0), multi_image, input_file_type);
+}
+
+bool ZEB_UTIL::partition_has_page(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& name, DEV_FAMILY_ENUM family)
+{
+    const auto rows = get_reserved_partitions(object, family);
+    const ZEB_UTIL_PARTITION_INFO* row = find_row(rows, name);
+    return row && row->has_page;
+}
+
+DEV_FAMILY_ENUM ZEB_UTIL::get_family(PGM_COMMON_XML_ZEB_ZEB* object)
+{
+    MSG_ASSERT_AT(object, k_module, k_source);
+    DEV_FAMILY_ENUM family = DEV_FAMILY_GENERIC;
+    const std::vector<FIO_PATH> paths = ZEB_FILE_ASSISTANT::get_input_file_path(object);
+    if (paths.empty())
+        return family;
+    // A failed precheck leaves the generic family; its messages are not the caller's concern.
+    const PGM_DEVICE* device = nullptr;
+    std::string message;
+    if (precheck_input_file(paths.front(), &device, message, message, true))
+    {
+        MSG_ASSERT_AT(device, k_module, k_source);
+        family = device->get_family();
+    }
+    return family;
 }

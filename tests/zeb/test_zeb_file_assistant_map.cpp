@@ -4,6 +4,8 @@
 #include "pgm/zeb/platform/msg/msg.h"
 #include "pgm/zeb/zeb_file_assistant.h"
 
+#include "test_support.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -11,26 +13,10 @@
 namespace
 {
 
-// Runs `call` and returns the internal error it raised; fails the test when it returns normally.
-template <typename CALL> MSG_INTERNAL_ERROR internal_error_of(CALL call)
+// Checks that `call` raises the assistant's internal error `text`.
+template <typename CALL> void expect_assistant_error(CALL call, const std::string& text)
 {
-    try
-    {
-        call();
-    }
-    catch (const MSG_INTERNAL_ERROR& error)
-    {
-        return error;
-    }
-    ADD_FAILURE() << "no internal error";
-    return MSG_INTERNAL_ERROR("", "", "", 0);
-}
-
-void expect_assistant_error(const MSG_INTERNAL_ERROR& error, const std::string& text)
-{
-    EXPECT_NE(std::string(error.what()).find(text), std::string::npos) << error.what();
-    EXPECT_EQ(error.module(), "ZEB_COMMON");
-    EXPECT_NE(error.source().find("zeb_file_assistant"), std::string::npos) << error.source();
+    EXPECT_EQ(corvane_test::internal_error_of(call, "zeb_file_assistant"), text);
 }
 
 PGM_COMMON_XML_ENUM xml(uint32_t value)
@@ -61,7 +47,7 @@ TEST(ZebFileAssistantMap, ConfigModeAgreesWithTheSchemeTable)
 TEST(ZebFileAssistantMap, ConfigModeRefusesOtherValues)
 {
     for (uint32_t value : {339u, 348u, 35u, 0xFFFFFFFFu})
-        expect_assistant_error(internal_error_of([value] { ZEB_FILE_ASSISTANT::map_enum_to_config_mode(xml(value)); }),
+        expect_assistant_error([value] { ZEB_FILE_ASSISTANT::map_enum_to_config_mode(xml(value)); },
                                "Fail to map xml enum to config mode");
 }
 
@@ -71,7 +57,7 @@ TEST(ZebFileAssistantMap, OperationMaskCombinesProgramAndBlankCheck)
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(PGM_COMMON_XML_ENUM_V), 0x2u);
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(PGM_COMMON_XML_ENUM_PB), 0x5u);
     for (uint32_t value : {0u, 381u, 385u})
-        expect_assistant_error(internal_error_of([value] { ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(xml(value)); }),
+        expect_assistant_error([value] { ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(xml(value)); },
                                "Fail to map xml enum to pgm operation mask");
 }
 
@@ -80,16 +66,14 @@ TEST(ZebFileAssistantMap, SecurityLevelsAndVoltagesFollowTheirValueRuns)
     for (uint32_t level = 0; level < 4; ++level)
         EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_security_level(xml(PGM_COMMON_XML_ENUM_0 + level)), level);
     for (uint32_t value : {0u, 103u, 108u})
-        expect_assistant_error(
-            internal_error_of([value] { ZEB_FILE_ASSISTANT::map_enum_to_security_level(xml(value)); }),
+        expect_assistant_error([value] { ZEB_FILE_ASSISTANT::map_enum_to_security_level(xml(value)); },
             "Fail to map xml enum to security level");
 
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(PGM_COMMON_XML_ENUM_1_5V), SVFE_PROG_VOLTAGE_1_5V);
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(PGM_COMMON_XML_ENUM_3_3V), SVFE_PROG_VOLTAGE_3_3V);
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(PGM_COMMON_XML_ENUM_5_0V), SVFE_PROG_VOLTAGE_5_0V);
     for (uint32_t value : {0u, 376u, 382u})
-        expect_assistant_error(
-            internal_error_of([value] { ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(xml(value)); }),
+        expect_assistant_error([value] { ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(xml(value)); },
             "Fail to map xml enum to svfe voltage type");
 }
 

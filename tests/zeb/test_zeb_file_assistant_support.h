@@ -6,6 +6,7 @@
 #include "pgm/zeb/platform/msg/msg.h"
 #include "pgm/zeb/platform/xml/pgm_common_xml.h"
 #include "pgm/zeb/zeb_file_assistant.h"
+#include "test_support.h"
 
 #include <gtest/gtest.h>
 
@@ -22,18 +23,7 @@ using PARAMS = ZEB_FILE_ASSISTANT::PARAM_LIST;
 // raised it; "" and a test failure when `call` returns normally.
 template <class CALL> std::string internal_error_of(CALL call)
 {
-    try
-    {
-        call();
-    }
-    catch (const MSG_INTERNAL_ERROR& error)
-    {
-        EXPECT_EQ(error.module(), "ZEB_COMMON");
-        EXPECT_EQ(error.source(), "zeb_file_assistant");
-        return error.what();
-    }
-    ADD_FAILURE() << "no internal error";
-    return "";
+    return corvane_test::internal_error_of(call, "zeb_file_assistant");
 }
 
 // An element and its subtree as the setup file writer writes them.

@@ -138,19 +138,7 @@ TEST_F(ZebUtilFile, HugeAttributeIsRefusedWithoutExhaustingMemory)
 
 TEST_F(ZebUtilFile, BrokenPreconditionsAreInternalErrors)
 {
-    auto condition_of = [](auto&& call) -> std::string {
-        try
-        {
-            call();
-        }
-        catch (const MSG_INTERNAL_ERROR& e)
-        {
-            EXPECT_EQ(e.module(), "ZEB_COMMON");
-            EXPECT_EQ(e.source(), "pgm/zeb/zeb_util");
-            return e.what();
-        }
-        return "(no internal error)";
-    };
+    auto condition_of = [](auto&& call) { return corvane_test::internal_error_of(call, "pgm/zeb/zeb_util"); };
     PGM_COMMON_XML_ZEB_ZEB* raw = nullptr;
     EXPECT_EQ(condition_of([&] { ZEB_UTIL::parse(nullptr, "x.zeb"); }), "object");
     EXPECT_EQ(condition_of([&] { ZEB_UTIL::parse(&raw, ""); }), "zeb_file.length() > 0");

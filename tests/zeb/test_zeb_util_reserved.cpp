@@ -2,7 +2,11 @@
 // Reserved partitions and pages, and the PCF capability masks of a family.
 #include "pgm/zeb/platform/dev/dev.h"
 #include "pgm/zeb/platform/msg/msg.h"
+#include "pgm/zeb/platform/bitasm/bitasm.h"
+#include "pgm/zeb/platform/pgmio/pgmio.h"
+#include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_util.h"
+#include "test_support.h"
 
 #include <gtest/gtest.h>
 
@@ -39,20 +43,10 @@ ROWS reserved(PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family = DEV_FAMILY_IN
     return ZEB_UTIL::get_reserved_partitions(scheme, family, device, multi_image, type);
 }
 
-// The condition text of the internal error that `call` raises; "" when it raises none.
+// The condition text of the internal error that ZEB_UTIL raises in `call`.
 template <typename CALL> std::string internal_error_of(CALL call)
 {
-    try
-    {
-        call();
-    }
-    catch (const MSG_INTERNAL_ERROR& e)
-    {
-        EXPECT_EQ(e.module(), "ZEB_COMMON");
-        EXPECT_EQ(e.source(), "pgm/zeb/zeb_util");
-        return e.what();
-    }
-    return "";
+    return corvane_test::internal_error_of(call, "pgm/zeb/zeb_util");
 }
 
 } // namespace
@@ -225,4 +219,105 @@ TEST(ZebReserved, FamilyPcfInfo)
                                                     files);
                   }),
               "device_ptr != NULL");
+}
+
+namespace
+{
+
+using corvane_test::SCRATCH_DIR;
+using DOCUMENT = std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB>;
+
+// A document in mode `mode` with one bitstream per input path given.
+DOCUMENT document_with_inputs(const char* mode, const std::vector<std::string>& inputs)
+{
+    DOCUMENT document(new PGM_COMMON_XML_ZEB_ZEB);
+    if (mode)
+    {
+        EXPECT_TRUE(ZEB_FILE_ASSISTANT::set(document.get(), ZEB_CMD_OPT_SETTINGS,
+                                            {{ZEB_CMD_PARAM_SETTINGS_MODE, mode}}));
+    }
+    for (size_t i = 0; i < inputs.size(); ++i)
+        EXPECT_TRUE(ZEB_FILE_ASSISTANT::set(document.get(), ZEB_CMD_OPT_BITSTREAM,
+                                            {{ZEB_CMD_PARAM_BITSTREAM_ID, "Bitstream_" + std::to_string(i + 1)},
+                                             {ZEB_CMD_PARAM_BITSTREAM_PATH, inputs[i]}}));
+    return document;
+}
+
+std::vector<std::string> names_of(const std::vector<ZEB_UTIL_PARTITION_INFO>& rows)
+{
+    std::vector<std::string> names;
+    for (const ZEB_UTIL_PARTITION_INFO& row : rows)
+        names.push_back(row.name);
+    return names;
+}
+
+} // namespace
+
+TEST(ZebReservedDocument, ModeBitstreamCountAndInputTypeComeFromTheDocument)
+{
+    const std::string asx4 = std::to_string(PGM_COMMON_XML_ENUM_ASX4);
+    // One image: boot information only; two images on a remote-update family: the update layout.
+    DOCUMENT single = document_with_inputs(asx4.c_str(), {"a.sof"});
+    EXPECT_EQ(names_of(ZEB_UTIL::get_reserved_partitions(single.get(), DEV_FAMILY_RERATI)),
+              (std::vector<std::string>{"BOOT_INFO"}));
+    DOCUMENT two = document_with_inputs(asx4.c_str(), {"a.sof", "b.sof"});
+    EXPECT_EQ(names_of(ZEB_UTIL::get_reserved_partitions(two.get(), DEV_FAMILY_RERATI)),
+              (std::vector<std::string>{"BOOT_INFO", "FACTORY_IMAGE", "SPT0", "SPT1", "CPB0", "CPB1"}));
+    EXPECT_TRUE(ZEB_UTIL::partition_has_page(two.get(), "FACTORY_IMAGE", DEV_FAMILY_RERATI));
+    EXPECT_FALSE(ZEB_UTIL::partition_has_page(two.get(), "SPT0", DEV_FAMILY_RERATI));
+    EXPECT_FALSE(ZEB_UTIL::partition_has_page(single.get(), "FACTORY_IMAGE", DEV_FAMILY_RERATI));
+    // Several bitstreams on a family without remote update stay a single image.
+    EXPECT_TRUE(ZEB_UTIL::get_reserved_partitions(two.get(), DEV_FAMILY_ZUVOKO).empty());
+
+    // The first input's file type decides whether the boot information is shown.
+    DOCUMENT raw_binary = document_with_inputs(asx4.c_str(), {"a.rbf", "b.sof"});
+    EXPECT_TRUE(ZEB_UTIL::get_reserved_partitions(raw_binary.get(), DEV_FAMILY_ZIZIRA)[0].shown);
+    EXPECT_FALSE(ZEB_UTIL::get_reserved_partitions(two.get(), DEV_FAMILY_ZIZIRA)[0].shown);
+
+    // Without bitstreams the passive schemes still have their options area.
+    DOCUMENT passive = document_with_inputs(std::to_string(PGM_COMMON_XML_ENUM_PS).c_str(), {});
+    EXPECT_EQ(names_of(ZEB_UTIL::get_reserved_partitions(passive.get(), DEV_FAMILY_ZIZIRA)),
+              (std::vector<std::string>{"OPTIONS"}));
+}
+
+TEST(ZebReservedDocument, MissingModeOrInputIsAnInternalError)
+{
+    DOCUMENT no_mode = document_with_inputs(nullptr, {"a.sof"});
+    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::get_reserved_partitions(no_mode.get(), DEV_FAMILY_ZIZIRA); }),
+              "status");
+    DOCUMENT no_path(new PGM_COMMON_XML_ZEB_ZEB);
+    ASSERT_TRUE(ZEB_FILE_ASSISTANT::set(no_path.get(), ZEB_CMD_OPT_SETTINGS,
+                                        {{ZEB_CMD_PARAM_SETTINGS_MODE, std::to_string(PGM_COMMON_XML_ENUM_ASX4)}}));
+    auto* bitstreams = new PGM_COMMON_XML_ZEB_BITSTREAMS;
+    ASSERT_TRUE(PGM_COMMON_XML_ELEMENT::add_child(no_path.get(), bitstreams));
+    auto* bitstream = new PGM_COMMON_XML_ZEB_BITSTREAM;
+    ASSERT_TRUE(PGM_COMMON_XML_ELEMENT::add_child(bitstreams, bitstream));
+    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::get_reserved_partitions(no_path.get(), DEV_FAMILY_ZIZIRA); }),
+              "!path_elements.empty()");
+    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::get_family(nullptr); }), "object");
+}
+
+TEST(ZebReservedDocument, FamilyOfTheFirstInputFile)
+{
+    SCRATCH_DIR dir;
+    const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device("9RX027R1B");
+    ASSERT_NE(device, nullptr);
+    PGMIO_SOF_IMAGE sof;
+    std::string error;
+    BITASM_OPTIONS options;
+    options.design_name = "family_probe";
+    options.size = 4096;
+    ASSERT_TRUE(BITASM_MGR::assemble_sof(*device, options, sof, error)) << error;
+    ASSERT_TRUE(PGMIO_SOF::write(dir.file("design.sof"), sof, error)) << error;
+    corvane_test::write_file(dir.file("broken.sof"), "not an object file");
+
+    const std::string mode = std::to_string(PGM_COMMON_XML_ENUM_ASX4);
+    EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs(mode.c_str(), {dir.file("design.sof")}).get()),
+              DEV_FAMILY_RERATI);
+    // No input, or a first input that does not pass its precheck: the generic family.
+    EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs(mode.c_str(), {}).get()), DEV_FAMILY_GENERIC);
+    EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs(mode.c_str(), {dir.file("broken.sof"), dir.file("design.sof")}).get()),
+              DEV_FAMILY_GENERIC);
+    EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs(mode.c_str(), {dir.file("absent.sof")}).get()),
+              DEV_FAMILY_GENERIC);
 }
