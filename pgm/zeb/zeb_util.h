@@ -95,6 +95,68 @@ public:
     // -- end of input prechecks
 
     // ---- Validation ---------------------------------------------------------------------------
+    // Every check returns true when the checked part is valid; otherwise false with the first
+    // problem, one plain sentence, in `message` (callers return at once). Broken preconditions are
+    // internal errors.
+
+    // The whole document, rules in their fixed order. The two flags are cleared at entry; `error`
+    // is set for the missing output or input settings. With `report`, a failure is also posted as
+    // EZEB_SETTINGS_CHECK_ERROR.
+    static bool check(PGM_COMMON_XML_ZEB_ZEB* object, bool& flag1, bool& flag2, std::string& message, bool& error,
+                      bool report);
+    // The output files against the mode, the capability tables and each other, then each with its
+    // target.
+    static bool check_output_files(PGM_COMMON_XML_ZEB_ZEB* object, PGMIO_CONFIG_SCHEME config_mode, bool& flag1,
+                                   bool& flag2, std::string& message, bool& error);
+    // One output file's directory, name and target (flash device or bitstream reference).
+    static bool check_output_file_and_target(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file,
+                                             const std::vector<FIO_FILE_TYPE>& input_file_types,
+                                             const std::vector<DEV_FAMILY_ENUM>& config_device_families,
+                                             std::string& message, bool& error);
+    // The entries of `supported` that `to_be_checked` also holds, in the order of `supported`.
+    static std::vector<FIO_FILE_TYPE> check_and_merge_input_file_type(const std::vector<FIO_FILE_TYPE>& supported,
+                                                                      const std::vector<FIO_FILE_TYPE>& to_be_checked);
+    // The common families of two lists; an empty list restricts nothing.
+    static std::vector<DEV_FAMILY_ENUM> check_and_merge_config_device_family(const std::vector<DEV_FAMILY_ENUM>& a,
+                                                                             const std::vector<DEV_FAMILY_ENUM>& b);
+
+    // A referenced bitstream: its input file, family, type, signing and encryption settings.
+    static bool check_bitstream(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB_BITSTREAM_ID* bitstream_id,
+                                const std::vector<FIO_FILE_TYPE>& input_file_types, std::string& message, bool& error);
+    static bool check_bitstream_signing_settings(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB_PATH* path,
+                                                 std::string& message);
+    static bool check_bitstream_encryption_settings(PGM_COMMON_XML_ZEB_PATH* path, std::string& message);
+    static bool check_assignment_bitstream_settings(PGM_COMMON_XML_ZEB_ZEB* object, std::string& message, bool& error);
+
+    // The flash loader of a document whose output files need one.
+    static bool check_flash_loader(PGM_COMMON_XML_ZEB_ZEB* object, std::string& message, bool& error);
+    // The partitions of every flash device: ids, address texts and overlaps.
+    static bool check_partitions(PGM_COMMON_XML_ZEB_ZEB* object, std::string& message, bool& error);
+    // A start and end address (end 0: placed automatically) against the given partitions.
+    static bool check_partition_address(uint32_t start, uint32_t end, std::vector<PGM_COMMON_XML_ZEB_PARTITION*> partitions,
+                                        std::string& message);
+    // The flash device that an output file references, with its partitions and assignments.
+    static bool check_flash_devices(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB_FLASH_DEVICE_ID* flash_device_id,
+                                    const std::vector<FIO_FILE_TYPE>& input_file_types,
+                                    const std::vector<DEV_FAMILY_ENUM>& config_device_families, std::string& message,
+                                    bool& error);
+    // Every flash device of the document; true when there is none.
+    static bool check_flash_devices(PGM_COMMON_XML_ZEB_ZEB* object,
+                                    const std::vector<DEV_FAMILY_ENUM>& config_device_families, std::string& message,
+                                    bool& error);
+    // An address text: "0x..." in base 16, otherwise base 10 (see the implementation for the
+    // exceptions it raises).
+    static uint32_t convert_string_to_dword(const std::string& text);
+
+    // The assignment of a partition, if any, and the input it names.
+    static bool check_assignment(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB_PARTITION* partition,
+                                 const std::vector<FIO_FILE_TYPE>& input_file_types, bool& has_assignment,
+                                 std::string& message, bool& error);
+    // The page numbers of the assignments.
+    static bool check_assignment_page_settings(PGM_COMMON_XML_ZEB_ZEB* object, std::string& message, bool& error);
+    // A referenced raw data file and its type.
+    static bool check_raw_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB_RAW_FILE_ID* raw_file_id,
+                               const std::vector<FIO_FILE_TYPE>& input_file_types, std::string& message);
     // -- end of validation
 
     // ---- Reserved partitions and pages ---------------------------------------------------------
