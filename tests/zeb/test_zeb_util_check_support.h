@@ -94,6 +94,26 @@ inline std::string make_rbf(const SCRATCH_DIR& dir, const std::string& file_name
     return path;
 }
 
+// Writes a partial-masked SRAM object file (.pmsf): a small region at the start of the core section
+// of the catalogue device `device_name`; returns its full path, or "" with a test failure.
+inline std::string make_pmsf(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name)
+{
+    PGMIO_PMSF_IMAGE pmsf;
+    pmsf.device_name = device_name;
+    pmsf.design_name = file_name;
+    pmsf.region_name = "region_0";
+    pmsf.data.assign(16, 0x5A);
+    pmsf.mask.assign(16, 0xFF);
+    std::string error;
+    const std::string path = dir.file(file_name);
+    if (!PGMIO_PMSF::write(path, pmsf, error))
+    {
+        ADD_FAILURE() << file_name << ": " << error;
+        return "";
+    }
+    return path;
+}
+
 // Writes a file of any other kind (key files, raw data) with the given content; returns its path.
 inline std::string make_file(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& content)
 {
@@ -167,14 +187,16 @@ inline void add_raw_file(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& id, 
                          PGM_COMMON_XML_ENUM type)
 {
     set(object, ZEB_CMD_OPT_RAW_FILE,
-        {{ZEB_CMD_PARAM_RAW_FILE_ID, id}, {ZEB_CMD_PARAM_RAW_FILE_RAW_FILE, path},
+        {{ZEB_CMD_PARAM_RAW_FILE_ID, id},
+         {ZEB_CMD_PARAM_RAW_FILE_RAW_FILE, path},
          {ZEB_CMD_PARAM_RAW_FILE_TYPE, value_of(type)}});
 }
 
 // A flash device `id` of catalogue (or custom) type `type`, without partitions.
 inline void add_flash_device(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& id, const std::string& type)
 {
-    set(object, ZEB_CMD_OPT_FLASH_DEVICE, {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, id}, {ZEB_CMD_PARAM_FLASH_DEVICE_TYPE, type}});
+    set(object, ZEB_CMD_OPT_FLASH_DEVICE,
+        {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, id}, {ZEB_CMD_PARAM_FLASH_DEVICE_TYPE, type}});
 }
 
 // A partition of the flash device `flash_device_id`; addresses are texts ("0x10000", "auto").
@@ -182,8 +204,10 @@ inline void add_partition(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& fla
                           const std::string& partition_id, const std::string& s_addr, const std::string& e_addr)
 {
     set(object, ZEB_CMD_OPT_FLASH_DEVICE,
-        {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, flash_device_id}, {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, partition_id},
-         {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_S_ADDR, s_addr}, {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_E_ADDR, e_addr}});
+        {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, flash_device_id},
+         {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, partition_id},
+         {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_S_ADDR, s_addr},
+         {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_E_ADDR, e_addr}});
 }
 
 // The flash loader: the name of the device that programs the flash.
@@ -197,7 +221,8 @@ inline void assign_bitstream(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& 
                              const std::string& bitstream_id, uint32_t page = 0)
 {
     set(object, ZEB_CMD_OPT_ASSIGNMENT,
-        {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, partition_id}, {ZEB_CMD_PARAM_ASSIGNMENT_BITSTREAM_ID, bitstream_id},
+        {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, partition_id},
+         {ZEB_CMD_PARAM_ASSIGNMENT_BITSTREAM_ID, bitstream_id},
          {ZEB_CMD_PARAM_ASSIGNMENT_PAGE, std::to_string(page)}});
 }
 

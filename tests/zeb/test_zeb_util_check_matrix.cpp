@@ -1,0 +1,288 @@
+// SPDX-License-Identifier: Apache-2.0
+// A valid document is never refused: for every enabled configuration mode and every output type a
+// setup document can name in it, a document that a front end would build from real input files
+// passes the whole check. The devices, flash devices and inputs are chosen from the catalogue by
+// what the type needs, so the table follows the catalogue and the capability tables.
+#include "test_zeb_util_check_support.h"
+
+#include "pgm/zeb/zeb_db_util.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <set>
+
+namespace
+{
+
+using namespace check_test;
+
+template <class T> bool contains(const std::vector<T>& list, T value)
+{
+    return std::find(list.begin(), list.end(), value) != list.end();
+}
+
+// Combinations that the catalogue cannot make valid, with the reason. Every combination can be
+// built with the shipped catalogue, so the list is empty; a combination that a later catalogue
+// cannot serve fails with the reason from the builder until it is listed here, and a listed one
+// that turns out valid fails as well, so the list cannot outlive its reason.
+struct SKIPPED
+{
+    PGMIO_CONFIG_SCHEME mode;
+    ZEB_FILE_TYPE type;
+    const char* reason;
+};
+constexpr std::array<SKIPPED, 0> SKIP_LIST{};
+
+const char* skip_reason(PGMIO_CONFIG_SCHEME mode, ZEB_FILE_TYPE type)
+{
+    for (const SKIPPED& entry : SKIP_LIST)
+        if (entry.mode == mode && entry.type == type)
+            return entry.reason;
+    return nullptr;
+}
+
+bool is_periphery_type(ZEB_FILE_TYPE type)
+{
+    return type == ZEB_FILE_TYPE_RBF_CVP_CORE || type == ZEB_FILE_TYPE_RBF_PERIPHERY ||
+           type == ZEB_FILE_TYPE_JIC_PERIPHERY || type == ZEB_FILE_TYPE_POF_PERIPHERY ||
+           type == ZEB_FILE_TYPE_RPD_PERIPHERY;
+}
+
+// The design flags of an input for `type`: split configurations come from designs that use the
+// split, partial reconfiguration from designs with regions.
+uint32_t design_flags_for(ZEB_FILE_TYPE type)
+{
+    if (is_periphery_type(type))
+        return PGMIO_DESIGN_CVP;
+    if (type == ZEB_FILE_TYPE_RBF_HPS_CORE)
+        return PGMIO_DESIGN_HPS;
+    return 0;
+}
+
+// Whether the FPGA can be the target of an output of `type` in `mode`; with `any_scheme` the FPGA
+// need not be configured in that mode.
+bool device_suits(const DEV_DEVICE_RECORD& fpga, PGMIO_CONFIG_SCHEME mode, ZEB_FILE_TYPE type, bool any_scheme)
+{
+    if (fpga.jtag.idcode == 0 || !ZEB_DB_UTIL::is_supported_family(fpga.family))
+        return false;
+    if (!any_scheme && !fpga.supports_config_scheme(mode))
+        return false;
+    const std::vector<DEV_FAMILY_ENUM> families = ZEB_DB::get_supported_family(type);
+    if (!families.empty() && !contains(families, fpga.family))
+        return false;
+    if (ZEB_DB::get_require_flash_loader(type) && !fpga.has_flash_loader)
+        return false;
+    const DEV_CAPABILITIES& capabilities = fpga.capabilities;
+    if (is_periphery_type(type))
+        return capabilities.cvp;
+    switch (type)
+    {
+    case ZEB_FILE_TYPE_RBF_HPS_CORE:
+        return capabilities.hps;
+    case ZEB_FILE_TYPE_RBF_PARTIAL_RECONFIGURATION:
+        return capabilities.partial_reconfiguration;
+    case ZEB_FILE_TYPE_EKP:
+        return capabilities.design_security;
+    case ZEB_FILE_TYPE_HELPER_RBF:
+    case ZEB_FILE_TYPE_HELPER_RBF_SECONDARY:
+        return fpga.find_helper_image(DEV_HELPER_SUBTYPE_QSPI) != nullptr;
+    default:
+        return true;
+    }
+}
+
+// A configuration device that a flash programming file of `type` can program for `fpga` in `mode`:
+// a flash device of the catalogue, or the FPGA itself when its own internal flash is the target.
+std::optional<std::string> flash_device_for(const DEV_DEVICE_RECORD& fpga, PGMIO_CONFIG_SCHEME mode, ZEB_FILE_TYPE type)
+{
+    const std::vector<DEV_FAMILY_ENUM> scheme_families = ZEB_DB::get_config_device_family(mode);
+    const auto suits = [&](DEV_FAMILY_ENUM family)
+    {
+        if (!ZEB_DB::supports_config_device_family(type, family))
+            return false;
+        if (!scheme_families.empty() && !contains(scheme_families, family))
+            return false;
+        return !ZEB_DB::get_require_flash_loader(type) || contains(fpga.flash_loader.flash_families, family);
+    };
+    if (!fpga.internal_flash.empty() && suits(fpga.family))
+        return fpga.name;
+    const GFPDB_QSPI_MGR flash_db;
+    for (const DEV_FLASH_RECORD* flash : flash_db.get_devices(false))
+        if (!flash->legacy && suits(flash->family))
+            return flash->name;
+    return std::nullopt;
+}
+
+// Builds documents for one mode and device, each output file type by its kind of target.
+class DOCUMENT_RECIPE
+{
+public:
+    DOCUMENT_RECIPE(const SCRATCH_DIR& dir, PGMIO_CONFIG_SCHEME mode, const DEV_DEVICE_RECORD& fpga)
+        : m_dir(dir), m_mode(mode), m_fpga(fpga)
+    {
+    }
+
+    // Adds what an output of `type` needs; false (with the reason) when the catalogue lacks it.
+    bool add(PGM_COMMON_XML_ZEB_ZEB* document, ZEB_FILE_TYPE type, std::string& reason)
+    {
+        const PGM_COMMON_XML_ENUM xml_type = ZEB_DB::get_xml_enum(type);
+        if (ZEB_DB::get_no_input_file(type))
+        {
+            add_input(document, type);
+            add_output_file(document, xml_type,
+                            {{ZEB_CMD_PARAM_OUTPUT_FILE_SUBTYPE, value_of(PGM_COMMON_XML_ENUM_QSPI)},
+                             {ZEB_CMD_PARAM_OUTPUT_FILE_DEVICE, m_fpga.name}});
+            return true;
+        }
+        if (ZEB_DB::get_config_device_family(type).empty())
+        {
+            add_input(document, type);
+            add_output_for_bitstream(document, xml_type, "b1");
+            return true;
+        }
+        const std::optional<std::string> flash_device = flash_device_for(m_fpga, m_mode, type);
+        if (!flash_device)
+        {
+            reason = "no configuration device of the catalogue for " + m_fpga.name;
+            return false;
+        }
+        add_input(document, type);
+        add_flash_device(document, "flash", *flash_device);
+        const std::string partition = *flash_device == m_fpga.name ? "CFM0" : "P1";
+        add_partition(document, "flash", partition, "0x00100000", "auto");
+        assign_bitstream(document, partition, "b1");
+        if (ZEB_DB::get_require_flash_loader(type))
+            set_flash_loader(document, m_fpga.name);
+        add_output_for_flash_device(document, xml_type, "flash");
+        return true;
+    }
+
+private:
+    // The bitstream "b1": an SRAM object file, or a partial-masked one for an output that takes
+    // only those. A document has one input, which the player files need.
+    void add_input(PGM_COMMON_XML_ZEB_ZEB* document, ZEB_FILE_TYPE type)
+    {
+        if (ZEB_FILE_ASSISTANT::get_bitstream_element(document, "b1"))
+            return;
+        const std::vector<FIO_FILE_TYPE> accepted = ZEB_DB::get_input_file_type(type);
+        const std::string stem = m_fpga.name + "_" + std::to_string(type) + "_" + std::to_string(m_mode);
+        const std::string input = !accepted.empty() && !contains(accepted, FIO_FILE_TYPE_SOF)
+                                      ? make_pmsf(m_dir, stem + ".pmsf", m_fpga.name)
+                                      : make_sof(m_dir, stem + ".sof", m_fpga.name, design_flags_for(type));
+        add_bitstream(document, "b1", input);
+    }
+
+    const SCRATCH_DIR& m_dir;
+    PGMIO_CONFIG_SCHEME m_mode;
+    const DEV_DEVICE_RECORD& m_fpga;
+};
+
+// The types a document in `mode` can hold: those of the mode's list and the mode-independent ones,
+// each once, when the document has a name for them.
+std::vector<ZEB_FILE_TYPE> nameable_types(PGMIO_CONFIG_SCHEME mode)
+{
+    std::vector<ZEB_FILE_TYPE> types;
+    for (ZEB_FILE_TYPE type : ZEB_DB::get_all_output_file_type_keys())
+    {
+        const bool offered = ZEB_DB::supports_output_file_type(mode, type) || ZEB_DB::get_independent_of_mode(type);
+        if (offered && ZEB_DB::get_xml_enum(type) != PGM_COMMON_XML_ENUM__INVALID__)
+            types.push_back(type);
+    }
+    return types;
+}
+
+// The primary type of `mode` that writes the secondary `type` beside it.
+std::optional<ZEB_FILE_TYPE> primary_of(PGMIO_CONFIG_SCHEME mode, ZEB_FILE_TYPE type)
+{
+    for (ZEB_FILE_TYPE primary : ZEB_DB::get_output_file_type(mode))
+        if (!ZEB_DB::get_secondary(primary) && ZEB_DB::supports_secondary_file_type(primary, type))
+            return primary;
+    return std::nullopt;
+}
+
+// The first catalogue FPGA that suits every type given in `mode`. When every type is independent
+// of the mode, an FPGA that is not configured in it serves as well: the helper images belong to
+// families that the passive modes do not configure.
+const DEV_DEVICE_RECORD* device_for(PGMIO_CONFIG_SCHEME mode, const std::vector<ZEB_FILE_TYPE>& types)
+{
+    const bool independent = std::all_of(types.begin(), types.end(), ZEB_DB::get_independent_of_mode);
+    for (bool any_scheme : {false, independent})
+    {
+        for (const PGM_DEVICE* device : PGM_DEVICE_INDEX::get_all_devices())
+        {
+            const DEV_DEVICE_RECORD* fpga = device->get_fpga_record();
+            const auto suits = [&](ZEB_FILE_TYPE type) { return device_suits(*fpga, mode, type, any_scheme); };
+            if (fpga && std::all_of(types.begin(), types.end(), suits))
+                return fpga;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+TEST(ZebCheckMatrix, EveryNameableTypeOfEveryEnabledModeHasAValidDocument)
+{
+    SCRATCH_DIR dir;
+    size_t checked = 0;
+    std::set<std::pair<int, int>> skipped;
+    for (PGMIO_CONFIG_SCHEME mode : ZEB_DB_UTIL::get_enabled_config_modes())
+    {
+        const PGM_COMMON_XML_ENUM xml_mode = ZEB_DB::get_xml_enum(mode);
+        ASSERT_NE(xml_mode, PGM_COMMON_XML_ENUM__INVALID__) << "enabled mode " << mode << " has no document value";
+        // Several widths share one document value; the check driver is then called with the width
+        // itself, as a front end that knows it does.
+        const bool named_by_document = ZEB_FILE_ASSISTANT::map_enum_to_config_mode(xml_mode) == mode;
+        for (ZEB_FILE_TYPE type : nameable_types(mode))
+        {
+            SCOPED_TRACE("mode " + ZEB_DB_UTIL::get_config_scheme_name(mode) + ", type " +
+                         ZEB_DB::get_description(type) + " (" + std::to_string(type) + ")");
+            ASSERT_EQ(ZEB_DB_UTIL::get_zeb_file_type_enum(ZEB_DB::get_xml_enum(type)), type);
+
+            std::vector<ZEB_FILE_TYPE> types = {type};
+            if (ZEB_DB::get_secondary(type))
+            {
+                const std::optional<ZEB_FILE_TYPE> primary = primary_of(mode, type);
+                ASSERT_TRUE(primary) << "a secondary type without primary in its mode";
+                types.insert(types.begin(), *primary);
+            }
+            std::string reason;
+            DOCUMENT document = make_document(xml_mode);
+            const DEV_DEVICE_RECORD* fpga = device_for(mode, types);
+            bool built = fpga != nullptr;
+            if (!fpga)
+                reason = "no catalogue device supports the mode and the type";
+            for (size_t i = 0; built && i < types.size(); ++i)
+                built = DOCUMENT_RECIPE(dir, mode, *fpga).add(document.get(), types[i], reason);
+
+            if (const char* listed = skip_reason(mode, type))
+            {
+                EXPECT_FALSE(built) << "listed as impossible (" << listed << ") but a document was built";
+                skipped.emplace(mode, type);
+                continue;
+            }
+            ASSERT_TRUE(built) << reason;
+
+            bool flag1 = false;
+            bool flag2 = false;
+            bool error = false;
+            std::string message;
+            const bool valid = named_by_document
+                                   ? ZEB_UTIL::check(document.get(), flag1, flag2, message, error, false)
+                                   : ZEB_UTIL::check_output_files(document.get(), mode, flag1, flag2, message, error);
+            EXPECT_TRUE(valid) << "device " << fpga->name << ": " << message;
+            EXPECT_FALSE(error);
+            ++checked;
+        }
+    }
+    // Every listed combination was met: the list names nothing that the loop does not reach.
+    for (const SKIPPED& entry : SKIP_LIST)
+    {
+        EXPECT_TRUE(skipped.count({entry.mode, entry.type})) << entry.mode << "/" << entry.type;
+    }
+    // Ten enabled modes, each with its own list plus the six mode-independent types.
+    EXPECT_GE(checked, 10u * 6u);
+}
