@@ -11,6 +11,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <sys/wait.h>
 
 namespace corvane_test
 {
@@ -60,6 +61,29 @@ inline std::string read_file(const std::string& path)
 inline std::string source_file(const std::string& relative)
 {
     return std::string(CORVANE_TEST_SOURCE_DIR) + "/" + relative;
+}
+
+// What a program run printed and how it ended.
+struct PROGRAM_RUN
+{
+    int status = -1; // exit status; -1 when the program did not exit normally
+    std::string out;
+    std::string err;
+    std::string output() const { return out + err; }
+};
+
+// Runs `program` with `arguments` (a shell word list) and collects its output.
+inline PROGRAM_RUN run_program(const std::string& program, const std::string& arguments)
+{
+    SCRATCH_DIR dir;
+    const std::string command =
+        "'" + program + "' " + arguments + " >'" + dir.file("out") + "' 2>'" + dir.file("err") + "'";
+    const int status = std::system(command.c_str());
+    PROGRAM_RUN run;
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    run.out = read_file(dir.file("out"));
+    run.err = read_file(dir.file("err"));
+    return run;
 }
 
 // The condition text of the internal error that `call` raises, after checking that it carries the

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Default mode: read setup documents, validate and normalise them, optionally write one back.
+// Default mode: read setup documents, validate and normalise them, check their settings, and
+// optionally write one back.
 #include "cli.h"
 
 #include "pgm/zeb/platform/ini/pgm_common_ini.h"
@@ -11,16 +12,19 @@ int cli_mode_setup(const CLI_ARGS& args)
 {
     std::vector<CLI_OPTION> options;
     std::vector<std::string> files;
-    if (!cli_split_options(args, {"--save", "--ini"}, {}, options, files))
+    if (!cli_split_options(args, {"--save", "--ini"}, {"--no-check"}, options, files))
         return CLI_USAGE;
     if (files.empty())
         return cli_usage_error("no setup document given");
 
     std::string save_path;
+    bool check = true;
     for (const CLI_OPTION& option : options)
     {
         if (option.name == "--save")
             save_path = option.value;
+        else if (option.name == "--no-check")
+            check = false;
         else if (option.name == "--ini")
         {
             const size_t eq = option.value.find('=');
@@ -39,6 +43,16 @@ int cli_mode_setup(const CLI_ARGS& args)
         const bool parsed = ZEB_UTIL::parse(&raw, file);
         std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB> document(raw); // owned even when normalising failed
         if (!parsed)
+        {
+            status = CLI_FAILED;
+            continue;
+        }
+        // The settings check posts its first finding itself; the flags are of no use here.
+        bool needs_flash_loader = false;
+        bool programs_config_device = false;
+        bool error = false;
+        std::string message;
+        if (check && !ZEB_UTIL::check(document.get(), needs_flash_loader, programs_config_device, message, error, true))
         {
             status = CLI_FAILED;
             continue;

@@ -16,10 +16,15 @@ int mode_version(const CLI_ARGS& args);
 
 // One row per mode. The default mode (flag nullptr) handles setup documents.
 constexpr CLI_MODE k_modes[] = {
-    {nullptr, cli_mode_setup, "corvane [--save OUT.zeb] [--ini NAME=VALUE]... SETUP.zeb...",
-     "Reads each setup document, validates it against the schema and normalises it. With --save the "
-     "(single) document is written to OUT.zeb; the file is replaced only when it was written "
-     "completely. --ini sets a configuration switch for this run (see docs/switches.md)."},
+    {nullptr, cli_mode_setup, "corvane [--no-check] [--save OUT.zeb] [--ini NAME=VALUE]... SETUP.zeb...",
+     "Reads each setup document, validates it against the schema, normalises it and checks its settings: "
+     "modes and output file types, input files (which must exist and suit the target device), helper "
+     "images, flash loader, flash devices and partition ranges, assignments, pages, signing and "
+     "encryption. The first problem of each document is reported as 'Detected Corvane settings error'. "
+     "Relative input paths are taken from the working directory. --no-check stops after normalising. "
+     "With --save the (single) document is written to OUT.zeb after a passing check; the file is "
+     "replaced only when it was written completely. --ini sets a configuration switch for this run "
+     "(see docs/switches.md)."},
     {"--make-sof", cli_mode_make_sof,
      "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--cvp] [--hps] [--pr] [--data RAW.bin] "
      "[--design NAME] OUT.sof",

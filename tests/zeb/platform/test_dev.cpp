@@ -477,13 +477,10 @@ namespace
 // Runs the executable with `arguments`; returns the exit status, output in `out` and `err`.
 int run_corvane(const std::string& arguments, std::string& out, std::string& err)
 {
-    SCRATCH_DIR dir;
-    const std::string command =
-        std::string(CORVANE_EXE) + " " + arguments + " >" + dir.file("out") + " 2>" + dir.file("err");
-    const int status = std::system(command.c_str());
-    out = read_file(dir.file("out"));
-    err = read_file(dir.file("err"));
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    const corvane_test::PROGRAM_RUN run = corvane_test::run_program(CORVANE_EXE, arguments);
+    out = run.out;
+    err = run.err;
+    return run.status;
 }
 
 } // namespace

@@ -17,11 +17,7 @@ using namespace corvane_test;
 namespace
 {
 
-struct RUN
-{
-    int status = -1;
-    std::string output; // stdout and stderr together
-};
+using RUN = PROGRAM_RUN;
 
 std::string quote(const std::string& word)
 {
@@ -30,18 +26,7 @@ std::string quote(const std::string& word)
 
 RUN corvane(const std::string& arguments)
 {
-    RUN run;
-    const std::string command = quote(CORVANE_EXE) + " " + arguments + " 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return run;
-    std::array<char, 4096> buffer;
-    size_t got = 0;
-    while ((got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        run.output.append(buffer.data(), got);
-    const int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
+    return run_program(CORVANE_EXE, arguments);
 }
 
 bool contains(const std::string& text, const std::string& part)
@@ -58,7 +43,7 @@ TEST(Cli, MakeSofWritesADeterministicValidFile)
     const std::string b = dir.file("b.sof");
     const std::string c = dir.file("c.sof");
     RUN run = corvane("--make-sof --device 7TR440PA3R1 --size 4096 --seed 7 --hps --cvp --design d " + quote(a));
-    ASSERT_EQ(run.status, 0) << run.output;
+    ASSERT_EQ(run.status, 0) << run.output();
     ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size=4096 --seed 7 --cvp --hps --design=d " + quote(b)).status,
               0);
     ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size 4096 --seed 8 --cvp --hps --design d " + quote(c)).status,
@@ -87,7 +72,7 @@ TEST(Cli, MakeSofFromRawData)
     write_file(dir.file("raw.bin"), std::string(raw.begin(), raw.end()));
     const RUN run = corvane("--make-sof --device 5ZV066H2 --cvp --design top --data " + quote(dir.file("raw.bin")) +
                             " " + quote(dir.file("r.sof")));
-    ASSERT_EQ(run.status, 0) << run.output;
+    ASSERT_EQ(run.status, 0) << run.output();
     PGMIO_SOF_IMAGE sof;
     std::string error;
     ASSERT_TRUE(PGMIO_SOF::read(dir.file("r.sof"), sof, error)) << error;
@@ -104,13 +89,13 @@ TEST(Cli, MakeSofRefusals)
     const std::string out = quote(dir.file("x.sof"));
     RUN run = corvane("--make-sof --device NOPE " + out);
     EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(contains(run.output, "unknown FPGA device 'NOPE'")) << run.output;
+    EXPECT_TRUE(contains(run.output(), "unknown FPGA device 'NOPE'")) << run.output();
     run = corvane("--make-sof --device 3ZT085F2 --cvp --size 4096 " + out);
     EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(contains(run.output, "does not support CvP")) << run.output;
+    EXPECT_TRUE(contains(run.output(), "does not support CvP")) << run.output();
     run = corvane("--make-sof --device 3ZT085F2 --data " + quote(dir.file("none.bin")) + " " + out);
     EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(contains(run.output, "cannot open")) << run.output;
+    EXPECT_TRUE(contains(run.output(), "cannot open")) << run.output();
     EXPECT_EQ(corvane("--make-sof " + out).status, 2);
     EXPECT_EQ(corvane("--make-sof --device 3ZT085F2").status, 2);
     EXPECT_EQ(corvane("--make-sof --device 3ZT085F2 --seed x " + out).status, 2);
@@ -154,17 +139,17 @@ TEST(Cli, InfoDescribesEveryFormat)
     for (const CASE& c : cases)
     {
         const RUN run = corvane("--info --json " + quote(dir.file(c.file)));
-        EXPECT_EQ(run.status, 0) << c.file << ": " << run.output;
-        EXPECT_TRUE(contains(run.output, std::string("\"kind\": \"") + c.kind + "\"")) << run.output;
-        EXPECT_TRUE(contains(run.output, c.detail)) << c.file << ": " << run.output;
-        EXPECT_TRUE(contains(run.output, "\"integrity\": {\"ok\": true")) << run.output;
+        EXPECT_EQ(run.status, 0) << c.file << ": " << run.output();
+        EXPECT_TRUE(contains(run.output(), std::string("\"kind\": \"") + c.kind + "\"")) << run.output();
+        EXPECT_TRUE(contains(run.output(), c.detail)) << c.file << ": " << run.output();
+        EXPECT_TRUE(contains(run.output(), "\"integrity\": {\"ok\": true")) << run.output();
     }
     // Sections with their offsets, nested configuration data included.
     const RUN text = corvane("--info " + quote(dir.file("a.sof")));
     EXPECT_EQ(text.status, 0);
-    EXPECT_TRUE(contains(text.output, "  SOFH     0x00000068")) << text.output;
-    EXPECT_TRUE(contains(text.output, "    CORE ")) << text.output;
-    EXPECT_TRUE(contains(text.output, "integrity:                 ok")) << text.output;
+    EXPECT_TRUE(contains(text.output(), "  SOFH     0x00000068")) << text.output();
+    EXPECT_TRUE(contains(text.output(), "    CORE ")) << text.output();
+    EXPECT_TRUE(contains(text.output(), "integrity:                 ok")) << text.output();
 }
 
 TEST(Cli, InfoReportsDamageAndUnknownFiles)
@@ -177,22 +162,22 @@ TEST(Cli, InfoReportsDamageAndUnknownFiles)
     write_file(dir.file("bad.sof"), std::string(image.begin(), image.end()));
     RUN run = corvane("--info " + quote(dir.file("bad.sof")));
     EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(contains(run.output, "MISMATCH")) << run.output;
-    EXPECT_TRUE(contains(run.output, "integrity:                 FAILED: CRC mismatch")) << run.output;
+    EXPECT_TRUE(contains(run.output(), "MISMATCH")) << run.output();
+    EXPECT_TRUE(contains(run.output(), "integrity:                 FAILED: CRC mismatch")) << run.output();
     run = corvane("--info --json " + quote(dir.file("bad.sof")));
-    EXPECT_TRUE(contains(run.output, "\"integrity\": {\"ok\": false, \"reason\": \"CRC mismatch")) << run.output;
+    EXPECT_TRUE(contains(run.output(), "\"integrity\": {\"ok\": false, \"reason\": \"CRC mismatch")) << run.output();
 
     write_file(dir.file("bad.hex"), ":0400000001020304F2\n:00000001FE\n");
     run = corvane("--info " + quote(dir.file("bad.hex")));
     EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(contains(run.output, "bad.hex:2: checksum error")) << run.output;
+    EXPECT_TRUE(contains(run.output(), "bad.hex:2: checksum error")) << run.output();
 
     write_file(dir.file("notes.txt"), "plain words");
     run = corvane("--info " + quote(dir.file("notes.txt")));
     EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(contains(run.output, "is not a file of a known format")) << run.output;
+    EXPECT_TRUE(contains(run.output(), "is not a file of a known format")) << run.output();
     run = corvane("--info " + quote(dir.file("missing.sof")));
     EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(contains(run.output, "cannot open")) << run.output;
+    EXPECT_TRUE(contains(run.output(), "cannot open")) << run.output();
     EXPECT_EQ(corvane("--info").status, 2);
 }
