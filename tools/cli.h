@@ -39,6 +39,9 @@ bool cli_split_options(const CLI_ARGS& args, const std::vector<std::string_view>
                        const std::vector<std::string_view>& flags, std::vector<CLI_OPTION>& options,
                        std::vector<std::string>& positional);
 
+// `text` as a JSON string literal, quotes included, control characters escaped.
+std::string cli_json_string(std::string_view text);
+
 // ---- Modes -------------------------------------------------------------------------------------
 int cli_mode_setup(const CLI_ARGS& args);
 int cli_mode_make_sof(const CLI_ARGS& args);

@@ -19,24 +19,6 @@ std::string hex(uint64_t value, int width = 8)
     return text;
 }
 
-std::string quoted(const std::string& text)
-{
-    std::string out = "\"";
-    for (char c : text)
-    {
-        if (c == '"' || c == '\\')
-            out += std::string("\\") + c;
-        else if (static_cast<unsigned char>(c) < 0x20)
-        {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(static_cast<unsigned char>(c)));
-            out += escape;
-        }
-        else
-            out += c;
-    }
-    return out + "\"";
-}
 
 // Joins already formatted items: "a, b, c".
 template <typename LIST, typename FORMAT>
@@ -60,15 +42,15 @@ std::string family_name(DEV_FAMILY_ENUM family)
 
 std::string commands_json(const std::vector<DEV_COMMAND>& commands)
 {
-    return "{" + join(commands, [](const DEV_COMMAND& c) { return quoted(c.name) + ": " + quoted(hex(c.code, 2)); }) +
+    return "{" + join(commands, [](const DEV_COMMAND& c) { return cli_json_string(c.name) + ": " + cli_json_string(hex(c.code, 2)); }) +
            "}";
 }
 
 std::string pcf_json(const PGM_PCF_FILE_INFO& pcf)
 {
-    return "{\"name\": " + quoted(pcf.pcf_name) + ", \"prog_mode_mask\": " + quoted(hex(pcf.prog_mode_mask)) +
-           ", \"virtual_prog_mode_mask\": " + quoted(hex(pcf.virtual_prog_mode_mask)) +
-           ", \"zeb_file_mask\": " + quoted(hex(pcf.zeb_file_mask)) + "}";
+    return "{\"name\": " + cli_json_string(pcf.pcf_name) + ", \"prog_mode_mask\": " + cli_json_string(hex(pcf.prog_mode_mask)) +
+           ", \"virtual_prog_mode_mask\": " + cli_json_string(hex(pcf.virtual_prog_mode_mask)) +
+           ", \"zeb_file_mask\": " + cli_json_string(hex(pcf.zeb_file_mask)) + "}";
 }
 
 const char* flag(bool value) { return value ? "true" : "false"; }
@@ -77,9 +59,9 @@ std::string device_json(const DEV_DEVICE_RECORD& d)
 {
     const DEV_CAPABILITIES& c = d.capabilities;
     std::ostringstream out;
-    out << "  {\"name\": " << quoted(d.name) << ", \"family\": " << d.family
-        << ", \"family_name\": " << quoted(family_name(d.family)) << ", \"device\": " << d.device
-        << ",\n   \"jtag\": {\"idcode\": " << quoted(hex(d.jtag.idcode)) << ", \"ir_length\": " << d.jtag.ir_length
+    out << "  {\"name\": " << cli_json_string(d.name) << ", \"family\": " << d.family
+        << ", \"family_name\": " << cli_json_string(family_name(d.family)) << ", \"device\": " << d.device
+        << ",\n   \"jtag\": {\"idcode\": " << cli_json_string(hex(d.jtag.idcode)) << ", \"ir_length\": " << d.jtag.ir_length
         << ", \"instructions\": " << commands_json(d.jtag.instructions) << "}"
         << ",\n   \"config_data_size\": " << d.config_data_size << ", \"config_schemes\": ["
         << join(d.config_schemes, [](PGMIO_CONFIG_SCHEME s) { return std::to_string(s); }) << "]"
@@ -90,12 +72,12 @@ std::string device_json(const DEV_DEVICE_RECORD& d)
         << join(d.helper_images,
                 [](const DEV_HELPER_IMAGE& h)
                 {
-                    return "{\"subtype\": " + std::to_string(h.subtype) + ", \"name\": " + quoted(h.name) +
+                    return "{\"subtype\": " + std::to_string(h.subtype) + ", \"name\": " + cli_json_string(h.name) +
                            ", \"size\": " + std::to_string(h.size) + "}";
                 })
         << "], \"flash_loader\": ";
     if (d.has_flash_loader)
-        out << "{\"name\": " << quoted(d.flash_loader.name) << ", \"flash_families\": ["
+        out << "{\"name\": " << cli_json_string(d.flash_loader.name) << ", \"flash_families\": ["
             << join(d.flash_loader.flash_families, [](DEV_FAMILY_ENUM f) { return std::to_string(f); })
             << "], \"max_flash_size\": " << d.flash_loader.max_flash_size << ", \"size\": " << d.flash_loader.size
             << "}";
@@ -105,7 +87,7 @@ std::string device_json(const DEV_DEVICE_RECORD& d)
         << join(d.internal_flash,
                 [](const DEV_FLASH_REGION& r)
                 {
-                    return "{\"name\": " + quoted(r.name) + ", \"start\": " + std::to_string(r.start) +
+                    return "{\"name\": " + cli_json_string(r.name) + ", \"start\": " + std::to_string(r.start) +
                            ", \"size\": " + std::to_string(r.size) + "}";
                 })
         << "], \"pcf\": " << pcf_json(d.pcf) << ", \"cmf_flash_block_size\": ";
@@ -148,10 +130,10 @@ std::string features(const DEV_DEVICE_RECORD& d)
 std::string flash_json(const DEV_FLASH_RECORD& f)
 {
     std::ostringstream out;
-    out << "  {\"name\": " << quoted(f.name) << ", \"family\": " << f.family
-        << ", \"family_name\": " << quoted(family_name(f.family)) << ", \"device\": " << f.device
+    out << "  {\"name\": " << cli_json_string(f.name) << ", \"family\": " << f.family
+        << ", \"family_name\": " << cli_json_string(family_name(f.family)) << ", \"device\": " << f.device
         << ", \"size\": " << f.size << ", \"sector_size\": " << f.sector_size << ", \"page_size\": " << f.page_size
-        << ", \"legacy\": " << flag(f.legacy) << ",\n   \"silicon_id\": " << quoted(hex(f.silicon_id, 6))
+        << ", \"legacy\": " << flag(f.legacy) << ",\n   \"silicon_id\": " << cli_json_string(hex(f.silicon_id, 6))
         << ", \"address_bytes\": " << f.address_bytes << ", \"data_widths\": ["
         << join(f.data_widths, [](uint32_t w) { return std::to_string(w); })
         << "], \"commands\": " << commands_json(f.commands) << ",\n   \"pcf\": ";
@@ -159,7 +141,7 @@ std::string flash_json(const DEV_FLASH_RECORD& f)
         out << pcf_json(f.pcf);
     else
         out << "null";
-    out << ", \"source\": " << quoted(f.source) << "}";
+    out << ", \"source\": " << cli_json_string(f.source) << "}";
     return out.str();
 }
 

@@ -28,28 +28,6 @@ bool parse_number(const std::string& text, uint64_t& value)
     return errno == 0 && end && *end == '\0' && end != text.c_str();
 }
 
-std::string json_string(const std::string& text)
-{
-    std::string out = "\"";
-    for (unsigned char c : text)
-    {
-        if (c == '"' || c == '\\')
-            out += '\\', out += char(c);
-        else if (c == '\n')
-            out += "\\n";
-        else if (c == '\t')
-            out += "\\t";
-        else if (c < 0x20 || c == 0x7F)
-        {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-            out += escaped;
-        }
-        else
-            out += char(c);
-    }
-    return out + "\"";
-}
 
 std::string hex_number(uint64_t value)
 {
@@ -60,24 +38,24 @@ std::string hex_number(uint64_t value)
 
 void print_json(const std::string& path, const PGMIO_FILE_INFO& info)
 {
-    std::cout << "{\n  \"file\": " << json_string(path) << ",\n  \"kind\": " << json_string(info.kind)
-              << ",\n  \"format\": " << json_string(info.format) << ",\n  \"size\": " << info.size
-              << ",\n  \"device\": " << json_string(info.device) << ",\n  \"fields\": {";
+    std::cout << "{\n  \"file\": " << cli_json_string(path) << ",\n  \"kind\": " << cli_json_string(info.kind)
+              << ",\n  \"format\": " << cli_json_string(info.format) << ",\n  \"size\": " << info.size
+              << ",\n  \"device\": " << cli_json_string(info.device) << ",\n  \"fields\": {";
     for (size_t i = 0; i < info.fields.size(); ++i)
-        std::cout << (i ? "," : "") << "\n    " << json_string(info.fields[i].first) << ": "
-                  << json_string(info.fields[i].second);
+        std::cout << (i ? "," : "") << "\n    " << cli_json_string(info.fields[i].first) << ": "
+                  << cli_json_string(info.fields[i].second);
     std::cout << (info.fields.empty() ? "" : "\n  ") << "},\n  \"sections\": [";
     for (size_t i = 0; i < info.sections.size(); ++i)
     {
         const PGMIO_INFO_SECTION& section = info.sections[i];
         std::cout << (i ? "," : "") << "\n    {\"depth\": " << section.depth
-                  << ", \"tag\": " << json_string(section.tag) << ", \"offset\": " << section.offset
+                  << ", \"tag\": " << cli_json_string(section.tag) << ", \"offset\": " << section.offset
                   << ", \"size\": " << section.size << ", \"crc\": \"" << hex_number(section.crc)
                   << "\", \"crc_ok\": " << (section.crc_ok ? "true" : "false") << "}";
     }
     std::cout << (info.sections.empty() ? "" : "\n  ")
               << "],\n  \"integrity\": {\"ok\": " << (info.integrity.empty() ? "true" : "false")
-              << ", \"reason\": " << json_string(info.integrity) << "}\n}\n";
+              << ", \"reason\": " << cli_json_string(info.integrity) << "}\n}\n";
 }
 
 void print_text(const std::string& path, const PGMIO_FILE_INFO& info)

@@ -169,6 +169,29 @@ bool cli_split_options(const CLI_ARGS& args, const std::vector<std::string_view>
     return true;
 }
 
+std::string cli_json_string(std::string_view text)
+{
+    std::string out = "\"";
+    for (unsigned char c : text)
+    {
+        if (c == '"' || c == '\\')
+            out += '\\', out += char(c);
+        else if (c == '\n')
+            out += "\\n";
+        else if (c == '\t')
+            out += "\\t";
+        else if (c < 0x20 || c == 0x7F)
+        {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
+            out += escaped;
+        }
+        else
+            out += char(c);
+    }
+    return out + "\"";
+}
+
 int main(int argc, char** argv)
 {
     CLI_ARGS args(argv + 1, argv + argc);

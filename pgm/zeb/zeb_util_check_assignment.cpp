@@ -18,21 +18,6 @@ namespace
 
 constexpr const char* k_factory_image = "FACTORY_IMAGE";
 
-std::string format_text(const char* format, ...)
-#if defined(__GNUC__)
-    __attribute__((format(printf, 1, 2)))
-#endif
-    ;
-
-std::string format_text(const char* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    char text[512];
-    std::vsnprintf(text, sizeof text, format, args);
-    va_end(args);
-    return text;
-}
 
 // Page numbers are printed with "%d", as the messages always have: a page from 0x80000000 up shows
 // as a negative number.
@@ -98,7 +83,7 @@ bool zeb_check_page_rules(const std::vector<std::pair<std::string, uint32_t>>& p
             has_factory_image = true;
             if (page != 0)
             {
-                message = format_text("FACTORY_IMAGE have been assigned to page %d. However, FACTORY_IMAGE must always "
+                message = msg_printf("FACTORY_IMAGE have been assigned to page %d. However, FACTORY_IMAGE must always "
                                       "be assigned to page 0.",
                                       as_printed(page));
                 error = true;
@@ -107,7 +92,7 @@ bool zeb_check_page_rules(const std::vector<std::pair<std::string, uint32_t>>& p
         }
         if (std::find(pages.begin(), pages.end(), page) != pages.end())
         {
-            message = format_text("There are more than one SOF files have been assigned to page %d. One page can only "
+            message = msg_printf("There are more than one SOF files have been assigned to page %d. One page can only "
                                   "has one SOF file.",
                                   as_printed(page));
             error = true;
@@ -135,7 +120,7 @@ bool zeb_check_page_rules(const std::vector<std::pair<std::string, uint32_t>>& p
     {
         if (pages[i] != pages[i - 1] + 1)
         {
-            message = format_text("Missing page %d when adding SOF file. The page must be presented in sequence: "
+            message = msg_printf("Missing page %d when adding SOF file. The page must be presented in sequence: "
                                   "0,1,2...",
                                   as_printed(pages[i - 1] + 1));
             error = true;
@@ -161,7 +146,7 @@ bool ZEB_UTIL::check_assignment(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_Z
         return check_bitstream(object, assignment->get_bitstream_id_list().front(), input_file_types, message, error);
     if (assignment->get_raw_file_id_list().empty())
     {
-        message = format_text("Missing input setting for partition %s", partition->get_id().c_str());
+        message = msg_printf("Missing input setting for partition %s", partition->get_id().c_str());
         return false;
     }
     return check_raw_file(object, assignment->get_raw_file_id_list().front(), input_file_types, message);
@@ -192,7 +177,7 @@ bool ZEB_UTIL::check_raw_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB
     const std::string& id = raw_file_id->get_text();
     if (object->get_raw_files_list().empty())
     {
-        message = format_text("Missing raw file setting for raw_file_id %s", id.c_str());
+        message = msg_printf("Missing raw file setting for raw_file_id %s", id.c_str());
         return false;
     }
     const PGM_COMMON_XML_ZEB_RAW_FILE* raw_file = ZEB_FILE_ASSISTANT::get_raw_file_element(object, id);
@@ -204,12 +189,12 @@ bool ZEB_UTIL::check_raw_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB
                                              [type](const RAW_FILE_KIND& known) { return known.type == type; });
     if (kind == std::end(k_raw_file_kinds))
     {
-        message = format_text("Unrecogized raw file type %d", static_cast<int>(type));
+        message = msg_printf("Unrecogized raw file type %d", static_cast<int>(type));
         return false;
     }
     if (std::find(input_file_types.begin(), input_file_types.end(), kind->input_file_type) == input_file_types.end())
     {
-        message = format_text("Unrecognized input file type %d", static_cast<int>(type));
+        message = msg_printf("Unrecognized input file type %d", static_cast<int>(type));
         return false;
     }
     return true;

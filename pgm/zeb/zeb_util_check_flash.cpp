@@ -22,21 +22,6 @@ constexpr const char* k_auto = "auto";
 // checked nor counted when a device's partitions are looked for assignments.
 constexpr const char* k_user_flash_partition = "UFM";
 
-std::string format_text(const char* format, ...)
-#if defined(__GNUC__)
-    __attribute__((format(printf, 1, 2)))
-#endif
-    ;
-
-std::string format_text(const char* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    char text[512];
-    std::vsnprintf(text, sizeof text, format, args);
-    va_end(args);
-    return text;
-}
 
 bool contains(const std::vector<DEV_FAMILY_ENUM>& families, DEV_FAMILY_ENUM family)
 {
@@ -95,12 +80,12 @@ bool check_flash_device(PGM_COMMON_XML_ZEB_ZEB* object, const PGM_COMMON_XML_ZEB
         const char* hint = custom_db_dir.empty() ? ""
                                                  : " If this is a custom-defined configuration device, ensure that you "
                                                    "have set the correct custom database directory.";
-        message = format_text("Unrecognized configuration device %s.%s", type.c_str(), hint);
+        message = msg_printf("Unrecognized configuration device %s.%s", type.c_str(), hint);
         return false;
     }
     if (!contains(config_device_families, family))
     {
-        message = format_text("Unrecognized configuration device %s.", type.c_str());
+        message = msg_printf("Unrecognized configuration device %s.", type.c_str());
         return false;
     }
 
@@ -200,7 +185,7 @@ bool ZEB_UTIL::check_flash_loader(PGM_COMMON_XML_ZEB_ZEB* object, std::string& m
     const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(std::string_view(name));
     if (!device || device->is_flash_device())
     {
-        message = format_text("Unrecognized flash loader %s", name.c_str());
+        message = msg_printf("Unrecognized flash loader %s", name.c_str());
         return false;
     }
     return true;
@@ -253,7 +238,7 @@ bool ZEB_UTIL::check_partition_address(uint32_t start, uint32_t end,
                 end != 0 ? start <= partition_start && partition_start <= end : start == partition_start;
             if (conflict)
             {
-                message = format_text("Flash partition address range [%08x-%08x] conflicts with range [%08x-auto]",
+                message = msg_printf("Flash partition address range [%08x-%08x] conflicts with range [%08x-auto]",
                                       start, end, partition_start);
                 return false;
             }
@@ -264,7 +249,7 @@ bool ZEB_UTIL::check_partition_address(uint32_t start, uint32_t end,
         const bool end_inside = end != 0 && partition_start <= end && end <= partition_end;
         if (start_inside || end_inside)
         {
-            message = format_text("Flash partition address range [%08x-%08x] conflicts with range [%08x-%08x]", start,
+            message = msg_printf("Flash partition address range [%08x-%08x] conflicts with range [%08x-%08x]", start,
                                   end, partition_start, partition_end);
             return false;
         }
@@ -283,7 +268,7 @@ bool ZEB_UTIL::check_flash_devices(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XM
     const PGM_COMMON_XML_ZEB_FLASH_DEVICE* flash_device = ZEB_FILE_ASSISTANT::get_flash_device_element(object, id);
     if (!flash_device)
     {
-        message = format_text("Unknown configuration device ID %s.", id.c_str());
+        message = msg_printf("Unknown configuration device ID %s.", id.c_str());
         return false;
     }
     std::string custom_db_dir;

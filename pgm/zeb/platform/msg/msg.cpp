@@ -287,6 +287,34 @@ void msg_set_debug_level(int level)
     g_debug_level.store(level < 0 ? 0 : level);
 }
 
+std::string msg_vprintf(const char* format, va_list args)
+{
+    if (format == nullptr)
+        return {};
+    va_list measure;
+    va_copy(measure, args);
+    char small[256];
+    const int length = std::vsnprintf(small, sizeof small, format, measure);
+    va_end(measure);
+    if (length < 0)
+        return format; // an encoding error: keep the raw format rather than lose the text
+    if (static_cast<size_t>(length) < sizeof small)
+        return std::string(small, static_cast<size_t>(length));
+    std::string text(static_cast<size_t>(length) + 1, '\0');
+    std::vsnprintf(text.data(), text.size(), format, args);
+    text.resize(static_cast<size_t>(length));
+    return text;
+}
+
+std::string msg_printf(const char* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    std::string text = msg_vprintf(format, args);
+    va_end(args);
+    return text;
+}
+
 void msg_local_vdebug(const char* module, int level, const char* format, ...)
 {
     MSG_SINK* sink = msg_get_sink();
@@ -294,22 +322,7 @@ void msg_local_vdebug(const char* module, int level, const char* format, ...)
         return;
     va_list args;
     va_start(args, format);
-    va_list measure;
-    va_copy(measure, args);
-    char small[256];
-    const int length = std::vsnprintf(small, sizeof small, format, measure);
-    va_end(measure);
-    std::string line;
-    if (length < 0)
-        line = format; // an encoding error: keep the raw format rather than lose the line
-    else if (static_cast<size_t>(length) < sizeof small)
-        line.assign(small, static_cast<size_t>(length));
-    else
-    {
-        line.resize(static_cast<size_t>(length) + 1);
-        std::vsnprintf(line.data(), line.size(), format, args);
-        line.resize(static_cast<size_t>(length));
-    }
+    const std::string line = msg_vprintf(format, args);
     va_end(args);
     sink->debug(module != nullptr ? module : "", level, line);
 }

@@ -7,6 +7,7 @@
 // "Info (N): text" lines; tests install a MSG_CAPTURE_SINK instead.
 #pragma once
 
+#include <cstdarg>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -135,6 +136,16 @@ private:
 
 // Throws MSG_INTERNAL_ERROR with an explicit condition text.
 #define MSG_INTERNAL_ERROR_AT(text, module, source) msg_internal_error(text, module, source, __LINE__)
+
+// ---- printf-style texts ------------------------------------------------------------------------
+
+// The text that printf would print, of any length (message texts with "%d", "%08x", ...).
+std::string msg_printf(const char* format, ...)
+#if defined(__GNUC__)
+    __attribute__((format(printf, 1, 2)))
+#endif
+    ;
+std::string msg_vprintf(const char* format, va_list args);
 
 // ---- Local debug log ---------------------------------------------------------------------------
 
