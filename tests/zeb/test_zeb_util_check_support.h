@@ -40,26 +40,32 @@ inline std::string value_of(PGM_COMMON_XML_ENUM value)
 
 // ---- Input files ---------------------------------------------------------------------------------
 
+// The catalogue device `device_name` and assembler options for a test design; nullptr with a test
+// failure when the catalogue does not know the device.
+inline const PGM_DEVICE* design_options(const std::string& file_name, const std::string& device_name, uint32_t flags,
+                                        uint64_t seed, BITASM_OPTIONS& options)
+{
+    const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(device_name);
+    if (!device)
+        ADD_FAILURE() << "no catalogue device " << device_name;
+    options.design_name = file_name;
+    options.flags = flags;
+    options.seed = seed;
+    options.size = DESIGN_SIZE;
+    return device;
+}
+
 // Writes an SRAM object file (.sof) for the catalogue device `device_name` with the design flags
 // given (PGMIO_DESIGN_*) into `dir`; returns its full path, or "" with a test failure.
 inline std::string make_sof(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name,
                             uint32_t flags = 0, uint64_t seed = 1)
 {
-    const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(device_name);
-    if (!device)
-    {
-        ADD_FAILURE() << "no catalogue device " << device_name;
-        return "";
-    }
     BITASM_OPTIONS options;
-    options.design_name = file_name;
-    options.flags = flags;
-    options.seed = seed;
-    options.size = DESIGN_SIZE;
+    const PGM_DEVICE* device = design_options(file_name, device_name, flags, seed, options);
     PGMIO_SOF_IMAGE sof;
     std::string error;
     const std::string path = dir.file(file_name);
-    if (!BITASM_MGR::assemble_sof(*device, options, sof, error) || !PGMIO_SOF::write(path, sof, error))
+    if (!device || !BITASM_MGR::assemble_sof(*device, options, sof, error) || !PGMIO_SOF::write(path, sof, error))
     {
         ADD_FAILURE() << file_name << ": " << error;
         return "";
@@ -72,21 +78,13 @@ inline std::string make_sof(const SCRATCH_DIR& dir, const std::string& file_name
 inline std::string make_rbf(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name,
                             uint32_t flags = 0, uint64_t seed = 1)
 {
-    const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(device_name);
-    if (!device)
-    {
-        ADD_FAILURE() << "no catalogue device " << device_name;
-        return "";
-    }
     BITASM_OPTIONS options;
-    options.design_name = file_name;
-    options.flags = flags;
-    options.seed = seed;
-    options.size = DESIGN_SIZE;
+    const PGM_DEVICE* device = design_options(file_name, device_name, flags, seed, options);
     PGMIO_CONFIG_DATA data;
     std::string error;
     const std::string path = dir.file(file_name);
-    if (!BITASM_MGR::assemble_configuration_data(*device, options, data, error) || !PGMIO_RBF::write(path, data, error))
+    if (!device || !BITASM_MGR::assemble_configuration_data(*device, options, data, error) ||
+        !PGMIO_RBF::write(path, data, error))
     {
         ADD_FAILURE() << file_name << ": " << error;
         return "";

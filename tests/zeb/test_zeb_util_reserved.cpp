@@ -2,11 +2,9 @@
 // Reserved partitions and pages, and the PCF capability masks of a family.
 #include "pgm/zeb/platform/dev/dev.h"
 #include "pgm/zeb/platform/msg/msg.h"
-#include "pgm/zeb/platform/bitasm/bitasm.h"
-#include "pgm/zeb/platform/pgmio/pgmio.h"
 #include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_util.h"
-#include "test_support.h"
+#include "test_zeb_util_check_support.h"
 
 #include <gtest/gtest.h>
 
@@ -300,15 +298,7 @@ TEST(ZebReservedDocument, MissingModeOrInputIsAnInternalError)
 TEST(ZebReservedDocument, FamilyOfTheFirstInputFile)
 {
     SCRATCH_DIR dir;
-    const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device("9RX027R1B");
-    ASSERT_NE(device, nullptr);
-    PGMIO_SOF_IMAGE sof;
-    std::string error;
-    BITASM_OPTIONS options;
-    options.design_name = "family_probe";
-    options.size = 4096;
-    ASSERT_TRUE(BITASM_MGR::assemble_sof(*device, options, sof, error)) << error;
-    ASSERT_TRUE(PGMIO_SOF::write(dir.file("design.sof"), sof, error)) << error;
+    ASSERT_FALSE(check_test::make_sof(dir, "design.sof", "9RX027R1B").empty());
     corvane_test::write_file(dir.file("broken.sof"), "not an object file");
 
     const std::string mode = std::to_string(PGM_COMMON_XML_ENUM_ASX4);
