@@ -30,8 +30,8 @@ std::string make_document(int devices)
     std::ofstream out(path);
     out << "<zeb version='1'><settings mode='ASX4'/><bitstreams>";
     for (int i = 0; i < devices; ++i)
-        out << "<bitstream id='B" << i << "'><path compression='true' encryption='true' key_file1='k.key' key1='K"
-            << i << "' security_opt_no_jtag='1'>design_" << i << ".sof</path></bitstream>";
+        out << "<bitstream id='B" << i << "'><path compression='true' encryption='true' key_file1='k.key' key1='K" << i
+            << "' security_opt_no_jtag='1'>design_" << i << ".sof</path></bitstream>";
     out << "</bitstreams><flash_devices><flash_loader>7TR440PA3R1</flash_loader>";
     for (int i = 0; i < devices; ++i)
     {
@@ -95,4 +95,3 @@ void BM_save(benchmark::State& state)
 // 16 devices is a large real board; 1024 devices (65,536 partitions, about 6 MB) is a stress size.
 BENCHMARK(BM_parse)->Arg(16)->Arg(1024)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_save)->Arg(16)->Arg(1024)->Unit(benchmark::kMillisecond);
-

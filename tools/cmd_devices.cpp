@@ -19,7 +19,6 @@ std::string hex(uint64_t value, int width = 8)
     return text;
 }
 
-
 // Joins already formatted items: "a, b, c".
 template <typename LIST, typename FORMAT>
 std::string join(const LIST& list, FORMAT format, const char* separator = ", ")
@@ -42,18 +41,24 @@ std::string family_name(DEV_FAMILY_ENUM family)
 
 std::string commands_json(const std::vector<DEV_COMMAND>& commands)
 {
-    return "{" + join(commands, [](const DEV_COMMAND& c) { return cli_json_string(c.name) + ": " + cli_json_string(hex(c.code, 2)); }) +
+    return "{" +
+           join(commands,
+                [](const DEV_COMMAND& c) { return cli_json_string(c.name) + ": " + cli_json_string(hex(c.code, 2)); }) +
            "}";
 }
 
 std::string pcf_json(const PGM_PCF_FILE_INFO& pcf)
 {
-    return "{\"name\": " + cli_json_string(pcf.pcf_name) + ", \"prog_mode_mask\": " + cli_json_string(hex(pcf.prog_mode_mask)) +
+    return "{\"name\": " + cli_json_string(pcf.pcf_name) +
+           ", \"prog_mode_mask\": " + cli_json_string(hex(pcf.prog_mode_mask)) +
            ", \"virtual_prog_mode_mask\": " + cli_json_string(hex(pcf.virtual_prog_mode_mask)) +
            ", \"zeb_file_mask\": " + cli_json_string(hex(pcf.zeb_file_mask)) + "}";
 }
 
-const char* flag(bool value) { return value ? "true" : "false"; }
+const char* flag(bool value)
+{
+    return value ? "true" : "false";
+}
 
 std::string device_json(const DEV_DEVICE_RECORD& d)
 {
@@ -61,8 +66,9 @@ std::string device_json(const DEV_DEVICE_RECORD& d)
     std::ostringstream out;
     out << "  {\"name\": " << cli_json_string(d.name) << ", \"family\": " << d.family
         << ", \"family_name\": " << cli_json_string(family_name(d.family)) << ", \"device\": " << d.device
-        << ",\n   \"jtag\": {\"idcode\": " << cli_json_string(hex(d.jtag.idcode)) << ", \"ir_length\": " << d.jtag.ir_length
-        << ", \"instructions\": " << commands_json(d.jtag.instructions) << "}"
+        << ",\n   \"jtag\": {\"idcode\": " << cli_json_string(hex(d.jtag.idcode))
+        << ", \"ir_length\": " << d.jtag.ir_length << ", \"instructions\": " << commands_json(d.jtag.instructions)
+        << "}"
         << ",\n   \"config_data_size\": " << d.config_data_size << ", \"config_schemes\": ["
         << join(d.config_schemes, [](PGMIO_CONFIG_SCHEME s) { return std::to_string(s); }) << "]"
         << ",\n   \"capabilities\": {\"remote_update\": " << flag(c.remote_update) << ", \"cvp\": " << flag(c.cvp)
@@ -103,7 +109,8 @@ std::string features(const DEV_DEVICE_RECORD& d)
 {
     const DEV_CAPABILITIES& c = d.capabilities;
     std::string out;
-    auto add = [&](bool on, const std::string& word) {
+    auto add = [&](bool on, const std::string& word)
+    {
         if (on)
             out += (out.empty() ? "" : " ") + word;
     };
@@ -113,16 +120,17 @@ std::string features(const DEV_DEVICE_RECORD& d)
     add(c.partial_reconfiguration, "PR");
     add(c.design_security, "KEY" + std::to_string(c.key_length));
     add(d.has_cmf_flash_block_layout, "BLOCK=" + hex(d.cmf_flash_block_size, 0));
-    add(!d.helper_images.empty(), "HELPERS=" + join(d.helper_images,
-                                                    [](const DEV_HELPER_IMAGE& h)
-                                                    {
-                                                        return h.subtype == DEV_HELPER_SUBTYPE_QSPI   ? "QSPI"
-                                                               : h.subtype == DEV_HELPER_SUBTYPE_FUSE ? "FUSE"
-                                                                                                      : "SDMMC";
-                                                    },
-                                                    ","));
+    add(!d.helper_images.empty(), "HELPERS=" + join(
+                                                   d.helper_images,
+                                                   [](const DEV_HELPER_IMAGE& h) {
+                                                       return h.subtype == DEV_HELPER_SUBTYPE_QSPI   ? "QSPI"
+                                                              : h.subtype == DEV_HELPER_SUBTYPE_FUSE ? "FUSE"
+                                                                                                     : "SDMMC";
+                                                   },
+                                                   ","));
     add(!d.internal_flash.empty(),
-        "INTERNAL=" + join(d.internal_flash, [](const DEV_FLASH_REGION& r) { return r.name; }, ","));
+        "INTERNAL=" + join(
+                          d.internal_flash, [](const DEV_FLASH_REGION& r) { return r.name; }, ","));
     add(d.has_flash_loader, "LOADER=" + d.flash_loader.name);
     return out;
 }
@@ -195,7 +203,9 @@ int cli_mode_list_devices(const CLI_ARGS& args)
     if (json)
     {
         std::cout << "[\n"
-                  << join(devices, [](const DEV_DEVICE_RECORD* d) { return device_json(*d); }, ",\n") << "\n]\n";
+                  << join(
+                         devices, [](const DEV_DEVICE_RECORD* d) { return device_json(*d); }, ",\n")
+                  << "\n]\n";
         return CLI_OK;
     }
     std::cout << std::left << std::setw(13) << "NAME" << std::setw(17) << "FAMILY" << std::setw(7) << "NUMBER"
@@ -207,7 +217,8 @@ int cli_mode_list_devices(const CLI_ARGS& args)
                   << (std::to_string(d->family) + " " + family_name(d->family)) << std::setw(7) << d->device
                   << std::setw(12) << (d->jtag.idcode ? hex(d->jtag.idcode) : "-") << std::setw(12)
                   << hex(d->config_data_size) << std::setw(20)
-                  << join(d->config_schemes, [](PGMIO_CONFIG_SCHEME s) { return std::to_string(s); }, ",")
+                  << join(
+                         d->config_schemes, [](PGMIO_CONFIG_SCHEME s) { return std::to_string(s); }, ",")
                   << features(*d) << '\n';
     }
     return CLI_OK;
@@ -230,7 +241,9 @@ int cli_mode_list_flash_devices(const CLI_ARGS& args)
     const std::vector<const DEV_FLASH_RECORD*> devices = GFPDB_QSPI_MGR().get_devices();
     if (json)
     {
-        std::cout << "[\n" << join(devices, [](const DEV_FLASH_RECORD* f) { return flash_json(*f); }, ",\n")
+        std::cout << "[\n"
+                  << join(
+                         devices, [](const DEV_FLASH_RECORD* f) { return flash_json(*f); }, ",\n")
                   << "\n]\n";
         return CLI_OK;
     }
@@ -245,7 +258,9 @@ int cli_mode_list_flash_devices(const CLI_ARGS& args)
                   << (f->device ? std::to_string(f->device) : "-") << std::setw(12) << hex(f->size) << std::setw(12)
                   << hex(f->sector_size) << std::setw(6) << f->page_size << std::setw(7) << (f->legacy ? "yes" : "no")
                   << std::setw(11) << hex(f->silicon_id, 6) << std::setw(5) << f->address_bytes << std::setw(8)
-                  << join(f->data_widths, [](uint32_t w) { return std::to_string(w); }, ",") << f->source << '\n';
+                  << join(
+                         f->data_widths, [](uint32_t w) { return std::to_string(w); }, ",")
+                  << f->source << '\n';
     }
     return CLI_OK;
 }

@@ -28,7 +28,6 @@ bool parse_number(const std::string& text, uint64_t& value)
     return errno == 0 && end && *end == '\0' && end != text.c_str();
 }
 
-
 std::string hex_number(uint64_t value)
 {
     char text[24];

@@ -52,7 +52,8 @@ void print_wrapped(const char* text, size_t indent, size_t width)
     std::string line;
     std::string word;
     const std::string pad(indent, ' ');
-    auto flush_word = [&] {
+    auto flush_word = [&]
+    {
         if (word.empty())
             return;
         if (!line.empty() && pad.size() + line.size() + 1 + word.size() > width)
@@ -123,7 +124,8 @@ bool cli_split_options(const CLI_ARGS& args, const std::vector<std::string_view>
                        const std::vector<std::string_view>& flags, std::vector<CLI_OPTION>& options,
                        std::vector<std::string>& positional)
 {
-    auto listed = [](const std::vector<std::string_view>& list, std::string_view name) {
+    auto listed = [](const std::vector<std::string_view>& list, std::string_view name)
+    {
         for (std::string_view entry : list)
             if (entry == name)
                 return true;

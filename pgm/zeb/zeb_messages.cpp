@@ -7,6 +7,7 @@ namespace
 {
 
 // The library's messages. Texts are the user-visible wording, kept as they stand.
+// clang-format off
 constexpr MSG_RECORD k_messages[] = {
     {EZEB_FILE_IO_ERROR, "EZEB_FILE_IO_ERROR", MSG_KIND_ERROR, "Can't save or open file %1!s!"},
     {EZEB_SETTINGS_CHECK_ERROR, "EZEB_SETTINGS_CHECK_ERROR", MSG_KIND_ERROR, "Detected Corvane settings error: %1!s!"},
@@ -18,6 +19,7 @@ constexpr MSG_RECORD k_messages[] = {
     {IZEB_ZEB_SUCCESSFULLY_SAVED, "IZEB_ZEB_SUCCESSFULLY_SAVED", MSG_KIND_INFO, "Saved Corvane Setup File %1!s!"},
     {WZEB_FILE_TYPE_DOES_NOT_SUPPORT_ZEB_SETUP_FILE, "WZEB_FILE_TYPE_DOES_NOT_SUPPORT_ZEB_SETUP_FILE", MSG_KIND_WARNING, "Cannot generate Corvane Setup File (.zeb) for output file type %1!s!. The output file type can only be supported through the -c or --convert command option. Remove --save command option to avoid this warning."},
 };
+// clang-format on
 
 bool register_messages()
 {

@@ -83,9 +83,8 @@ public:
     // (nullptr when the file names none); `info`, when given, the file's flags and the device's
     // remote-update capability. On failure `message` holds the sentence for the user and `detail`
     // the reason found (the same string may serve as both; the message wins).
-    static bool precheck_input_file(const FIO_PATH& path, const PGM_DEVICE** device,
-                                    PGMIO_PRECHECK_INFO* info, std::string& message, std::string& detail,
-                                    bool check_raw_binary);
+    static bool precheck_input_file(const FIO_PATH& path, const PGM_DEVICE** device, PGMIO_PRECHECK_INFO* info,
+                                    std::string& message, std::string& detail, bool check_raw_binary);
     static bool precheck_input_file(const FIO_PATH& path, const PGM_DEVICE** device, std::string& message,
                                     std::string& detail, bool check_raw_binary);
 
@@ -109,7 +108,8 @@ public:
     static bool check_output_files(PGM_COMMON_XML_ZEB_ZEB* object, PGMIO_CONFIG_SCHEME config_mode, bool& flag1,
                                    bool& flag2, std::string& message, bool& error);
     // One output file's directory, name and target (flash device or bitstream reference).
-    static bool check_output_file_and_target(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file,
+    static bool check_output_file_and_target(PGM_COMMON_XML_ZEB_ZEB* object,
+                                             PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file,
                                              const std::vector<FIO_FILE_TYPE>& input_file_types,
                                              const std::vector<DEV_FAMILY_ENUM>& config_device_families,
                                              std::string& message, bool& error);
@@ -133,8 +133,8 @@ public:
     // The partitions of every flash device: ids, address texts and overlaps.
     static bool check_partitions(PGM_COMMON_XML_ZEB_ZEB* object, std::string& message, bool& error);
     // A start and end address (end 0: placed automatically) against the given partitions.
-    static bool check_partition_address(uint32_t start, uint32_t end, std::vector<PGM_COMMON_XML_ZEB_PARTITION*> partitions,
-                                        std::string& message);
+    static bool check_partition_address(uint32_t start, uint32_t end,
+                                        std::vector<PGM_COMMON_XML_ZEB_PARTITION*> partitions, std::string& message);
     // The flash device that an output file references, with its partitions and assignments.
     static bool check_flash_devices(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB_FLASH_DEVICE_ID* flash_device_id,
                                     const std::vector<FIO_FILE_TYPE>& input_file_types,
@@ -166,8 +166,8 @@ public:
     // unknown device or a scheme without reserved partitions gives an empty list. A block-layout
     // device with a block size of 0 is an internal error.
     static std::vector<ZEB_UTIL_PARTITION_INFO> get_reserved_partitions(PGMIO_CONFIG_SCHEME scheme,
-                                                                        DEV_FAMILY_ENUM family,
-                                                                        DEV_DEVICE_ENUM device, bool multi_image,
+                                                                        DEV_FAMILY_ENUM family, DEV_DEVICE_ENUM device,
+                                                                        bool multi_image,
                                                                         FIO_FILE_TYPE input_file_type);
 
     // True when the reserved partition `name` carries a page of its own; false for a name that is

@@ -18,7 +18,6 @@ namespace
 
 constexpr const char* k_factory_image = "FACTORY_IMAGE";
 
-
 // Page numbers are printed with "%d", as the messages always have: a page from 0x80000000 up shows
 // as a negative number.
 int as_printed(uint32_t page)
@@ -84,8 +83,8 @@ bool zeb_check_page_rules(const std::vector<std::pair<std::string, uint32_t>>& p
             if (page != 0)
             {
                 message = msg_printf("FACTORY_IMAGE have been assigned to page %d. However, FACTORY_IMAGE must always "
-                                      "be assigned to page 0.",
-                                      as_printed(page));
+                                     "be assigned to page 0.",
+                                     as_printed(page));
                 error = true;
                 return false;
             }
@@ -93,8 +92,8 @@ bool zeb_check_page_rules(const std::vector<std::pair<std::string, uint32_t>>& p
         if (std::find(pages.begin(), pages.end(), page) != pages.end())
         {
             message = msg_printf("There are more than one SOF files have been assigned to page %d. One page can only "
-                                  "has one SOF file.",
-                                  as_printed(page));
+                                 "has one SOF file.",
+                                 as_printed(page));
             error = true;
             return false;
         }
@@ -121,8 +120,8 @@ bool zeb_check_page_rules(const std::vector<std::pair<std::string, uint32_t>>& p
         if (pages[i] != pages[i - 1] + 1)
         {
             message = msg_printf("Missing page %d when adding SOF file. The page must be presented in sequence: "
-                                  "0,1,2...",
-                                  as_printed(pages[i - 1] + 1));
+                                 "0,1,2...",
+                                 as_printed(pages[i - 1] + 1));
             error = true;
             return false;
         }

@@ -22,7 +22,6 @@ constexpr const char* k_auto = "auto";
 // checked nor counted when a device's partitions are looked for assignments.
 constexpr const char* k_user_flash_partition = "UFM";
 
-
 bool contains(const std::vector<DEV_FAMILY_ENUM>& families, DEV_FAMILY_ENUM family)
 {
     return std::find(families.begin(), families.end(), family) != families.end();
@@ -239,7 +238,7 @@ bool ZEB_UTIL::check_partition_address(uint32_t start, uint32_t end,
             if (conflict)
             {
                 message = msg_printf("Flash partition address range [%08x-%08x] conflicts with range [%08x-auto]",
-                                      start, end, partition_start);
+                                     start, end, partition_start);
                 return false;
             }
             continue;
@@ -250,7 +249,7 @@ bool ZEB_UTIL::check_partition_address(uint32_t start, uint32_t end,
         if (start_inside || end_inside)
         {
             message = msg_printf("Flash partition address range [%08x-%08x] conflicts with range [%08x-%08x]", start,
-                                  end, partition_start, partition_end);
+                                 end, partition_start, partition_end);
             return false;
         }
     }

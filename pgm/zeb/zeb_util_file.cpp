@@ -15,8 +15,7 @@ namespace
 // A "FACTORY_IMAGE" partition that ends automatically needs room for the update image behind it.
 constexpr uint32_t k_factory_image_min_extra_space = 0x40000;
 
-template <class T>
-std::vector<T*> all_of(const PGM_COMMON_XML_ELEMENT* root, PGM_COMMON_XML_ENUM kind)
+template <class T> std::vector<T*> all_of(const PGM_COMMON_XML_ELEMENT* root, PGM_COMMON_XML_ENUM kind)
 {
     std::vector<T*> found;
     for (PGM_COMMON_XML_ELEMENT* element : root->get_childs(kind, true))
@@ -51,7 +50,8 @@ bool ZEB_UTIL::parse(PGM_COMMON_XML_ZEB_ZEB** object, const std::string& zeb_fil
 
     // The schema accepted the file, so the element library must too; a refusal here means the
     // two disagree, which is a defect of ours rather than of the file.
-    *object = static_cast<PGM_COMMON_XML_ZEB_ZEB*>(PGM_COMMON_XML::parse_xml(zeb_file, PGM_COMMON_XML_ZEB_DOCUMENT, error));
+    *object =
+        static_cast<PGM_COMMON_XML_ZEB_ZEB*>(PGM_COMMON_XML::parse_xml(zeb_file, PGM_COMMON_XML_ZEB_DOCUMENT, error));
     if (!*object)
         ZEB_DEBUG("Element library refused a schema-valid file: %s", error.c_str());
     ZEB_UTIL_ASSERT(*object != NULL);

@@ -29,7 +29,8 @@ const std::string k_minimal = corvane_test::source_file("examples/minimal.zeb");
 
 TEST(CliSetup, BadUsageExitsWithTwo)
 {
-    for (const char* arguments : {"", "--frobnicate x.zeb", "--ini NOEQUALS x.zeb", "--save", "--save a.zeb b.zeb c.zeb"})
+    for (const char* arguments :
+         {"", "--frobnicate x.zeb", "--ini NOEQUALS x.zeb", "--save", "--save a.zeb b.zeb c.zeb"})
     {
         PROGRAM_RUN run = corvane(arguments);
         EXPECT_EQ(run.status, 2) << arguments;
@@ -71,8 +72,9 @@ TEST(CliSetup, NoCheckSavesANormalisedDocument)
 TEST(CliSetup, SwitchesFromTheCommandLine)
 {
     SCRATCH_DIR dir;
-    corvane_test::write_file(dir.file("sof.zeb"),
-                             "<zeb><output_files><output_file name='a' directory='.' type='SOF'/></output_files></zeb>");
+    corvane_test::write_file(
+        dir.file("sof.zeb"),
+        "<zeb><output_files><output_file name='a' directory='.' type='SOF'/></output_files></zeb>");
     PROGRAM_RUN warned = corvane("--no-check --save '" + dir.file("out.zeb") + "' '" + dir.file("sof.zeb") + "'");
     EXPECT_EQ(warned.status, 0);
     EXPECT_TRUE(contains(warned.err, "Warning (20811)")) << warned.err;

@@ -58,10 +58,10 @@ TEST_F(KeyFiles, CommentsBlanksAndDuplicates)
 TEST_F(KeyFiles, MalformedFilesAreRefused)
 {
     ZEB_KEY_FILE_ASSISTANT::KEY_MAP keys;
-    EXPECT_FALSE(parse("", keys));                          // no line at all
-    EXPECT_FALSE(parse("lonely_token\n", keys));            // id without key
-    EXPECT_FALSE(parse("id   \n", keys));                   // delimiters but no key
-    EXPECT_FALSE(parse(" \t \n", keys));                    // blanks alone
+    EXPECT_FALSE(parse("", keys));               // no line at all
+    EXPECT_FALSE(parse("lonely_token\n", keys)); // id without key
+    EXPECT_FALSE(parse("id   \n", keys));        // delimiters but no key
+    EXPECT_FALSE(parse(" \t \n", keys));         // blanks alone
     EXPECT_FALSE(ZEB_KEY_FILE_ASSISTANT::parse_key_file(dir.file("absent.txt"), 256, keys));
 
     // Entries before the bad line stay in the map, but the file as a whole is not usable.

@@ -67,14 +67,14 @@ TEST(ZebFileAssistantMap, SecurityLevelsAndVoltagesFollowTheirValueRuns)
         EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_security_level(xml(PGM_COMMON_XML_ENUM_0 + level)), level);
     for (uint32_t value : {0u, 103u, 108u})
         expect_assistant_error([value] { ZEB_FILE_ASSISTANT::map_enum_to_security_level(xml(value)); },
-            "Fail to map xml enum to security level");
+                               "Fail to map xml enum to security level");
 
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(PGM_COMMON_XML_ENUM_1_5V), SVFE_PROG_VOLTAGE_1_5V);
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(PGM_COMMON_XML_ENUM_3_3V), SVFE_PROG_VOLTAGE_3_3V);
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(PGM_COMMON_XML_ENUM_5_0V), SVFE_PROG_VOLTAGE_5_0V);
     for (uint32_t value : {0u, 376u, 382u})
         expect_assistant_error([value] { ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(xml(value)); },
-            "Fail to map xml enum to svfe voltage type");
+                               "Fail to map xml enum to svfe voltage type");
 }
 
 TEST(ZebFileAssistantMap, ExtensionGivesATypeThatWritesIt)

@@ -88,9 +88,10 @@ TEST_F(ZebUtilFile, BadInputsAreReportedAsCorruptedWithTheReason)
         {"enumeration outside its list", "<zeb>\n\n<settings mode='ASX8'/></zeb>", "line 3"},
         {"missing required attribute", "<zeb><raw_files><raw_file id='r'>a.hex</raw_file></raw_files></zeb>", "type"},
         {"five mbr",
-         document_with_partitions("<mbr id='1' type='t' s_addr='0' e_addr='1'/><mbr id='2' type='t' s_addr='0' e_addr='1'/>"
-                                  "<mbr id='3' type='t' s_addr='0' e_addr='1'/><mbr id='4' type='t' s_addr='0' e_addr='1'/>"
-                                  "<mbr id='5' type='t' s_addr='0' e_addr='1'/>"),
+         document_with_partitions(
+             "<mbr id='1' type='t' s_addr='0' e_addr='1'/><mbr id='2' type='t' s_addr='0' e_addr='1'/>"
+             "<mbr id='3' type='t' s_addr='0' e_addr='1'/><mbr id='4' type='t' s_addr='0' e_addr='1'/>"
+             "<mbr id='5' type='t' s_addr='0' e_addr='1'/>"),
          "mbr"},
     };
     for (const CASE& c : cases)
@@ -159,20 +160,20 @@ TEST_F(ZebUtilFile, FactoryImageEndingAutomaticallyGetsRoomForTheUpdateImage)
         uint32_t expected;
     };
     const CASE cases[] = {
-        {"FACTORY_IMAGE", "auto", "262143", 0x40000},   // 0x3FFFF is raised
-        {"FACTORY_IMAGE", "auto", nullptr, 0x40000},    // absent means 0
-        {"FACTORY_IMAGE", "auto", "262144", 0x40000},   // 0x40000 stays
-        {"FACTORY_IMAGE", "auto", "262145", 0x40001},   // more stays
-        {"FACTORY_IMAGE", "AUTO", "0", 0},              // the keyword is lower case
-        {"FACTORY_IMAGE", "0x00FFFFFF", "0", 0},        // a fixed end needs nothing
-        {"FACTORY_IMAGE_2", "auto", "0", 0},            // a longer id is another partition
-        {"factory_image", "auto", "0", 0},              // ids compare case-sensitively
+        {"FACTORY_IMAGE", "auto", "262143", 0x40000}, // 0x3FFFF is raised
+        {"FACTORY_IMAGE", "auto", nullptr, 0x40000},  // absent means 0
+        {"FACTORY_IMAGE", "auto", "262144", 0x40000}, // 0x40000 stays
+        {"FACTORY_IMAGE", "auto", "262145", 0x40001}, // more stays
+        {"FACTORY_IMAGE", "AUTO", "0", 0},            // the keyword is lower case
+        {"FACTORY_IMAGE", "0x00FFFFFF", "0", 0},      // a fixed end needs nothing
+        {"FACTORY_IMAGE_2", "auto", "0", 0},          // a longer id is another partition
+        {"factory_image", "auto", "0", 0},            // ids compare case-sensitively
     };
     for (const CASE& c : cases)
     {
         const std::string extra = c.extra_space ? std::string(" extra_space='") + c.extra_space + "'" : "";
-        DOCUMENT document = parse_text(document_with_partitions(std::string("<partition id='") + c.id +
-                                                                "' s_addr='auto' e_addr='" + c.e_addr + "'" + extra + "/>"));
+        DOCUMENT document = parse_text(document_with_partitions(
+            std::string("<partition id='") + c.id + "' s_addr='auto' e_addr='" + c.e_addr + "'" + extra + "/>"));
         ASSERT_TRUE(document) << c.id;
         EXPECT_EQ(partition(document.get(), 0)->get_extra_space(), c.expected) << c.id << " " << c.e_addr;
     }
@@ -195,9 +196,10 @@ TEST_F(ZebUtilFile, OnlyTheFirstFactoryImageOfEachDeviceIsRaised)
 
 TEST_F(ZebUtilFile, OlderHelperImageNameReadsAsTheCurrentOne)
 {
-    DOCUMENT document = parse_text("<zeb><output_files><output_file name='o' directory='.' type='JIC'>"
-                                   "<secondary_file type='QSPI_HELPER_RBF' name='h'/><secondary_file type='MAP' name='m'/>"
-                                   "</output_file></output_files></zeb>");
+    DOCUMENT document =
+        parse_text("<zeb><output_files><output_file name='o' directory='.' type='JIC'>"
+                   "<secondary_file type='QSPI_HELPER_RBF' name='h'/><secondary_file type='MAP' name='m'/>"
+                   "</output_file></output_files></zeb>");
     ASSERT_TRUE(document);
     const auto* output = static_cast<const PGM_COMMON_XML_ZEB_OUTPUT_FILE*>(
         document->get_element(PGM_COMMON_XML_ENUM_ZEB_OUTPUT_FILE, 0, true));
@@ -269,7 +271,8 @@ TEST_F(ZebUtilFile, CommandLineOnlyTypeIsSavedOnlyWhenTheSwitchAllowsIt)
     DOCUMENT sof = parse_text(output_file_document("SOF"));
     messages.clear();
     ASSERT_TRUE(ZEB_UTIL::save(sof.get(), dir.file("sof.zeb")));
-    EXPECT_NE(messages.messages()[0].text.find("for output file type sof. "), std::string::npos) << messages.messages()[0].text;
+    EXPECT_NE(messages.messages()[0].text.find("for output file type sof. "), std::string::npos)
+        << messages.messages()[0].text;
 }
 
 TEST_F(ZebUtilFile, OnlyTheFirstOutputFileDecidesAboutCommandLineOnlyTypes)

@@ -231,8 +231,8 @@ DOCUMENT document_with_inputs(const char* mode, const std::vector<std::string>& 
     DOCUMENT document(new PGM_COMMON_XML_ZEB_ZEB);
     if (mode)
     {
-        EXPECT_TRUE(ZEB_FILE_ASSISTANT::set(document.get(), ZEB_CMD_OPT_SETTINGS,
-                                            {{ZEB_CMD_PARAM_SETTINGS_MODE, mode}}));
+        EXPECT_TRUE(
+            ZEB_FILE_ASSISTANT::set(document.get(), ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_MODE, mode}}));
     }
     for (size_t i = 0; i < inputs.size(); ++i)
         EXPECT_TRUE(ZEB_FILE_ASSISTANT::set(document.get(), ZEB_CMD_OPT_BITSTREAM,
@@ -306,7 +306,8 @@ TEST(ZebReservedDocument, FamilyOfTheFirstInputFile)
               DEV_FAMILY_RERATI);
     // No input, or a first input that does not pass its precheck: the generic family.
     EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs(mode.c_str(), {}).get()), DEV_FAMILY_GENERIC);
-    EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs(mode.c_str(), {dir.file("broken.sof"), dir.file("design.sof")}).get()),
+    EXPECT_EQ(ZEB_UTIL::get_family(
+                  document_with_inputs(mode.c_str(), {dir.file("broken.sof"), dir.file("design.sof")}).get()),
               DEV_FAMILY_GENERIC);
     EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs(mode.c_str(), {dir.file("absent.sof")}).get()),
               DEV_FAMILY_GENERIC);

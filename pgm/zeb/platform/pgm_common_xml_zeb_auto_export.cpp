@@ -101,8 +101,8 @@ PGM_COMMON_XML_ZEB_PATH::PGM_COMMON_XML_ZEB_PATH(PGM_COMMON_XML_ENUM creator)
 }
 
 PGM_COMMON_XML_ZEB_RAW_FILE::PGM_COMMON_XML_ZEB_RAW_FILE(PGM_COMMON_XML_ENUM creator)
-    : PGM_COMMON_XML_ZEB_LEAF(PGM_COMMON_XML_ENUM_ZEB_RAW_FILE, creator, PGM_COMMON_XML_VALUE_TYPE_STRING, true, "",
-                              "", &m_text)
+    : PGM_COMMON_XML_ZEB_LEAF(PGM_COMMON_XML_ENUM_ZEB_RAW_FILE, creator, PGM_COMMON_XML_VALUE_TYPE_STRING, true, "", "",
+                              &m_text)
 {
     add_attribute("bitswap", O, "false", &m_bitswap);
     add_attribute("type", R, "_INVALID__", k_file_types, &m_type);
@@ -125,23 +125,23 @@ PGM_COMMON_XML_ZEB_PARTITION::PGM_COMMON_XML_ZEB_PARTITION(PGM_COMMON_XML_ENUM c
 }
 
 PGM_COMMON_XML_ZEB_FLASH_LOADER::PGM_COMMON_XML_ZEB_FLASH_LOADER(PGM_COMMON_XML_ENUM creator)
-    : PGM_COMMON_XML_ZEB_LEAF(PGM_COMMON_XML_ENUM_ZEB_FLASH_LOADER, creator, PGM_COMMON_XML_VALUE_TYPE_STRING, true,
-                              "", "", &m_text)
+    : PGM_COMMON_XML_ZEB_LEAF(PGM_COMMON_XML_ENUM_ZEB_FLASH_LOADER, creator, PGM_COMMON_XML_VALUE_TYPE_STRING, true, "",
+                              "", &m_text)
 {
     init_check();
 }
 
 PGM_COMMON_XML_ZEB_BITSTREAM_ID::PGM_COMMON_XML_ZEB_BITSTREAM_ID(PGM_COMMON_XML_ENUM creator)
-    : PGM_COMMON_XML_ZEB_LEAF(PGM_COMMON_XML_ENUM_ZEB_BITSTREAM_ID, creator, PGM_COMMON_XML_VALUE_TYPE_STRING, true,
-                              "", "", &m_text)
+    : PGM_COMMON_XML_ZEB_LEAF(PGM_COMMON_XML_ENUM_ZEB_BITSTREAM_ID, creator, PGM_COMMON_XML_VALUE_TYPE_STRING, true, "",
+                              "", &m_text)
 {
     add_attribute("section", O, "ALL", "HPS|ALL", &m_section);
     init_check();
 }
 
 PGM_COMMON_XML_ZEB_RAW_FILE_ID::PGM_COMMON_XML_ZEB_RAW_FILE_ID(PGM_COMMON_XML_ENUM creator)
-    : PGM_COMMON_XML_ZEB_LEAF(PGM_COMMON_XML_ENUM_ZEB_RAW_FILE_ID, creator, PGM_COMMON_XML_VALUE_TYPE_STRING, true,
-                              "", "", &m_text)
+    : PGM_COMMON_XML_ZEB_LEAF(PGM_COMMON_XML_ENUM_ZEB_RAW_FILE_ID, creator, PGM_COMMON_XML_VALUE_TYPE_STRING, true, "",
+                              "", &m_text)
 {
     add_attribute("addr_mode", O, "AUTO", "AUTO|ABS|REL", &m_addr_mode);
     add_attribute("addr_offset", O, "", &m_addr_offset);
@@ -149,8 +149,8 @@ PGM_COMMON_XML_ZEB_RAW_FILE_ID::PGM_COMMON_XML_ZEB_RAW_FILE_ID(PGM_COMMON_XML_EN
 }
 
 PGM_COMMON_XML_ZEB_FLASH_DEVICE_ID::PGM_COMMON_XML_ZEB_FLASH_DEVICE_ID(PGM_COMMON_XML_ENUM creator)
-    : PGM_COMMON_XML_ZEB_LEAF(PGM_COMMON_XML_ENUM_ZEB_FLASH_DEVICE_ID, creator, PGM_COMMON_XML_VALUE_TYPE_STRING,
-                              true, "", "", &m_text)
+    : PGM_COMMON_XML_ZEB_LEAF(PGM_COMMON_XML_ENUM_ZEB_FLASH_DEVICE_ID, creator, PGM_COMMON_XML_VALUE_TYPE_STRING, true,
+                              "", "", &m_text)
 {
     init_check();
 }
@@ -538,12 +538,9 @@ PGM_COMMON_XML_ZEB_ZEB::PGM_COMMON_XML_ZEB_ZEB(PGM_COMMON_XML_ENUM creator)
 const std::vector<PGM_COMMON_XML_CHILD_RULE>& PGM_COMMON_XML_ZEB_ZEB::child_rules() const
 {
     static const std::vector<PGM_COMMON_XML_CHILD_RULE> rules = {
-        {PGM_COMMON_XML_ENUM_ZEB_SETTINGS, k_zero_or_one},
-        {PGM_COMMON_XML_ENUM_ZEB_RAW_FILES, k_zero_or_one},
-        {PGM_COMMON_XML_ENUM_ZEB_ASSIGNMENTS, k_zero_or_one},
-        {PGM_COMMON_XML_ENUM_ZEB_BITSTREAMS, k_zero_or_one},
-        {PGM_COMMON_XML_ENUM_ZEB_FLASH_DEVICES, k_zero_or_one},
-        {PGM_COMMON_XML_ENUM_ZEB_OUTPUT_FILES, k_zero_or_one},
+        {PGM_COMMON_XML_ENUM_ZEB_SETTINGS, k_zero_or_one},      {PGM_COMMON_XML_ENUM_ZEB_RAW_FILES, k_zero_or_one},
+        {PGM_COMMON_XML_ENUM_ZEB_ASSIGNMENTS, k_zero_or_one},   {PGM_COMMON_XML_ENUM_ZEB_BITSTREAMS, k_zero_or_one},
+        {PGM_COMMON_XML_ENUM_ZEB_FLASH_DEVICES, k_zero_or_one}, {PGM_COMMON_XML_ENUM_ZEB_OUTPUT_FILES, k_zero_or_one},
     };
     return rules;
 }
@@ -584,8 +581,7 @@ bool PGM_COMMON_XML_ZEB_ZEB::group_child(PGM_COMMON_XML_ELEMENT* child, bool rem
 namespace
 {
 
-template <class T>
-PGM_COMMON_XML_ELEMENT* make(PGM_COMMON_XML_ENUM creator)
+template <class T> PGM_COMMON_XML_ELEMENT* make(PGM_COMMON_XML_ENUM creator)
 {
     return new T(creator);
 }

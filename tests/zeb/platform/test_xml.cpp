@@ -78,8 +78,8 @@ TEST(XmlElementDefaults, ParsedFileOptionsWithoutAttributes)
                            "<file_options/></output_file></output_files></zeb>",
                            error);
     ASSERT_TRUE(tree) << error;
-    auto* options = static_cast<PGM_COMMON_XML_ZEB_FILE_OPTIONS*>(
-        tree->get_element(PGM_COMMON_XML_ENUM_ZEB_FILE_OPTIONS, 0, true));
+    auto* options =
+        static_cast<PGM_COMMON_XML_ZEB_FILE_OPTIONS*>(tree->get_element(PGM_COMMON_XML_ENUM_ZEB_FILE_OPTIONS, 0, true));
     ASSERT_NE(options, nullptr);
     EXPECT_EQ(options->get_attribute_text("direction"), "UP");
     EXPECT_EQ(options->get_attribute_text("s_addr"), "0");
@@ -114,7 +114,7 @@ TEST(XmlElementAttributes, WritesAreCheckedAgainstTypeAndList)
     EXPECT_TRUE(settings.write_attribute_enum("mode", PGM_COMMON_XML_ENUM_ASX4));
     EXPECT_EQ(settings.get_mode(), PGM_COMMON_XML_ENUM_ASX4);
     EXPECT_FALSE(settings.write_attribute_enum("mode", PGM_COMMON_XML_ENUM_RBF)); // not a mode
-    EXPECT_FALSE(settings.write_attribute_string("mode", "asx4"));               // names are case-sensitive
+    EXPECT_FALSE(settings.write_attribute_string("mode", "asx4"));                // names are case-sensitive
     EXPECT_EQ(settings.get_mode(), PGM_COMMON_XML_ENUM_ASX4);
     EXPECT_FALSE(settings.write_attribute_string("no_such_attribute", "x"));
 
@@ -264,7 +264,8 @@ TEST(XmlElementChildren, ChildrenKeepCanonicalOrderAndViewsFollowRemoval)
     auto* first = new PGM_COMMON_XML_ZEB_SECONDARY_FILE;
     auto* options = new PGM_COMMON_XML_ZEB_FILE_OPTIONS;
     auto* second = new PGM_COMMON_XML_ZEB_SECONDARY_FILE;
-    for (PGM_COMMON_XML_ELEMENT* child : std::initializer_list<PGM_COMMON_XML_ELEMENT*>{bitstream_id, first, options, second})
+    for (PGM_COMMON_XML_ELEMENT* child :
+         std::initializer_list<PGM_COMMON_XML_ELEMENT*>{bitstream_id, first, options, second})
         ASSERT_TRUE(PGM_COMMON_XML_ELEMENT::add_child(&output, child));
     EXPECT_EQ(output.children(), (std::vector<PGM_COMMON_XML_ELEMENT*>{options, first, second, bitstream_id}));
     EXPECT_EQ(output.get_secondary_file_list(), (std::vector<PGM_COMMON_XML_ZEB_SECONDARY_FILE*>{first, second}));
@@ -363,8 +364,10 @@ TEST(XmlSchema, EveryValidSampleIsAlsoAcceptedByTheElementLibrary)
     {
         std::string error;
         std::string detail;
-        EXPECT_TRUE(PGM_COMMON_XML::check_xsd(file, source_file("xsd/zeb.xsd"), error, detail)) << file << ": " << detail;
-        std::unique_ptr<PGM_COMMON_XML_ELEMENT> tree(PGM_COMMON_XML::parse_xml(file, PGM_COMMON_XML_ZEB_DOCUMENT, error));
+        EXPECT_TRUE(PGM_COMMON_XML::check_xsd(file, source_file("xsd/zeb.xsd"), error, detail))
+            << file << ": " << detail;
+        std::unique_ptr<PGM_COMMON_XML_ELEMENT> tree(
+            PGM_COMMON_XML::parse_xml(file, PGM_COMMON_XML_ZEB_DOCUMENT, error));
         EXPECT_TRUE(tree) << file << ": " << error;
     }
 }

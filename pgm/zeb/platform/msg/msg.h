@@ -129,7 +129,8 @@ private:
 
 // Throws MSG_INTERNAL_ERROR with the condition's own text when `condition` is false.
 #define MSG_ASSERT_AT(condition, module, source)                                                                       \
-    do {                                                                                                               \
+    do                                                                                                                 \
+    {                                                                                                                  \
         if (!(condition))                                                                                              \
             msg_internal_error(#condition, module, source, __LINE__);                                                  \
     } while (0)

@@ -122,8 +122,7 @@ XML_SCHEMA load_schema(const std::string& schema_path, std::string& error)
 
     ERROR_COLLECTOR collector;
     ERROR_SCOPE scope(collector);
-    std::unique_ptr<xmlSchemaParserCtxt, XML_SCHEMA_PARSER_DELETER> parser(
-        xmlSchemaNewParserCtxt(schema_path.c_str()));
+    std::unique_ptr<xmlSchemaParserCtxt, XML_SCHEMA_PARSER_DELETER> parser(xmlSchemaNewParserCtxt(schema_path.c_str()));
     if (!parser)
     {
         error = "cannot read the schema " + schema_path;
@@ -201,8 +200,9 @@ bool fill_element(PGM_COMMON_XML_ELEMENT* element, const xmlNode* node, const PG
             continue; // comments and processing instructions carry nothing
         const std::string child_name = reinterpret_cast<const char*>(child->name);
         const PGM_COMMON_XML_ENUM child_kind = pgm_common_xml_element_kind(child_name);
-        PGM_COMMON_XML_ELEMENT* created =
-            child_kind == PGM_COMMON_XML_ENUM__INVALID__ ? nullptr : kind.create(child_kind, element->get_element_type());
+        PGM_COMMON_XML_ELEMENT* created = child_kind == PGM_COMMON_XML_ENUM__INVALID__
+                                              ? nullptr
+                                              : kind.create(child_kind, element->get_element_type());
         if (!created)
         {
             error = line_prefix(child) + "unknown element \"" + child_name + "\"";
@@ -324,15 +324,31 @@ std::string PGM_COMMON_XML::escape(std::string_view text, bool attribute)
     {
         switch (c)
         {
-        case '&': out += "&amp;"; break;
-        case '<': out += "&lt;"; break;
-        case '>': out += "&gt;"; break;
-        case '"': out += attribute ? "&quot;" : "\""; break;
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '"':
+            out += attribute ? "&quot;" : "\"";
+            break;
         // Line ends and tabs inside attribute values would be normalised to blanks on reading.
-        case '\n': out += attribute ? "&#10;" : "\n"; break;
-        case '\t': out += attribute ? "&#9;" : "\t"; break;
-        case '\r': out += "&#13;"; break;
-        default: out += c; break;
+        case '\n':
+            out += attribute ? "&#10;" : "\n";
+            break;
+        case '\t':
+            out += attribute ? "&#9;" : "\t";
+            break;
+        case '\r':
+            out += "&#13;";
+            break;
+        default:
+            out += c;
+            break;
         }
     }
     return out;

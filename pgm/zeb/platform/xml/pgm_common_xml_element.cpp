@@ -77,8 +77,7 @@ std::string describe_counts(const PGM_COMMON_XML_ALLOWED_COUNTS& allowed)
 
 PGM_COMMON_XML_ATTRIBUTE::PGM_COMMON_XML_ATTRIBUTE(const char* name, PGM_COMMON_XML_VALUE_TYPE type, bool required,
                                                    const char* default_text, const char* values, MEMBER member)
-    : m_name(name), m_type(type), m_required(required), m_default_text(default_text), m_values(values),
-      m_member(member)
+    : m_name(name), m_type(type), m_required(required), m_default_text(default_text), m_values(values), m_member(member)
 {
 }
 
@@ -112,7 +111,8 @@ bool PGM_COMMON_XML_ATTRIBUTE::set_text(std::string_view text, std::string& erro
     case PGM_COMMON_XML_VALUE_TYPE_BOOLEAN:
         if (!parse_boolean(text, *std::get<bool*>(m_member)))
         {
-            error = "attribute \"" + std::string(m_name) + "\" must be \"true\" or \"false\", not \"" + std::string(text) + "\"";
+            error = "attribute \"" + std::string(m_name) + "\" must be \"true\" or \"false\", not \"" +
+                    std::string(text) + "\"";
             return false;
         }
         break;
@@ -130,7 +130,8 @@ bool PGM_COMMON_XML_ATTRIBUTE::set_text(std::string_view text, std::string& erro
     case PGM_COMMON_XML_VALUE_TYPE_ENUMERATION:
         if (!allows(text))
         {
-            error = "attribute \"" + std::string(m_name) + "\" must be one of " + std::string(m_values) + ", not \"" + std::string(text) + "\"";
+            error = "attribute \"" + std::string(m_name) + "\" must be one of " + std::string(m_values) + ", not \"" +
+                    std::string(text) + "\"";
             return false;
         }
         *std::get<PGM_COMMON_XML_ENUM*>(m_member) = pgm_common_xml_enum_value(text);
@@ -204,8 +205,7 @@ void PGM_COMMON_XML_ELEMENT::add_attribute(const char* name, bool required, cons
     m_attributes.emplace_back(name, PGM_COMMON_XML_VALUE_TYPE_BOOLEAN, required, default_text, "", member);
 }
 
-void PGM_COMMON_XML_ELEMENT::add_attribute(const char* name, bool required, const char* default_text,
-                                           uint32_t* member)
+void PGM_COMMON_XML_ELEMENT::add_attribute(const char* name, bool required, const char* default_text, uint32_t* member)
 {
     m_attributes.emplace_back(name, PGM_COMMON_XML_VALUE_TYPE_INTEGER, required, default_text, "", member);
 }
