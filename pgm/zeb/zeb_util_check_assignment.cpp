@@ -2,6 +2,7 @@
 // ZEB_UTIL validation: the assignment of inputs to flash partitions, the pages of partitions that
 // hold several images, and the raw data files that assignments refer to.
 #include "pgm/zeb/zeb_util.h"
+#include "pgm/zeb/zeb_util_check_pages.h"
 
 #include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_messages.h"
@@ -67,10 +68,6 @@ bool takes_part_in_page_rules(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB
 
 } // namespace
 
-// The page rules over the assignments that take part in them, as (partition id, page) in document
-// order. Kept apart from the document walk because the configuration modes that a document can
-// name reserve a single partition with pages, the factory image, so that most of these rules can
-// only be exercised directly.
 bool zeb_check_page_rules(const std::vector<std::pair<std::string, uint32_t>>& paged, std::string& message, bool& error)
 {
     std::vector<uint32_t> pages;

@@ -5,15 +5,12 @@
 
 #include "pgm/zeb/zeb_db_util.h"
 
+#include "pgm/zeb/zeb_util_check_pages.h"
+
 #include <string>
 #include <utility>
 #include <vector>
 
-// The page rules over the assignments that take part in them (zeb_util_check_assignment.cpp). The
-// configuration modes a document can name reserve one partition with pages, so most rules are
-// reached only this way.
-bool zeb_check_page_rules(const std::vector<std::pair<std::string, uint32_t>>& paged, std::string& message,
-                          bool& error);
 
 using namespace check_test;
 
