@@ -31,7 +31,9 @@ for zeb in "$root"/examples/*.zeb; do
     options=()
     [ "$name" = full.zeb ] && options+=(--no-check)
     echo "== $name"
-    if "$corvane" "${options[@]}" --save "$out/$name" "$zeb"; then
+    # What --save writes must satisfy the schema as an independent validator reads it.
+    if "$corvane" "${options[@]}" --save "$out/$name" "$zeb" &&
+        xmllint --noout --schema "$root/xsd/zeb.xsd" "$out/$name" 2>/dev/null; then
         echo "   ok: $out/$name"
     else
         status=1
