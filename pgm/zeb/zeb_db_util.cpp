@@ -116,26 +116,33 @@ std::vector<PGMIO_CONFIG_SCHEME> ZEB_DB_UTIL::get_enabled_config_modes()
     return enabled;
 }
 
+namespace
+{
+
+// The last file type in key order whose `field` equals `value`; ZEB_FILE_TYPE_NONE when none does.
+template <typename VALUE> ZEB_FILE_TYPE last_type_with(VALUE (*field)(ZEB_FILE_TYPE), VALUE value)
+{
+    ZEB_FILE_TYPE found = ZEB_FILE_TYPE_NONE;
+    for (ZEB_FILE_TYPE type : ZEB_DB::get_all_output_file_type_keys())
+        if (field(type) == value)
+            found = type;
+    return found;
+}
+
+} // namespace
+
 // Several types share an extension (three write ".rpd", five ".rbf"); the last one in key order
 // is the answer, which front ends and the setter rely on.
 ZEB_FILE_TYPE ZEB_DB_UTIL::get_zeb_file_type_enum(FIO_EXTENSION_TYPE extension)
 {
-    ZEB_FILE_TYPE found = ZEB_FILE_TYPE_NONE;
-    for (ZEB_FILE_TYPE type : ZEB_DB::get_all_output_file_type_keys())
-        if (ZEB_DB::get_fio_ext_enum(type) == extension)
-            found = type;
-    return found;
+    return last_type_with<FIO_EXTENSION_TYPE>(&ZEB_DB::get_fio_ext_enum, extension);
 }
 
 // Last match in key order, as for extensions; the value 0 is shared by every type that a setup
 // document cannot hold.
 ZEB_FILE_TYPE ZEB_DB_UTIL::get_zeb_file_type_enum(PGM_COMMON_XML_ENUM xml_enum)
 {
-    ZEB_FILE_TYPE found = ZEB_FILE_TYPE_NONE;
-    for (ZEB_FILE_TYPE type : ZEB_DB::get_all_output_file_type_keys())
-        if (ZEB_DB::get_xml_enum(type) == xml_enum)
-            found = type;
-    return found;
+    return last_type_with<PGM_COMMON_XML_ENUM>(&ZEB_DB::get_xml_enum, xml_enum);
 }
 
 bool ZEB_DB_UTIL::has_parent(ZEB_FILE_TYPE type)
