@@ -42,6 +42,30 @@ private:
     std::filesystem::path m_path;
 };
 
+// A scratch directory that is the working directory for its lifetime, for code that resolves
+// relative paths or reads files from the working directory.
+class SCRATCH_CWD
+{
+public:
+    SCRATCH_CWD() : m_previous(std::filesystem::current_path()) { std::filesystem::current_path(m_dir.path()); }
+    ~SCRATCH_CWD()
+    {
+        std::error_code ignored;
+        std::filesystem::current_path(m_previous, ignored);
+        // A test may have taken permissions away; give them back so that the folder can go.
+        std::filesystem::permissions(m_dir.path(), std::filesystem::perms::owner_all,
+                                     std::filesystem::perm_options::add, ignored);
+    }
+    SCRATCH_CWD(const SCRATCH_CWD&) = delete;
+    SCRATCH_CWD& operator=(const SCRATCH_CWD&) = delete;
+
+    const std::filesystem::path& path() const { return m_dir.path(); }
+
+private:
+    std::filesystem::path m_previous;
+    SCRATCH_DIR m_dir;
+};
+
 inline void write_file(const std::string& path, const std::string& content)
 {
     std::ofstream out(path, std::ios::binary);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // File library: path values, the extension table, file-system queries and the text streams.
 #include "pgm/zeb/platform/fio/fio.h"
+#include "test_support.h"
 
 #include <gtest/gtest.h>
 
@@ -23,35 +24,10 @@ namespace
 class FioTest : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        m_old_cwd = fs::current_path();
-        char pattern[] = "/tmp/corvane_fio_XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_dir = pattern;
-        fs::current_path(m_dir);
-    }
-
-    void TearDown() override
-    {
-        fs::current_path(m_old_cwd);
-        std::error_code ignored;
-        fs::permissions(m_dir, fs::perms::owner_all, fs::perm_options::add, ignored);
-        fs::remove_all(m_dir);
-    }
-
-    static std::string read_bytes(const fs::path& path)
-    {
-        std::ifstream in(path, std::ios::binary);
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }
-
+    static std::string read_bytes(const fs::path& path) { return corvane_test::read_file(path.string()); }
     static void write_bytes(const fs::path& path, const std::string& bytes)
     {
-        std::ofstream out(path, std::ios::binary);
-        out << bytes;
+        corvane_test::write_file(path.string(), bytes);
     }
 
     // Names of the entries of the test directory.
@@ -70,8 +46,8 @@ protected:
         return text.str();
     }
 
-    fs::path m_old_cwd;
-    fs::path m_dir;
+    corvane_test::SCRATCH_CWD m_cwd;
+    const fs::path m_dir = m_cwd.path();
 };
 
 // Every enumerator of both enums. The two enums name the same contents, so each extension

@@ -2,6 +2,7 @@
 // Switch store: file layers and overrides, line syntax, keyed switches and expiry dates.
 #include "pgm/zeb/platform/ini/pgm_common_ini.h"
 #include "pgm/zeb/platform/msg/msg.h"
+#include "test_support.h"
 
 #include <gtest/gtest.h>
 
@@ -23,31 +24,20 @@ class IniTest : public testing::Test
 protected:
     void SetUp() override
     {
-        m_old_cwd = fs::current_path();
-        char pattern[] = "/tmp/corvane_ini_XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_dir = pattern;
-        fs::current_path(m_dir);
         unsetenv("CORVANE_INI");
         PGM_COMMON_INI::reload();
     }
 
     void TearDown() override
     {
-        fs::current_path(m_old_cwd);
-        fs::remove_all(m_dir);
         unsetenv("CORVANE_INI");
         PGM_COMMON_INI::reload();
     }
 
-    void write(const fs::path& path, const std::string& text)
-    {
-        std::ofstream out(path, std::ios::binary);
-        out << text;
-    }
+    static void write(const fs::path& path, const std::string& text) { corvane_test::write_file(path.string(), text); }
 
-    fs::path m_old_cwd;
-    fs::path m_dir;
+    corvane_test::SCRATCH_CWD m_cwd;
+    const fs::path m_dir = m_cwd.path();
 };
 
 std::tm date(int year, int month, int day)
