@@ -10,6 +10,8 @@ packages=(
     zlib1g-dev libssl-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     nlohmann-json3-dev
+    liblz4-dev lz4
+    srecord binutils openocd librsvg2-bin python3 time
 )
 
 missing=()
