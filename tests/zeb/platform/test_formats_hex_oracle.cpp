@@ -9,8 +9,10 @@
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
 
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <random>
+#include <span>
 
 using namespace corvane_test;
 
@@ -47,9 +49,10 @@ uint32_t hex_field(const std::string& text, size_t at, size_t digits)
 // addresses) it writes.
 OUTCOME read_srec_cat(const std::string& path)
 {
-    const PROGRAM_RUN run = run_program("srec_cat", "'" + path + "' -I -o - -Motorola -address-length=4 "
-                                                                 "-disable=header -disable=data-count "
-                                                                 "-disable=exec-start-address");
+    const PROGRAM_RUN run = run_program("srec_cat", "'" + path +
+                                                        "' -I -o - -Motorola -address-length=4 "
+                                                        "-disable=header -disable=data-count "
+                                                        "-disable=exec-start-address");
     // A file of no data records is valid; srec_cat refuses it only because it has nothing to write.
     if (run.status != 0)
         return {run.err.find("file contains no data") != std::string::npos, {}, run.err};
@@ -114,7 +117,10 @@ public:
         {
             const uint32_t kind = pick(12);
             if (kind < 2)
-                records.push_back({uint8_t(kind == 0 ? 0x02 : 0x04), 0, be16(pick(3) == 0 ? 0xFFFF : pick(2) ? pick(8) : pick(0x10000))});
+                records.push_back({uint8_t(kind == 0 ? 0x02 : 0x04), 0,
+                                   be16(pick(3) == 0 ? 0xFFFF
+                                        : pick(2)    ? pick(8)
+                                                     : pick(0x10000))});
             else if (kind == 2)
                 records.push_back({uint8_t(pick(2) ? 0x03 : 0x05), 0, bytes(4)});
             else if (kind == 3 && !records.empty() && records.back().type == 0x00)
@@ -186,38 +192,46 @@ private:
         return text;
     }
 
+    // Draws one of `out_of` equally likely outcomes: one of the damages, or (the rest) none.
+    void damage(std::span<const std::function<void()>> damages, uint32_t out_of)
+    {
+        const uint32_t which = pick(out_of);
+        if (which < damages.size())
+            damages[which]();
+    }
+
     void damage_record(std::vector<SPEC>& records)
     {
         SPEC& one = records[pick(uint32_t(records.size()))];
-        switch (pick(20))
-        {
-        case 0: one.checksum_delta = 1; break;
-        case 1: one.count_delta = pick(2) ? 1 : -1; break;
-        case 2: one.address = uint16_t(1 + pick(0xFFFF)); break; // refused unless a data record
-        case 3: one.type = uint8_t(6 + pick(250)); break;
-        case 4: one.payload.push_back(0); break; // wrong length unless a data record
-        case 5: records.pop_back(); break;       // no end record
-        case 6: records.push_back(pick(2) ? SPEC{0x00, 0, bytes(3)} : SPEC{0x01, 0, {}}); break;
-        default: break;
-        }
+        const std::function<void()> damages[] = {
+            [&] { one.checksum_delta = 1; },
+            [&] { one.count_delta = pick(2) ? 1 : -1; },
+            [&] { one.address = uint16_t(1 + pick(0xFFFF)); }, // refused unless a data record
+            [&] { one.type = uint8_t(6 + pick(250)); },
+            [&] { one.payload.push_back(0); }, // a wrong length unless a data record
+            [&] { records.pop_back(); },       // no end record
+            [&] {
+                records.push_back(pick(2) ? SPEC{0x00, 0, bytes(3)} : SPEC{0x01, 0, {}});
+            },
+        };
+        damage(damages, 20);
     }
 
     void damage_text(std::vector<std::string>& lines)
     {
         std::string& one = lines[pick(uint32_t(lines.size()))];
         const auto at = lines.begin() + pick(uint32_t(lines.size()) + 1);
-        switch (pick(26))
-        {
-        case 0: one.insert(0, " "); break;
-        case 1: one += pick(2) ? " " : "\t"; break;
-        case 2: lines.insert(at, "; a comment"); break;
-        case 3: lines.insert(at, pick(2) ? "  " : ""); break;
-        case 4: one[1 + pick(uint32_t(one.size()) - 1)] = "gZ :"[pick(4)]; break;
-        case 5: one.pop_back(); break;
-        case 6: lines.insert(at, ":"); break;
-        case 7: one += '\r'; break;
-        default: break;
-        }
+        const std::function<void()> damages[] = {
+            [&] { one.insert(0, " "); },
+            [&] { one += pick(2) ? " " : "\t"; },
+            [&] { lines.insert(at, "; a comment"); },
+            [&] { lines.insert(at, pick(2) ? "  " : ""); },
+            [&] { one[1 + pick(uint32_t(one.size()) - 1)] = "gZ :"[pick(4)]; },
+            [&] { one.pop_back(); },
+            [&] { lines.insert(at, ":"); },
+            [&] { one += '\r'; },
+        };
+        damage(damages, 26);
     }
 
     std::mt19937 m_random;
@@ -250,11 +264,15 @@ TEST(HexOracle, NamedCasesLoadWhatTheFormatDefines)
         {"linear record runs on into the next 64 KiB",
          ":020000040001F9\n:04FFFE00AABBCCDDF1\n" + end,
          {{0x1FFFE, {0xAA, 0xBB, 0xCC, 0xDD}}}},
-        {"linear record wraps at 4 GiB", ":02000004FFFFFC\n:04FFFE00AABBCCDDF1\n" + end,
+        {"linear record wraps at 4 GiB",
+         ":02000004FFFFFC\n:04FFFE00AABBCCDDF1\n" + end,
          {{0xFFFFFFFE, {0xAA, 0xBB}}, {0, {0xCC, 0xDD}}}},
         {"a linear base replaces a segment base, out of order, lower case, CR LF",
          ":020000021000ec\r\n:020000040002f8\r\n:02001000aabb89\r\n:01000000ee11\r\n:00000001ff\r\n",
          {{0x20010, {0xAA, 0xBB}}, {0x20000, {0xEE}}}},
+        {"a start segment record marks segment addressing",
+         ":0400000312345678E5\n:04FFFE00AABBCCDDF1\n" + end,
+         {{0xFFFE, {0xAA, 0xBB}}, {0, {0xCC, 0xDD}}}},
         {"an end record alone is an empty file", end, {}},
     };
     SCRATCH_DIR dir;
