@@ -111,7 +111,7 @@ public:
 
     std::string next()
     {
-        std::vector<SPEC> records;
+        std::vector<RECORD_PLAN> records;
         uint32_t next_address = pick(0x10000);
         for (uint32_t n = 1 + pick(10); n > 0; --n)
         {
@@ -141,7 +141,7 @@ public:
         damage_record(records);
         std::vector<std::string> lines;
         const bool lower = pick(4) == 0;
-        for (const SPEC& record : records)
+        for (const RECORD_PLAN& record : records)
             lines.push_back(render(record, lower));
         damage_text(lines);
         const std::string end = pick(3) == 0 ? "\r\n" : "\n";
@@ -154,7 +154,7 @@ public:
     }
 
 private:
-    struct SPEC
+    struct RECORD_PLAN
     {
         uint8_t type = 0;
         uint16_t address = 0;
@@ -173,7 +173,7 @@ private:
     }
     static PGMIO_BYTES be16(uint32_t value) { return {uint8_t(value >> 8), uint8_t(value)}; }
 
-    static std::string render(const SPEC& record, bool lower)
+    static std::string render(const RECORD_PLAN& record, bool lower)
     {
         PGMIO_BYTES all = {uint8_t(record.payload.size() + size_t(record.count_delta)), uint8_t(record.address >> 8),
                            uint8_t(record.address), record.type};
@@ -200,9 +200,9 @@ private:
             damages[which]();
     }
 
-    void damage_record(std::vector<SPEC>& records)
+    void damage_record(std::vector<RECORD_PLAN>& records)
     {
-        SPEC& one = records[pick(uint32_t(records.size()))];
+        RECORD_PLAN& one = records[pick(uint32_t(records.size()))];
         const std::function<void()> damages[] = {
             [&] { one.checksum_delta = 1; },
             [&] { one.count_delta = pick(2) ? 1 : -1; },
@@ -211,7 +211,7 @@ private:
             [&] { one.payload.push_back(0); }, // a wrong length unless a data record
             [&] { records.pop_back(); },       // no end record
             [&] {
-                records.push_back(pick(2) ? SPEC{0x00, 0, bytes(3)} : SPEC{0x01, 0, {}});
+                records.push_back(pick(2) ? RECORD_PLAN{0x00, 0, bytes(3)} : RECORD_PLAN{0x01, 0, {}});
             },
         };
         damage(damages, 20);
