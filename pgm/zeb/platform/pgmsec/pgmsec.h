@@ -158,3 +158,9 @@ bool pgmsec_write_hek(const std::string& path, std::span<const uint8_t> kek, con
                       std::string& error);
 // Writes an owner root key file from the public key (or the key pair) in `pem_path`.
 bool pgmsec_make_hky(const std::string& pem_path, const std::string& hky_path, std::string& error);
+// Writes a key-encryption key file with a fresh random key (see pgmsec_write_hek).
+bool pgmsec_make_hek(const std::string& path, const std::string& password, std::string& error);
+// The first line of a password file (without its line end); false when it cannot be read or is empty.
+bool pgmsec_read_password_file(const std::string& path, std::string& password, std::string& error);
+// Overwrites a password before it is released.
+void pgmsec_clear_password(std::string& password);

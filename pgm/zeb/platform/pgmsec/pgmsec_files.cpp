@@ -259,3 +259,27 @@ bool pgmsec_read_hky(const std::string& path, std::array<uint8_t, 32>& hash, std
     hash = pgmio_sha256(der);
     return true;
 }
+
+bool pgmsec_make_hek(const std::string& path, const std::string& password, std::string& error)
+{
+    PGMSEC_SECRET kek(32);
+    return pgmsec_random(std::span(kek.data(), kek.size()), error) && pgmsec_write_hek(path, kek.span(), password, error);
+}
+
+bool pgmsec_read_password_file(const std::string& path, std::string& password, std::string& error)
+{
+    PGMIO_BYTES bytes;
+    if (!pgmio_read_file(path, bytes, error, 4096))
+        return false;
+    const auto end = std::find_if(bytes.begin(), bytes.end(), [](uint8_t c) { return c == '\n' || c == '\r'; });
+    password.assign(bytes.begin(), end);
+    pgmsec_cleanse(bytes);
+    if (password.empty())
+        error = "the password file '" + path + "' has an empty first line";
+    return !password.empty();
+}
+
+void pgmsec_clear_password(std::string& password)
+{
+    pgmsec_cleanse(password);
+}
