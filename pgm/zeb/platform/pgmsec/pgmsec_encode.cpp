@@ -219,6 +219,5 @@ bool pgmsec_encode_configuration(const PGMIO_CONFIG_DATA& plain, const PGMIO_SEC
                             error) ||
         !pgmsec_public_key_der(key.get(), block.public_key, error))
         return false;
-    data.signature_block = pgmsec_encode_sign_block(block);
-    return PGMIO_RBF::encode(data, image, error);
+    return pgmsec_store_sign_block(image, block, error);
 }
