@@ -101,10 +101,10 @@ bool pgmconv_write_hexout(const PGMIO_CCF::STATE& state, const std::string& path
     const bool up = state.options->hex_count_up;
     if ((up && anchor + data.size() - 1 > 0xFFFFFFFFu) || (!up && data.size() - 1 > anchor))
     {
-        error = "hex record address range " +
-                (up ? "(" + pgmio_hex_number(anchor) + ".." + pgmio_hex_number(anchor + data.size() - 1) + ")"
-                    : "ending at " + pgmio_hex_number(anchor) + " for " + std::to_string(data.size()) + " bytes") +
-                " does not fit, the available range is only (0x00000000..0xffffffff)";
+        const std::string wanted = up ? pgmio_hex_number(anchor) + ".." + pgmio_hex_number(anchor + data.size() - 1)
+                                      : "below 0 .." + pgmio_hex_number(anchor);
+        error = "hex record address range (" + wanted + ") of " + std::to_string(data.size()) +
+                " bytes does not fit, the available range is only (0x00000000..0xffffffff)";
         return false;
     }
     const uint64_t base = up ? anchor : anchor - (data.size() - 1);
