@@ -53,20 +53,31 @@ private:
     std::string m_buffer;
 };
 
-constexpr char k_hex_digits[] = "0123456789ABCDEF";
+// The two upper-case hexadecimal digits of every byte value.
+constexpr std::array<std::array<char, 2>, 256> make_hex_pairs()
+{
+    constexpr char digits[] = "0123456789ABCDEF";
+    std::array<std::array<char, 2>, 256> pairs{};
+    for (unsigned value = 0; value < 256; ++value)
+        pairs[value] = {digits[value >> 4], digits[value & 0xF]};
+    return pairs;
+}
+constexpr std::array<std::array<char, 2>, 256> k_hex_pairs = make_hex_pairs();
 
 // One hex record: ":LLAAAATT<data>CC" and a newline.
 void hex_record(std::string& out, uint8_t type, uint16_t address, std::span<const uint8_t> data)
 {
-    char line[64];
-    size_t n = 0;
+    const size_t at = out.size();
+    out.resize(at + 12 + 2 * data.size());
+    char* p = out.data() + at;
     unsigned sum = unsigned(data.size()) + (address >> 8) + (address & 0xFF) + type;
-    auto put = [&line, &n](uint8_t byte)
+    auto put = [&p](uint8_t byte)
     {
-        line[n++] = k_hex_digits[byte >> 4];
-        line[n++] = k_hex_digits[byte & 0xF];
+        p[0] = k_hex_pairs[byte][0];
+        p[1] = k_hex_pairs[byte][1];
+        p += 2;
     };
-    line[n++] = ':';
+    *p++ = ':';
     put(uint8_t(data.size()));
     put(uint8_t(address >> 8));
     put(uint8_t(address));
@@ -77,8 +88,7 @@ void hex_record(std::string& out, uint8_t type, uint16_t address, std::span<cons
         sum += byte;
     }
     put(uint8_t(0x100 - (sum & 0xFF)));
-    line[n++] = '\n';
-    out.append(line, n);
+    *p = '\n';
 }
 
 } // namespace

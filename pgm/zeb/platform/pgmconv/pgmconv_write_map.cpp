@@ -37,14 +37,7 @@ bool pgmconv_write_map(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layo
          << "# name kind start end size partition_start partition_end crc32 sha256 source\n";
     for (const PGMCONV_ITEM& item : layout.items)
     {
-        std::string sha = "-";
-        if (!item.source.is_empty())
-        {
-            PGMIO_BYTES source;
-            if (!pgmio_read_file(item.source.get_full_path(), source, error))
-                return false;
-            sha = pgmio_hex_text(pgmio_sha256(source));
-        }
+        const std::string& sha = item.source_sha.empty() ? std::string("-") : item.source_sha;
         const uint64_t end = item.size ? item.data_start + item.size - 1 : item.data_start;
         text << item.name << ' ' << kind_name(item) << ' '
              << msg_printf("0x%08llX 0x%08llX %llu 0x%08llX 0x%08llX 0x%08X ",
