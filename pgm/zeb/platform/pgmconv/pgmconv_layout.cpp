@@ -2,6 +2,7 @@
 // The flash layout: pages, raw data files, reserved partitions and the directory records placed
 // into one address map of the flash device, checked, and walked in address order.
 #include "pgm/zeb/platform/pgmconv/pgmconv_engine.h"
+#include "pgm/zeb/platform/pgmio/pgmio_precheck.h"
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
 
 #include <algorithm>
@@ -69,6 +70,16 @@ bool find_flash(const PGMIO_CCF::STATE& state, PGMCONV_LAYOUT& layout, bool& int
     GFPDB_QSPI_MGR manager;
     if (const DEV_FLASH_RECORD* flash = manager.find_device(state.flash_device))
     {
+        const auto& widths = flash->data_widths;
+        if (state.width != 0 && !widths.empty() && std::find(widths.begin(), widths.end(), state.width) == widths.end())
+        {
+            std::string allowed;
+            for (uint32_t width : widths)
+                allowed += (allowed.empty() ? "" : ", ") + std::to_string(width);
+            error = "flash device " + state.flash_device + " is not read with a data width of " +
+                    std::to_string(state.width) + " bits (it takes " + allowed + ")";
+            return false;
+        }
         layout.flash_size = flash->size;
         layout.sector = flash->sector_size ? flash->sector_size : 0x10000;
         return true;
@@ -185,6 +196,21 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
         return true;
     }
 
+    if (!state.boot_info_input.is_empty())
+    {
+        // The boot information describes the design of this input: it must be for the same device.
+        const PGM_DEVICE* device = nullptr;
+        const FIO_PATH& input = state.boot_info_input;
+        const bool read = input.get_extension_type() == FIO_EXTENSION_TYPE_RBF
+                              ? PGMIO_POFIO_UTIL_EXPORT::precheck_raw_binary_file(input, &device, nullptr, error)
+                              : PGMIO_POFIO_UTIL_EXPORT::precheck_object_file(input, &device, nullptr, error);
+        if (!read)
+            return error = "boot information input: " + error, false;
+        if (device != layout.fpga)
+            return error = "boot information input '" + input.get_full_path() + "' is for " + device->get_name() +
+                           ", the pages for " + layout.fpga->get_name(),
+                   false;
+    }
     const DEV_DEVICE_RECORD* fpga = layout.fpga->get_fpga_record();
     std::vector<PGMCONV_ITEM>& items = layout.items;
     if (fpga->has_cmf_flash_block_layout && !internal)
@@ -311,8 +337,10 @@ PGMIO_FLASH_DIR directory_of(const PGMCONV_LAYOUT& layout, const PGMCONV_ITEM& s
         PGMIO_DIR_ENTRY entry{item.name.substr(0, PGMIO_DIR_NAME_SIZE - 1), item.data_start, item.size, item.crc, 0, 0};
         if (item.kind == PGMCONV_ITEM_PAGE)
         {
+            // A sub-partition table lists a page under its table entry, the others by page number.
+            const PGMIO_CCF_PAGE& page = state.pages[item.index];
             entry.flags = PGMIO_DIR_ENTRY_IMAGE;
-            entry.page = state.pages[item.index].number;
+            entry.page = self.dir_kind == PGMIO_DIR_PARTITION_TABLE ? page.table : page.number;
         }
         else if (item.kind == PGMCONV_ITEM_RAW)
             entry.flags = PGMIO_DIR_ENTRY_RAW;
