@@ -103,6 +103,15 @@ using PGMCONV_SINK = std::function<bool(const PGMCONV_ITEM& item, uint64_t offse
 bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layout, const PGMCONV_SINK& sink,
                          std::string& error);
 
+// The two halves of a split configuration (CvP or HPS I/O first): everything but the core, and
+// the core alone.
+void pgmconv_split_configuration(const PGMIO_CONFIG_DATA& plain, PGMIO_CONFIG_DATA& first, PGMIO_CONFIG_DATA& core);
+// The core half to `core_path` and, unless `first_path` is "", the other half to `first_path`.
+bool pgmconv_write_split(const PGMIO_CCF::STATE& state, const std::string& core_path, const std::string& first_path,
+                         std::string& error);
+// "out.rbf" -> "out.core.rbf": a split configuration's file with its suffix.
+std::string pgmconv_split_path(const FIO_PATH& path, const char* suffix);
+
 // Firmware bytes from a firmware source: the firmware section of an SRAM object or configuration
 // data file, else the file's bytes. False with the reason.
 bool pgmconv_read_firmware(const FIO_PATH& path, PGMIO_BYTES& firmware, std::string& error);

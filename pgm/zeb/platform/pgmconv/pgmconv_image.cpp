@@ -99,7 +99,13 @@ bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_P
         image.source_sha = pgmio_sha256(file);
     }
     image.design_flags = image.plain.flags;
-    if (!pgmsec_encode_configuration(image.plain, page.security, *image.device, image.bytes, error))
+    // A split configuration (CvP, HPS I/O first): the flash and the .rbf hold the first half.
+    PGMIO_CONFIG_DATA first;
+    PGMIO_CONFIG_DATA core;
+    if (state.cvp || state.hps_iocsr)
+        pgmconv_split_configuration(image.plain, first, core);
+    const PGMIO_CONFIG_DATA& encoded = state.cvp || state.hps_iocsr ? first : image.plain;
+    if (!pgmsec_encode_configuration(encoded, page.security, *image.device, image.bytes, error))
     {
         error = "page " + std::to_string(page.number) + " ('" + path + "'): " + error;
         return false;
@@ -189,6 +195,16 @@ bool PGMCONV_SPILL::get(uint64_t offset, uint64_t size, PGMIO_BYTES& bytes, std:
         return false;
     }
     return true;
+}
+
+void pgmconv_split_configuration(const PGMIO_CONFIG_DATA& plain, PGMIO_CONFIG_DATA& first, PGMIO_CONFIG_DATA& core)
+{
+    first = plain;
+    first.sections.clear();
+    core = first;
+    core.flags &= ~(PGMIO_DESIGN_CVP | PGMIO_DESIGN_HPS);
+    for (const PGMIO_CONFIG_SECTION& section : plain.sections)
+        (section.tag == PGMIO_SECTION_CORE ? core : first).sections.push_back(section);
 }
 
 std::string pgmconv_sibling_path(const FIO_PATH& path, const char* extension)

@@ -100,6 +100,43 @@ bool pgmconv_write_rbf(const PGMIO_CCF::STATE& state, const std::string& path, s
            pgmio_write_file_atomic(path, image.bytes, error);
 }
 
+std::string pgmconv_split_path(const FIO_PATH& path, const char* suffix)
+{
+    FIO_PATH half = path;
+    half.set_base_name(path.get_base_name() + suffix);
+    half.set_extension("rbf");
+    return half.get_full_path();
+}
+
+bool pgmconv_write_split(const PGMIO_CCF::STATE& state, const std::string& core_path, const std::string& first_path,
+                         std::string& error)
+{
+    PGMCONV_PAGE_IMAGE image;
+    if (!first_page_image(state, image, error))
+        return false;
+    const PGMIO_CCF_PAGE* page = nullptr;
+    for (const PGMIO_CCF_PAGE& candidate : state.pages)
+        if (!page && !candidate.input.is_empty())
+            page = &candidate;
+    PGMIO_CONFIG_DATA first;
+    PGMIO_CONFIG_DATA core;
+    pgmconv_split_configuration(image.plain, first, core);
+    if (!core.find(PGMIO_SECTION_CORE) || (state.cvp && !first.find(PGMIO_SECTION_PERIPHERY)) ||
+        (!state.cvp && !first.find(PGMIO_SECTION_HPS)))
+    {
+        error = "'" + page->input.get_full_path() + "' cannot be split: the design has no " +
+                (state.cvp ? "periphery (CvP)" : "HPS") + " configuration of its own";
+        return false;
+    }
+    PGMIO_BYTES bytes;
+    if (!pgmsec_encode_configuration(core, page->security, *image.device, bytes, error) ||
+        !pgmio_write_file_atomic(core_path, bytes, error))
+        return false;
+    return first_path.empty() ||
+           (pgmsec_encode_configuration(first, page->security, *image.device, bytes, error) &&
+            pgmio_write_file_atomic(first_path, bytes, error));
+}
+
 bool pgmconv_write_hexout(const PGMIO_CCF::STATE& state, const std::string& path, std::string& error)
 {
     PGMCONV_PAGE_IMAGE image;
