@@ -2,6 +2,7 @@
 // Programming-file engine: every writer checked against an independent reader (srec_cat, objcopy,
 // dd and crc32) and our own readers; the flash layout's placement and its errors; atomic outputs.
 #include "test_support.h"
+#include "zeb/platform/test_formats_support.h"
 
 #include "pgm/zeb/platform/bitasm/bitasm.h"
 #include "pgm/zeb/platform/pgmconv/pgmconv.h"
@@ -286,6 +287,69 @@ TEST(PgmconvFlash, RawProgrammingDataOfSramObjectsWithBitSwap)
     const auto run = run_program(CORVANE_EXE, "--info " + dir.file("d.rpd"));
     EXPECT_EQ(run.status, 0) << run.output();
     EXPECT_NE(run.out.find("bits of each byte reversed"), std::string::npos);
+}
+
+// Where the first page lands, and which directory the flash carries, per kind of flash.
+TEST(PgmconvFlash, PlacementFollowsTheFlashKind)
+{
+    SCRATCH_DIR dir;
+    struct CASE
+    {
+        const char* device;
+        const char* flash;
+        const char* page_name;
+        bool options_area;
+        uint64_t page_start;
+        const char* directory;
+    };
+    const CASE cases[] = {
+        {"NR08SA", "NR08SA", "CFM0", false, 0x48000, "option bits at 0x00000000"}, // internal flash block
+        {"3ZT085F2", "CFI128M", "", true, 0x20000, "option bits at 0x00000000"},   // options area, 128 KiB sectors
+        {"5ZV066H2", "VQ64A", "", false, 0, "option bits at 0x00010000"},          // after the content
+        {"7TR440PA3R1", "VQ64A", "", false, 0x40000, "boot information at 0x00000000"},
+    };
+    for (const CASE& c : cases)
+    {
+        SCOPED_TRACE(c.flash);
+        make_sof(dir.file("d.sof"), c.device, 0x2000, 7);
+        auto ccf = new_ccf(dir.file("f.pof"));
+        ccf->get_file_options()->write_pof = true;
+        ccf->set_device(c.flash);
+        ccf->set_options_area(c.options_area);
+        ASSERT_TRUE(ccf->add_sof_file(FIO_PATH(dir.file("d.sof")), 0, 0, 0));
+        ccf->set_page_user_name(c.page_name, 0);
+        ASSERT_TRUE(PGMIO_F2P::convert_sram_files(*ccf)) << ccf->get_error();
+        PGMIO_FLASH_IMAGE flash;
+        std::string error;
+        ASSERT_TRUE(PGMIO_FLASH_FILE::read(dir.file("f.pof"), flash, error)) << error;
+        EXPECT_EQ(flash.pages.at(0).start, c.page_start);
+        const auto run = run_program(CORVANE_EXE, "--info " + dir.file("f.pof"));
+        EXPECT_EQ(run.status, 0) << run.output();
+        EXPECT_NE(run.out.find(c.directory), std::string::npos) << run.out;
+    }
+}
+
+TEST(PgmconvPartialReconfiguration, MaskAndRawBinaryOfARegion)
+{
+    SCRATCH_DIR dir;
+    const PGMIO_PMSF_IMAGE region = corvane_test::small_pmsf();
+    std::string error;
+    ASSERT_TRUE(PGMIO_PMSF::write(dir.file("r.pmsf"), region, error)) << error;
+    for (const char* output : {"r.msf", "pr.rbf"})
+    {
+        auto ccf = new_ccf(dir.file(output));
+        ASSERT_TRUE(PGMIO_PR_INTERFACE::read_pmsf_file(ccf.get(), FIO_PATH(dir.file("r.pmsf")))) << ccf->get_error();
+        ASSERT_TRUE(ccf->add_pr_sof_file(FIO_PATH(dir.file("r.pmsf")), PGMIO_CCF_AUTO, PGMIO_ADDR_AUTO, 0, 0));
+        ASSERT_TRUE(PGMIO_PR_INTERFACE::process_pr_commands(ccf.get())) << ccf->get_error();
+    }
+    PGMIO_MSF_IMAGE msf;
+    PGMIO_CONFIG_DATA config;
+    ASSERT_TRUE(PGMIO_MSF::read(dir.file("r.msf"), msf, error) && PGMIO_RBF::read(dir.file("pr.rbf"), config, error))
+        << error;
+    EXPECT_EQ(msf.mask, region.mask);
+    EXPECT_EQ(msf.region_offset, region.region_offset);
+    EXPECT_EQ(config.find(PGMIO_SECTION_CORE)->data, region.data);
+    EXPECT_EQ(config.flags, PGMIO_DESIGN_PR);
 }
 
 TEST(PgmconvChain, ElementsReadTheirFileAndHelperImagesComeFromTheCatalogue)
