@@ -262,6 +262,16 @@ TEST(PgmconvFlash, LayoutErrorsNameBothRangesAndWriteNothing)
         EXPECT_NE(ccf->get_error().find(c.message), std::string::npos) << ccf->get_error();
         EXPECT_EQ(listing(dir), before);
     }
+    // Failing half-way, after the .pof was complete, takes the .pof back too.
+    auto ccf = new_ccf(dir.file("out.pof"));
+    ccf->get_file_options()->write_pof = true;
+    ccf->set_auto_create_rpd_output(true);
+    ccf->set_auto_create_rpd_path(FIO_PATH(dir.file("missing/out.rpd")));
+    ccf->set_device("VQ64A");
+    ASSERT_TRUE(ccf->add_sof_file(FIO_PATH(dir.file("d.sof")), 0, 0, 0));
+    EXPECT_FALSE(PGMIO_F2P::convert_sram_files(*ccf));
+    EXPECT_NE(ccf->get_error().find("missing/out.rpd"), std::string::npos) << ccf->get_error();
+    EXPECT_EQ(listing(dir), before);
 }
 
 TEST(PgmconvFlash, RawProgrammingDataOfSramObjectsWithBitSwap)
@@ -303,7 +313,7 @@ TEST(PgmconvFlash, PlacementFollowsTheFlashKind)
         const char* directory;
     };
     const CASE cases[] = {
-        {"NR08SA", "NR08SA", "CFM0", false, 0x48000, "option bits at 0x00000000"}, // internal flash block
+        {"NR08SA", "NR08SA", "CFM0", false, 0x48000, "option bits at 0x00010000"}, // internal flash, UFM at 0
         {"3ZT085F2", "CFI128M", "", true, 0x20000, "option bits at 0x00000000"},   // options area, 128 KiB sectors
         {"5ZV066H2", "VQ64A", "", false, 0, "option bits at 0x00010000"},          // after the content
         {"7TR440PA3R1", "VQ64A", "", false, 0x40000, "boot information at 0x00000000"},
@@ -318,11 +328,20 @@ TEST(PgmconvFlash, PlacementFollowsTheFlashKind)
         ccf->set_options_area(c.options_area);
         ASSERT_TRUE(ccf->add_sof_file(FIO_PATH(dir.file("d.sof")), 0, 0, 0));
         ccf->set_page_user_name(c.page_name, 0);
+        // The user flash memory content comes from the device options.
+        const std::string ufm = make_raw(dir.file("ufm.bin"), 5000);
+        auto options = std::make_unique<DSET_ZB_DEV_OPTIONS_INFO>();
+        options->ufm_source = DSET_ZB_UFM_SOURCE_FILE;
+        options->ufm_source_file = dir.file("ufm.bin");
+        ccf->set_dev_options(std::move(options));
         ASSERT_TRUE(PGMIO_F2P::convert_sram_files(*ccf)) << ccf->get_error();
         PGMIO_FLASH_IMAGE flash;
         std::string error;
         ASSERT_TRUE(PGMIO_FLASH_FILE::read(dir.file("f.pof"), flash, error)) << error;
         EXPECT_EQ(flash.pages.at(0).start, c.page_start);
+        const bool has_ufm = std::any_of(flash.blocks.begin(), flash.blocks.end(), [&ufm](const PGMIO_FLASH_BLOCK& b)
+                                         { return b.address == 0 && std::string(b.data.begin(), b.data.end()) == ufm; });
+        EXPECT_EQ(has_ufm, std::string(c.device) == "NR08SA");
         const auto run = run_program(CORVANE_EXE, "--info " + dir.file("f.pof"));
         EXPECT_EQ(run.status, 0) << run.output();
         EXPECT_NE(run.out.find(c.directory), std::string::npos) << run.out;
