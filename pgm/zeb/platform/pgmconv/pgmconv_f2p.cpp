@@ -91,7 +91,7 @@ bool write_all(const PGMIO_CCF::STATE& s, STAGED_OUTPUTS& staged, std::string& e
         if (!pgmconv_write_split(s, staged.stage(pgmconv_split_path(out, ".core"), true), first, error))
             return false;
     }
-    if ((s.helper_output || (o.write_rbf && s.helper_output)) &&
+    if (s.helper_output &&
         !pgmconv_write_helper(s, staged.stage(chosen_path(s.helper_file, out, "rbf"), true), error))
         return false;
     if (o.write_hexout && !pgmconv_write_hexout(s, staged.stage(out.get_full_path(), false), error))
