@@ -620,12 +620,13 @@ bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& la
                 return false;
             if (piece.empty())
                 break;
-            crc = pgmio_crc32(piece, crc);
+            if (raw_binary)
+                crc = pgmio_crc32(piece, crc);
             if (!sink(item, offset, piece))
                 return false;
         }
         // A raw data file is read again: it must not have changed since it was measured.
-        if (crc != item.crc)
+        if (raw_binary && crc != item.crc)
         {
             error = "'" + item.source.get_full_path() + "' changed while the conversion ran";
             return false;

@@ -212,6 +212,13 @@ TEST(PgmconvFlash, EveryFlashOutputHoldsTheImagesWhereTheMapSays)
         EXPECT_EQ(run.status, 0) << run.output();
         EXPECT_NE(run.out.find("boot order:               FACTORY_IMAGE -> APP1"), std::string::npos) << run.out;
     }
+    // The .rpd of the .pof given as input is the .rpd of the layout.
+    auto of_pof = new_ccf(dir.file("again.rpd"));
+    of_pof->get_file_options()->write_rpd_from_pof = true;
+    ASSERT_TRUE(of_pof->add_sof_file(FIO_PATH(dir.file("flash.pof")), 0, 0, 0));
+    ASSERT_TRUE(PGMIO_F2P::convert_sram_files(*of_pof)) << of_pof->get_error();
+    EXPECT_TRUE(read_file(dir.file("again.rpd")) == read_file(dir.file("flash.rpd")));
+    std::filesystem::remove(dir.file("again.rpd"));
     // The same inputs give the same bytes.
     std::map<std::string, std::string> first;
     for (const std::string& name : listing(dir))
