@@ -100,7 +100,10 @@ bool write_all(const PGMIO_CCF::STATE& s, STAGED_OUTPUTS& staged, std::string& e
         return false;
 
     const bool jic = o.write_jic || s.jic_output;
-    const bool flash = o.write_pof || jic || (!s.flash_device.empty() && (o.write_rpd_from_pof || s.mem_map || s.auto_rpd));
+    // With a flash device every flash output walks its layout; without one, SRAM object files are
+    // laid out from the start address.
+    const bool flash = o.write_pof || jic ||
+                       (!s.flash_device.empty() && (o.write_rpd_from_pof || o.write_rpd_from_sof || s.mem_map || s.auto_rpd));
     if (flash || o.write_rpd_from_sof)
     {
         PGMCONV_LAYOUT layout;
