@@ -10,11 +10,11 @@
 namespace
 {
 
-constexpr uint64_t k_remote_table_size = 0x8000;   // each sub-partition table and pointer block
+constexpr uint64_t k_remote_table_size = 0x8000;    // each sub-partition table and pointer block
 constexpr uint64_t k_factory_extra_space = 0x40000; // the factory image keeps at least this free
 constexpr uint32_t k_internal_flash_sector = 0x4000;
 constexpr uint32_t k_sof_layout_sector = 0x10000;
-constexpr uint64_t k_walk_piece = uint64_t(4) << 20;   // alignment of pages laid out without a flash device
+constexpr uint64_t k_walk_piece = uint64_t(4) << 20; // alignment of pages laid out without a flash device
 
 uint64_t align_up(uint64_t value, uint64_t unit)
 {
@@ -198,7 +198,8 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
         }
         pages.push_back(std::move(item));
     }
-    std::stable_sort(pages.begin(), pages.end(), [&state](const PGMCONV_ITEM& a, const PGMCONV_ITEM& b)
+    std::stable_sort(pages.begin(), pages.end(),
+                     [&state](const PGMCONV_ITEM& a, const PGMCONV_ITEM& b)
                      { return state.pages[a.index].number < state.pages[b.index].number; });
     if (pages.empty())
     {
@@ -339,8 +340,8 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
                 item.end = uint64_t(region->start) + region->size - 1;
             }
     // Every flash layout carries a directory so that a reader of the raw bytes finds its images.
-    const bool has_directory = std::any_of(items.begin(), items.end(), [](const PGMCONV_ITEM& item)
-                                           { return item.kind == PGMCONV_ITEM_DIRECTORY; });
+    const bool has_directory = std::any_of(
+        items.begin(), items.end(), [](const PGMCONV_ITEM& item) { return item.kind == PGMCONV_ITEM_DIRECTORY; });
     if (!has_directory)
         items.push_back(directory("OPTION_BITS", PGMIO_DIR_OPTION_BITS, 0));
     return true;

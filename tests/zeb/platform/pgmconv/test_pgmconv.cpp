@@ -250,8 +250,9 @@ TEST(PgmconvFlash, LayoutErrorsNameBothRangesAndWriteNothing)
         {0x100000, 0x110000,
          "partition 'Page_0' (0x00100000..0x0012ffff) overlaps partition 'DATA' (0x00110000..0x0012ffff)"},
         {0x101000, 0x400000, "start address 0x00101000 of 'Page_0' is not on an erase sector boundary"},
-        {0x100000, 0x7F0000, "partition 'DATA' (0x007f0000..0x0080ffff) is outside the flash VQ64A, the available "
-                             "range is only (0x00000000..0x007fffff)"},
+        {0x100000, 0x7F0000,
+         "partition 'DATA' (0x007f0000..0x0080ffff) is outside the flash VQ64A, the available "
+         "range is only (0x00000000..0x007fffff)"},
     };
     const std::vector<std::string> before = listing(dir);
     for (const CASE& c : cases)
@@ -346,8 +347,10 @@ TEST(PgmconvFlash, PlacementFollowsTheFlashKind)
         std::string error;
         ASSERT_TRUE(PGMIO_FLASH_FILE::read(dir.file("f.pof"), flash, error)) << error;
         EXPECT_EQ(flash.pages.at(0).start, c.page_start);
-        const bool has_ufm = std::any_of(flash.blocks.begin(), flash.blocks.end(), [&ufm](const PGMIO_FLASH_BLOCK& b)
-                                         { return b.address == 0 && std::string(b.data.begin(), b.data.end()) == ufm; });
+        const bool has_ufm = std::any_of(flash.blocks.begin(), flash.blocks.end(),
+                                         [&ufm](const PGMIO_FLASH_BLOCK& b) {
+                                             return b.address == 0 && std::string(b.data.begin(), b.data.end()) == ufm;
+                                         });
         EXPECT_EQ(has_ufm, std::string(c.device) == "NR08SA");
         const auto run = run_program(CORVANE_EXE, "--info " + dir.file("f.pof"));
         EXPECT_EQ(run.status, 0) << run.output();
@@ -386,8 +389,8 @@ TEST(PgmconvChain, ElementsReadTheirFileAndHelperImagesComeFromTheCatalogue)
     FIO_PATH helper;
     ASSERT_TRUE(PGM_CHAIN_ELEMENT::get_helper_filename(device, helper, false, nullptr, 3));
     EXPECT_EQ(helper.get_base_name(), "HLP_ZIZIRA_FUSE");
-    EXPECT_FALSE(PGM_CHAIN_ELEMENT::get_helper_filename(
-        PGM_DEVICE_INDEX::lookup_device(std::string_view("5ZV066H2")), helper, false, nullptr, 2));
+    EXPECT_FALSE(PGM_CHAIN_ELEMENT::get_helper_filename(PGM_DEVICE_INDEX::lookup_device(std::string_view("5ZV066H2")),
+                                                        helper, false, nullptr, 2));
 
     auto* element = new PGM_CHAIN_ELEMENT(device);
     ASSERT_TRUE(PGM_CHAIN_ELEMENT::get_helper_filename(device, helper, false, nullptr, 3));
@@ -402,7 +405,8 @@ TEST(PgmconvChain, ElementsReadTheirFileAndHelperImagesComeFromTheCatalogue)
     PGMIO_HELPER_IMAGE written;
     PGMIO_SOF_IMAGE sof;
     std::string error;
-    ASSERT_TRUE(PGMIO_HELPER::read(out.get_full_path(), written, error) && PGMIO_SOF::read(dir.file("d.sof"), sof, error))
+    ASSERT_TRUE(PGMIO_HELPER::read(out.get_full_path(), written, error) &&
+                PGMIO_SOF::read(dir.file("d.sof"), sof, error))
         << error;
     EXPECT_EQ(written.subtype, DEV_HELPER_SUBTYPE_FUSE);
     EXPECT_EQ(written.config.find(PGMIO_SECTION_FIRMWARE)->data, sof.config.find(PGMIO_SECTION_FIRMWARE)->data);
@@ -438,7 +442,8 @@ TEST(PgmconvChain, ElementsReadTheirFileAndHelperImagesComeFromTheCatalogue)
     EXPECT_FALSE(std::filesystem::exists(dir.file("cvp.rbf")));
     periphery.sections.insert(periphery.sections.end(), core.sections.begin(), core.sections.end());
     std::stable_sort(periphery.sections.begin(), periphery.sections.end(),
-                     [](const auto& a, const auto& b) { return (a.tag == PGMIO_SECTION_CORE) < (b.tag == PGMIO_SECTION_CORE); });
+                     [](const auto& a, const auto& b)
+                     { return (a.tag == PGMIO_SECTION_CORE) < (b.tag == PGMIO_SECTION_CORE); });
     EXPECT_EQ(periphery.sections, cvp.config.sections);
 }
 
