@@ -22,7 +22,7 @@ public:
             std::remove(staged.c_str());
     }
     // The staging path of a target.
-    const std::string& stage(const std::string& target, bool container)
+    std::string stage(const std::string& target, bool container)
     {
         m_files.emplace_back(target, target + k_staging_suffix);
         m_container.push_back(container);
@@ -80,10 +80,19 @@ bool write_all(const PGMIO_CCF::STATE& s, STAGED_OUTPUTS& staged, std::string& e
         error = "no output file is set";
         return false;
     }
-    if (o.write_rbf && !s.helper_output && !pgmconv_write_rbf(s, staged.stage(out.get_full_path(), true), error))
+    const bool split = s.cvp || s.hps_iocsr;
+    if (o.write_rbf && !s.helper_output && !split &&
+        !pgmconv_write_rbf(s, staged.stage(out.get_full_path(), true), error))
         return false;
-    if ((s.helper_output || (o.write_rbf && s.helper_output)) &&
-        !pgmconv_write_helper(s, staged.stage(chosen_path(s.helper_file, out, "rbf"), true), error))
+    // A split configuration: the core file always, the first half as the .rbf output asks.
+    if (split)
+    {
+        const std::string first =
+            o.write_rbf ? staged.stage(pgmconv_split_path(out, s.cvp ? ".periph" : ".hps"), true) : "";
+        if (!pgmconv_write_split(s, staged.stage(pgmconv_split_path(out, ".core"), true), first, error))
+            return false;
+    }
+    if (s.helper_output && !pgmconv_write_helper(s, staged.stage(chosen_path(s.helper_file, out, "rbf"), true), error))
         return false;
     if (o.write_hexout && !pgmconv_write_hexout(s, staged.stage(out.get_full_path(), false), error))
         return false;
@@ -91,13 +100,18 @@ bool write_all(const PGMIO_CCF::STATE& s, STAGED_OUTPUTS& staged, std::string& e
         return false;
 
     const bool jic = o.write_jic || s.jic_output;
-    const bool flash = o.write_pof || jic || (!s.flash_device.empty() && (o.write_rpd_from_pof || s.mem_map || s.auto_rpd));
+    // With a flash device every flash output walks its layout; without one, SRAM object files are
+    // laid out from the start address.
+    const bool flash =
+        o.write_pof || jic ||
+        (!s.flash_device.empty() && (o.write_rpd_from_pof || o.write_rpd_from_sof || s.mem_map || s.auto_rpd));
     if (flash || o.write_rpd_from_sof)
     {
         PGMCONV_LAYOUT layout;
         if (!pgmconv_build_layout(s, flash, layout, error))
             return false;
-        if (o.write_pof && !pgmconv_write_flash_file(s, layout, false, staged.stage(target_path(out, "pof"), true), error))
+        if (o.write_pof &&
+            !pgmconv_write_flash_file(s, layout, false, staged.stage(target_path(out, "pof"), true), error))
             return false;
         if (jic && !pgmconv_write_flash_file(s, layout, true, staged.stage(target_path(out, "jic"), true), error))
             return false;

@@ -45,7 +45,7 @@ bool PGMIO_FLASH_DIR_CODEC::encode(const PGMIO_FLASH_DIR& dir, PGMIO_BYTES& byte
         return false;
     }
     PGMIO_BYTE_WRITER out;
-    out.bytes(k_magic);
+    out.u32(pgmio_tag("CVFD")); // the magic bytes "CVFD"
     out.u16(k_version);
     out.u16(dir.kind);
     out.u32(uint32_t(dir.entries.size()));
@@ -147,8 +147,8 @@ bool PGMIO_FLASH_DIR_CODEC::decode(std::span<const uint8_t> bytes, PGMIO_FLASH_D
         return false;
     if (dir.boot != PGMIO_DIR_NO_BOOT && dir.boot >= count)
     {
-        error = "flash directory boot entry " + std::to_string(dir.boot) + " does not exist (" +
-                std::to_string(count) + " entries)";
+        error = "flash directory boot entry " + std::to_string(dir.boot) + " does not exist (" + std::to_string(count) +
+                " entries)";
         return false;
     }
     return true;
