@@ -5,6 +5,7 @@
 #include "pgm/zeb/platform/fio/fio.h"
 
 #include <cstdio>
+#include <malloc.h>
 #include <cstring>
 #include <iostream>
 
@@ -26,11 +27,13 @@ constexpr CLI_MODE k_modes[] = {
      "replaced only when it was written completely. --ini sets a configuration switch for this run "
      "(see docs/switches.md)."},
     {"--make-sof", cli_mode_make_sof,
-     "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--cvp] [--hps] [--pr] [--data RAW.bin] "
-     "[--design NAME] OUT.sof",
+     "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--utilization PERCENT] [--cvp] [--hps] [--pr] "
+     "[--data RAW.bin] [--design NAME] OUT.sof",
      "Writes an SRAM object file for a device of the catalogue. Its configuration data is the content of "
      "RAW.bin (--data) or deterministic synthetic content from the seed (default 1) of the device's size or "
-     "--size bytes; --cvp, --hps and --pr declare those design capabilities, which the device must have."},
+     "--size bytes, structured like a real design: zero frames for unused resources, sparse bits in used "
+     "frames, repeated frames; --utilization sets the share of used frames (default 30); --cvp, --hps and --pr "
+     "declare those design capabilities, which the device must have."},
     {"--info", cli_mode_info, "corvane --info FILE [--json]",
      "Describes a programming file (SRAM object, configuration data, flash, mask, key, helper image, hex or "
      "chain description file): kind, device, sections with offsets, sizes and CRCs, flags, and whether every "
@@ -42,6 +45,20 @@ constexpr CLI_MODE k_modes[] = {
      "Lists the flash devices of the flash-device database: size, sector and page size, legacy flag, silicon id, "
      "address bytes and bus widths. --custom-db adds the user-defined flash devices of the *.json files in DIR; "
      "a malformed file is reported with its name and the problem."},
+    {"--sign", cli_mode_sign,
+     "corvane --sign FILE (--key PEM | --digest-out DIGEST | --signature SIG.der --public-key PUB.pem)",
+     "Signs configuration data (.rbf) generated with sign_later, in place: with an ECDSA P-384 private key; or "
+     "writes the SHA-384 digest to be signed elsewhere; or inserts a DER signature made elsewhere after verifying "
+     "it with the public key."},
+    {"--finalize-encryption", cli_mode_finalize_encryption,
+     "corvane --finalize-encryption FILE --hek HEK --key-file KEYS [--password-file F]",
+     "Wraps the design key (its id is stored in FILE, the key is read from KEYS) under the key-encryption key of "
+     "HEK and stores it in FILE, generated with finalize_encryption_later; a signature is cleared and must be "
+     "made again."},
+    {"--make-hky", cli_mode_make_hky, "corvane --make-hky PUB.pem OUT.hky",
+     "Writes the owner root key file of an ECDSA P-384 public key."},
+    {"--make-hek", cli_mode_make_hek, "corvane --make-hek OUT.hek [--password-file F]",
+     "Writes a key-encryption key file with a fresh random key (mode 0600), protected by the password of F."},
     // -- end of modes (add one row per mode above this line)
     {"--help", mode_help, "corvane --help", "Prints this text."},
     {"--version", mode_version, "corvane --version", "Prints the version."},
@@ -196,6 +213,10 @@ std::string cli_json_string(std::string_view text)
 
 int main(int argc, char** argv)
 {
+    // Buffers of a MiB or more go back to the system when freed: conversions allocate and free
+    // configuration images of tens of MiB one after the other, and the allocator's adaptive
+    // threshold would otherwise keep each of them in the heap and raise peak memory.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
     CLI_ARGS args(argv + 1, argv + argc);
     if (args.empty())
         return cli_usage_error("no setup document given");
