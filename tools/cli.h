@@ -48,4 +48,7 @@ int cli_mode_make_sof(const CLI_ARGS& args);
 int cli_mode_info(const CLI_ARGS& args);
 int cli_mode_list_devices(const CLI_ARGS& args);
 int cli_mode_list_flash_devices(const CLI_ARGS& args);
+int cli_mode_make_player(const CLI_ARGS& args);
+// Prints the STAPL text of a byte-code file (--info on .jbc); returns the exit status.
+int cli_print_jbc_text(const std::string& path);
 // -- end of modes (add one declaration per mode above this line)

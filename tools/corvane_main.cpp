@@ -42,6 +42,14 @@ constexpr CLI_MODE k_modes[] = {
      "Lists the flash devices of the flash-device database: size, sector and page size, legacy flag, silicon id, "
      "address bytes and bus widths. --custom-db adds the user-defined flash devices of the *.json files in DIR; "
      "a malformed file is reported with its name and the problem."},
+    {"--make-player", cli_mode_make_player,
+     "corvane --make-player [--frequency F] [--voltage V] CHAIN.cdf OUT.svf|OUT.jam|OUT.jbc",
+     "Writes a JTAG player file for the chain of a chain description file: serial vector format (.svf), "
+     "STAPL text (.jam) or STAPL byte-code (.jbc), by the output's extension. Each device with actions gets "
+     "its file (.sof or .rbf configuration data, .jic flash image through the flash loader, .ekp keys) with "
+     "those actions; the others stay in BYPASS. --frequency (e.g. 100KHz, 6MHz; default 10MHz) is the TCK "
+     "frequency of an .svf, --voltage (1_5V, 1_8V, 2_5V, 3_3V, 5_0V) its supply voltage. --info on a .jbc "
+     "prints its STAPL text."},
     // -- end of modes (add one row per mode above this line)
     {"--help", mode_help, "corvane --help", "Prints this text."},
     {"--version", mode_version, "corvane --version", "Prints the version."},
