@@ -23,7 +23,11 @@ constexpr WAIT_TIME k_wait_key = {1000, 20000};       // one key is stored
 constexpr WAIT_TIME k_wait_sector_erase = {0, 400000};
 constexpr WAIT_TIME k_wait_page_program = {0, 1000};
 
-constexpr uint64_t k_config_chunk = 64 * 1024; // bytes of configuration data per scan
+// Streams into a device (configuration data, flash loader commands) pass the bits meant for the
+// devices nearer TDO first; the device finds its data after a mark: the configuration data's own
+// magic, or this byte ahead of each loader command. So configuration data goes in one scan.
+constexpr uint8_t k_loader_mark = 0xA5;
+constexpr size_t k_key_bytes = 48; // key register: kind, storage, length, key padded to 48 bytes
 constexpr uint32_t k_verify_chunk = 4096;      // bytes of flash read back per scan
 
 // Status bits of the CHECK_STATUS register (32 bits) and of a serial flash's status byte.
@@ -141,11 +145,7 @@ private:
             if (!ir("PROGRAM"))
                 return false;
             wait(k_wait_program_entry);
-            for (uint64_t at = 0; at < data.size(); at += k_config_chunk)
-            {
-                const uint64_t n = std::min<uint64_t>(k_config_chunk, data.size() - at);
-                dr(PGMIO_BYTES(data.begin() + at, data.begin() + at + n), n * 8);
-            }
+            dr(data, data.size() * 8);
             comment("Start the device");
             if (!ir("STARTUP"))
                 return false;
@@ -165,11 +165,17 @@ private:
         const bool can_verify = m_dev->jtag.find_instruction("KEY_VERIFY", verify_code);
         for (const PGMIO_EKP_KEY& key : image.keys)
         {
-            // The key register takes the kind, the storage and the key bytes.
-            PGMIO_BYTES record(key.key.size() + 2);
+            if (key.key.size() > k_key_bytes)
+            {
+                m_error = "key '" + key.id + "' is longer than the " + std::to_string(k_key_bytes) +
+                          " bytes of the key register";
+                return false;
+            }
+            PGMIO_BYTES record(3 + k_key_bytes);
             record[0] = uint8_t(key.kind);
             record[1] = uint8_t(key.storage);
-            std::copy(key.key.begin(), key.key.end(), record.begin() + 2);
+            record[2] = uint8_t(key.key.size());
+            std::copy(key.key.begin(), key.key.end(), record.begin() + 3);
             if (mask & PGMIO_PGM_OP_PROGRAM)
             {
                 comment("Program key '" + key.id + "' (" + std::to_string(key.key.size()) + " bytes)");
@@ -194,7 +200,7 @@ private:
     }
 
     // ---- Flash through the flash loader: every scan under LOADER_ACCESS carries one command
-    // (opcode, address big-endian, data); the scan after a read command returns the data.
+    // (mark, opcode, address big-endian, data); the scan after a read command returns the data.
     bool flash_command(const char* name, uint8_t& opcode)
     {
         for (const DEV_COMMAND& command : m_flash->commands)
@@ -213,11 +219,12 @@ private:
         if (!flash_command(name, opcode))
             return false;
         const uint32_t address_bytes = with_address ? m_flash->address_bytes : 0;
-        PGMIO_BYTES bytes(1 + address_bytes + data.size());
-        bytes[0] = opcode;
+        PGMIO_BYTES bytes(2 + address_bytes + data.size());
+        bytes[0] = k_loader_mark;
+        bytes[1] = opcode;
         for (uint32_t i = 0; i < address_bytes; ++i)
-            bytes[1 + i] = uint8_t(address >> (8 * (address_bytes - 1 - i)));
-        std::copy(data.begin(), data.end(), bytes.begin() + 1 + address_bytes);
+            bytes[2 + i] = uint8_t(address >> (8 * (address_bytes - 1 - i)));
+        std::copy(data.begin(), data.end(), bytes.begin() + 2 + address_bytes);
         dr(bytes, bytes.size() * 8);
         return true;
     }
