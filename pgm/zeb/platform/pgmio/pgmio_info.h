@@ -3,6 +3,7 @@
 #pragma once
 
 #include "pgm/zeb/platform/fio/fio.h"
+#include "pgm/zeb/platform/pgmio/pgmio_flash_walk.h"
 
 #include <cstdint>
 #include <span>
@@ -31,6 +32,8 @@ struct PGMIO_FILE_INFO
     std::vector<std::pair<std::string, std::string>> fields; // further facts, in display order
     std::vector<PGMIO_INFO_SECTION> sections;
     std::string integrity; // "" when every check of the format passes, else the first failure
+    bool has_flash = false; // raw programming data, or a flash file with directory records: walked
+    PGMIO_FLASH_WALK flash;
 };
 
 // The reason why a file's content fails a check of its format; "" when it passes. The format is
