@@ -271,8 +271,10 @@ private:
             m_error = target.source + " holds no flash data";
             return false;
         }
+        // The flash ends up as the raw programming data of the image: from address 0 through the
+        // last sector used, 0xFF where nothing is placed.
         const uint64_t sector = m_flash->sector_size;
-        const uint64_t first = parts.begin()->first / sector * sector;
+        const uint64_t first = 0;
         const auto& [last_address, last_data] = *parts.rbegin();
         const uint64_t end = (last_address + last_data.size() + sector - 1) / sector * sector;
 
