@@ -104,6 +104,7 @@ class Device:
         self.synced = False
         self.user_mode = False
         self.keys = []
+        self.mailbox = []
         self.flash = flash
         if flash:
             self.flash_data = bytearray(int(flash["size"], 16) if isinstance(flash["size"], str) else flash["size"])
@@ -148,7 +149,7 @@ class Device:
         elif name == "LOADER_ACCESS" and self.flash and self.user_mode:
             self.reg = Register(stream=[0, list(bits_of(self.loader_out))])
             self.loader_out = b""
-        elif name in ("PROGRAM", "LOADER_ACCESS"):
+        elif name in ("PROGRAM", "LOADER_ACCESS", "SDM_MAILBOX"):
             self.reg = Register(stream=[0, []])
         else:
             self.reg = Register([0])
@@ -170,6 +171,11 @@ class Device:
             self.pending_bits = self.pending_bits[whole:]
         elif name == "KEY_PROGRAM":
             self.keys.append(bytes_of(list(self.reg.fixed)))
+        elif name == "SDM_MAILBOX" and self.user_mode:
+            message = after_mark(bits, bytes([LOADER_MARK]))
+            if message is not None:
+                data = bytes_of(message[: len(message) // 8 * 8])
+                self.mailbox.append(data[4:4 + int.from_bytes(data[:4], "little")].hex())
         elif name == "LOADER_ACCESS" and self.flash and self.user_mode:
             command = after_mark(bits, bytes([LOADER_MARK]))
             if command is not None:
@@ -263,7 +269,8 @@ class Chain:
         out = {"log": self.log, "devices": []}
         for device in self.devices:
             entry = {"name": device.name, "config": device.config.hex(), "user_mode": device.user_mode,
-                     "keys": [[key[0], key[1], key[3:3 + key[2]].hex()] for key in device.keys]}
+                     "keys": [[key[0], key[1], key[3:3 + key[2]].hex()] for key in device.keys],
+                     "mailbox": device.mailbox}
             if device.flash:
                 entry["flash"] = device.flash_data
             out["devices"].append(entry)

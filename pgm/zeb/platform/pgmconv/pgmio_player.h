@@ -35,12 +35,14 @@ struct PGMIO_PLAYER_DEVICE
         CONFIG, // configuration data into the device's SRAM
         FLASH,  // a flash image through the device's flash loader
         KEYS,   // design-security keys
+        HELPER, // a key or fuse file through the device's programming helper image
     };
     const DEV_DEVICE_RECORD* device = nullptr;
     PAYLOAD payload = NONE;
     uint32_t operation_mask = 0; // PGMIO_PGM_OP_* bits
     std::string source;          // file name of the programming file, for comments
-    PGMIO_BYTES config;          // CONFIG: the .rbf bytes; FLASH: the flash loader's image
+    PGMIO_BYTES config;          // CONFIG: the .rbf bytes; FLASH: the flash loader's image; HELPER: the helper's
+    PGMIO_BYTES helper_input;    // HELPER: the bytes of the key or fuse file
     PGMIO_FLASH_IMAGE flash;     // FLASH
     const DEV_FLASH_RECORD* flash_device = nullptr; // FLASH
     PGMIO_EKP_IMAGE keys;        // KEYS
@@ -56,9 +58,9 @@ bool pgmio_player_load_device(const std::string& device_name, const FIO_PATH& fi
 // Builds a chain from a chain description file: its actions become the operation masks. False with
 // "<file>:<line>: <reason>" or "<file>: <reason>" in `error`.
 bool pgmio_player_read_cdf(const FIO_PATH& path, PGMIO_PLAYER_CHAIN& chain, std::string& error);
-// Builds a chain from chain elements: elements with PGM_CHAIN_ELEMENT_PROCESS receive their
-// programming file with their operation mask (program and verify when it is 0), the others stay
-// in BYPASS.
+// Builds a chain from chain elements: elements with PGM_CHAIN_ELEMENT_PROCESS or an operation mask
+// receive their programming file (through their helper image when they have one) with their
+// operation mask (program and verify when it is 0); the others stay in BYPASS.
 bool pgmio_player_from_elements(const std::vector<PGM_CHAIN_ELEMENT*>& elements, PGMIO_PLAYER_CHAIN& chain,
                                 std::string& error);
 

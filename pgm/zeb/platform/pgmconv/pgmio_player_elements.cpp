@@ -12,6 +12,17 @@ std::string& last_error()
     return error;
 }
 
+// The element's catalogue record; false when it has none with a JTAG interface.
+bool jtag_record(const PGM_CHAIN_ELEMENT* element, PGMIO_PLAYER_DEVICE& device, std::string& error)
+{
+    device.device = element->get_device() ? element->get_device()->get_fpga_record() : nullptr;
+    if (device.device && device.device->jtag.ir_length != 0)
+        return true;
+    error = "device '" + (element->get_device() ? element->get_device()->get_name() : std::string("?")) +
+            "' of the chain has no JTAG interface of its own";
+    return false;
+}
+
 } // namespace
 
 bool pgmio_player_from_elements(const std::vector<PGM_CHAIN_ELEMENT*>& elements, PGMIO_PLAYER_CHAIN& chain,
@@ -27,23 +38,29 @@ bool pgmio_player_from_elements(const std::vector<PGM_CHAIN_ELEMENT*>& elements,
     {
         const std::string name = element->get_device() ? element->get_device()->get_name() : "";
         PGMIO_PLAYER_DEVICE device;
-        if (element->flags & PGM_CHAIN_ELEMENT_PROCESS)
+        const uint32_t mask = element->operation_mask ? element->operation_mask
+                                                      : uint32_t(PGMIO_PGM_OP_PROGRAM | PGMIO_PGM_OP_VERIFY);
+        if (element->get_helper_image())
         {
-            const uint32_t mask = element->operation_mask ? element->operation_mask
-                                                          : uint32_t(PGMIO_PGM_OP_PROGRAM | PGMIO_PGM_OP_VERIFY);
+            // A key or fuse file for the helper image that the element runs first.
+            const FIO_PATH& file = element->get_programming_file();
+            if (!jtag_record(element, device, error) ||
+                !PGMIO_RBF::encode(element->get_helper_image()->config, device.config, error) ||
+                !pgmio_read_file(file.get_full_path(), device.helper_input, error))
+                return false;
+            device.payload = PGMIO_PLAYER_DEVICE::HELPER;
+            device.operation_mask = mask;
+            device.source = file.get_file_name();
+        }
+        else if ((element->flags & PGM_CHAIN_ELEMENT_PROCESS) || element->operation_mask)
+        {
             if (!pgmio_player_load_device(name, element->get_programming_file(), mask, device, error))
                 return false;
         }
+        else if (!jtag_record(element, device, error))
+            return false;
         else
-        {
             device.source = "BYPASS";
-            device.device = element->get_device() ? element->get_device()->get_fpga_record() : nullptr;
-            if (!device.device || device.device->jtag.ir_length == 0)
-            {
-                error = "device '" + name + "' of the chain has no JTAG interface of its own";
-                return false;
-            }
-        }
         chain.push_back(std::move(device));
     }
     return true;

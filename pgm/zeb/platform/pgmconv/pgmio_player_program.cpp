@@ -71,6 +71,9 @@ public:
         case PGMIO_PLAYER_DEVICE::FLASH:
             return configure(target.config, PGMIO_PGM_OP_PROGRAM | PGMIO_PGM_OP_VERIFY, "flash loader image") &&
                    flash(target, mask);
+        case PGMIO_PLAYER_DEVICE::HELPER:
+            return configure(target.config, PGMIO_PGM_OP_PROGRAM | PGMIO_PGM_OP_VERIFY, "helper image") &&
+                   mailbox(target.helper_input, target.source);
         case PGMIO_PLAYER_DEVICE::NONE:
             break;
         }
@@ -156,6 +159,23 @@ private:
             comment("Check that the " + what + " arrived intact and the device runs it");
             return status(k_status_config_ok | k_status_user_mode, k_status_config_ok | k_status_user_mode);
         }
+        return true;
+    }
+
+    // The running helper image takes a key or fuse file through the mailbox: the mark, the
+    // length (u32) and the bytes.
+    bool mailbox(const PGMIO_BYTES& input, const std::string& source)
+    {
+        comment("Hand " + source + " (" + std::to_string(input.size()) + " bytes) to the helper image");
+        if (!ir("SDM_MAILBOX"))
+            return false;
+        PGMIO_BYTES bytes(5 + input.size());
+        bytes[0] = k_loader_mark;
+        for (int i = 0; i < 4; ++i)
+            bytes[1 + i] = uint8_t(input.size() >> (8 * i));
+        std::copy(input.begin(), input.end(), bytes.begin() + 5);
+        dr(bytes, bytes.size() * 8);
+        wait(k_wait_key);
         return true;
     }
 
