@@ -207,6 +207,11 @@ public:
     // file that fails (its messages are posted; later output files are not attempted); true for a
     // document without output files. A null document is an internal error.
     static bool generate(PGM_COMMON_XML_ZEB_ZEB* object);
+
+    // The files an output file writes: its own path, then one per secondary file (named, or with
+    // the output file's name), each with the extension of its type. Never fails; an output file
+    // without directory or name gives an empty list.
+    static std::vector<FIO_PATH> get_output_file_paths(PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file);
     // -- end of generation
 
 private:

@@ -8,7 +8,10 @@
 #include "pgm/zeb/zeb_messages.h"
 #include "pgm/zeb/zeb_util.h"
 
+#include <filesystem>
 #include <memory>
+#include <optional>
+#include <utility>
 #include <string>
 #include <vector>
 
@@ -67,7 +70,68 @@ bool report_engine_failure(PGMIO_CCF* ccf)
     return false;
 }
 
+// Removes, unless dismissed, the files of an output file that appeared or changed since it was
+// made: a failed output file leaves nothing of its own behind, also when an internal error ends it.
+class OUTPUT_FILE_GUARD
+{
+public:
+    explicit OUTPUT_FILE_GUARD(std::vector<FIO_PATH> paths) : m_paths(std::move(paths))
+    {
+        for (const FIO_PATH& path : m_paths)
+            m_before.push_back(stamp(path));
+    }
+    ~OUTPUT_FILE_GUARD()
+    {
+        if (m_dismissed)
+            return;
+        for (size_t i = 0; i < m_paths.size(); ++i)
+        {
+            std::error_code ignored;
+            const auto now = stamp(m_paths[i]);
+            if (now && now != m_before[i])
+                std::filesystem::remove(m_paths[i].get_full_path(), ignored);
+        }
+    }
+    OUTPUT_FILE_GUARD(const OUTPUT_FILE_GUARD&) = delete;
+    OUTPUT_FILE_GUARD& operator=(const OUTPUT_FILE_GUARD&) = delete;
+    void dismiss() { m_dismissed = true; }
+
+private:
+    using STAMP = std::optional<std::pair<std::filesystem::file_time_type, uintmax_t>>;
+    static STAMP stamp(const FIO_PATH& path)
+    {
+        std::error_code error;
+        const auto time = std::filesystem::last_write_time(path.get_full_path(), error);
+        if (error)
+            return std::nullopt;
+        const uintmax_t size = std::filesystem::file_size(path.get_full_path(), error);
+        return std::make_pair(time, error ? 0 : size);
+    }
+
+    std::vector<FIO_PATH> m_paths;
+    std::vector<STAMP> m_before;
+    bool m_dismissed = false;
+};
+
 } // namespace
+
+std::vector<FIO_PATH> ZEB_UTIL::get_output_file_paths(PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file)
+{
+    ZEB_UTIL_ASSERT(output_file);
+    std::vector<FIO_PATH> paths;
+    if (output_file->get_directory().empty() || output_file->get_name().empty())
+        return paths;
+    const auto path_of = [&](PGM_COMMON_XML_ENUM type, const std::string& name)
+    {
+        const FIO_EXTENSION_TYPE extension = ZEB_DB::get_fio_ext_enum(ZEB_DB_UTIL::get_zeb_file_type_enum(type));
+        return FIO_PATH(output_file->get_directory(), name, fio_get_extension_string(extension));
+    };
+    paths.push_back(path_of(output_file->get_type(), output_file->get_name()));
+    for (const PGM_COMMON_XML_ZEB_SECONDARY_FILE* secondary : output_file->get_secondary_file_list())
+        paths.push_back(path_of(secondary->get_type(),
+                                secondary->get_name().empty() ? output_file->get_name() : secondary->get_name()));
+    return paths;
+}
 
 bool ZEB_UTIL::generate(PGM_COMMON_XML_ZEB_ZEB* object)
 {
@@ -86,6 +150,7 @@ bool ZEB_UTIL::generate_output_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_X
     const uint32_t passes = references > 1 ? static_cast<uint32_t>(references) : 1;
     const ZEB_FILE_TYPE type = ZEB_DB_UTIL::get_zeb_file_type_enum(output_file->get_type());
 
+    OUTPUT_FILE_GUARD guard(get_output_file_paths(output_file));
     bool result = false;
     std::unique_ptr<PGMIO_CCF> ccf;
     for (uint32_t pass = 0; pass < passes; ++pass)
@@ -135,5 +200,7 @@ bool ZEB_UTIL::generate_output_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_X
         else
             ZEB_UTIL_INTERNAL_ERROR(msg_printf("Unrecognized output file type %d", static_cast<int>(type)).c_str());
     }
+    if (result)
+        guard.dismiss();
     return result;
 }
