@@ -119,6 +119,10 @@ public:
     // Whether the design configures the HPS I/O itself; `supported` receives it. False when the
     // element's design has no HPS.
     bool support_hps_iocsr(bool check, bool* supported, bool reserved) const;
+    // The helper image loaded by setup_helper_image; nullptr before.
+    const PGMIO_HELPER_IMAGE* get_helper_image() const;
+    // PGMIO_DESIGN_* of the programming file read by create_chain_element.
+    uint32_t get_design_flags() const;
 
     uint8_t flags = 0;           // PGM_CHAIN_ELEMENT_* bits
     uint32_t operation_mask = 0; // PGMIO_PGM_OP_* bits

@@ -72,7 +72,7 @@ struct PGMIO_CCF::STATE
     bool compress_player_data = false;
     bool verify_outputs = true;
 
-    std::string error;
+    mutable std::string error; // reason of the last failure; writers report through it
 
     // What to write.
     PGMIO_CONFIG_SCHEME scheme = PGMIO_CONFIG_SCHEME_ILLEGAL;
