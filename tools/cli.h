@@ -48,4 +48,8 @@ int cli_mode_make_sof(const CLI_ARGS& args);
 int cli_mode_info(const CLI_ARGS& args);
 int cli_mode_list_devices(const CLI_ARGS& args);
 int cli_mode_list_flash_devices(const CLI_ARGS& args);
+int cli_mode_sign(const CLI_ARGS& args);
+int cli_mode_finalize_encryption(const CLI_ARGS& args);
+int cli_mode_make_hky(const CLI_ARGS& args);
+int cli_mode_make_hek(const CLI_ARGS& args);
 // -- end of modes (add one declaration per mode above this line)
