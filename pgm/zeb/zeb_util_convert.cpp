@@ -127,8 +127,11 @@ bool ZEB_UTIL::convert_zeb_to_ccf_output_file(PGM_COMMON_XML_ZEB_ZEB* object,
         FIO_PATH secondary_path;
         if (!secondary->get_name().empty())
         {
+            // The secondary file's own extension: a memory map named like its flash file must not
+            // take the flash file's place.
             secondary_path = output_path;
             secondary_path.set_base_name(secondary->get_name());
+            secondary_path.set_extension(fio_get_extension_string(ZEB_DB::get_fio_ext_enum(secondary_type)));
         }
         if (result)
             result = convert_zeb_to_ccf_output_file_type(secondary_type, secondary_path, FIO_PATH(), ccf);
