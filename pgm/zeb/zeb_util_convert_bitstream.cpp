@@ -8,6 +8,8 @@
 #include "pgm/zeb/zeb_messages.h"
 #include "pgm/zeb/zeb_util.h"
 
+#include <memory>
+
 namespace
 {
 
@@ -112,6 +114,22 @@ bool check_key(const std::string& key_file, const std::string& key_id, uint32_t 
     return false;
 }
 
+// The device of a page image as the single element of the page's chain, which the CvP and HPS
+// set-up and the chain writers read. An image whose device cannot be read leaves the chain empty;
+// the writers report that image themselves.
+void add_page_device(PGMIO_CCF* ccf, const FIO_PATH& image, uint32_t page)
+{
+    auto element = std::make_unique<PGM_CHAIN_ELEMENT>(nullptr);
+    element->set_programming_file(image);
+    if (!element->create_chain_element(element.get(), true, nullptr, true, 0, false, false))
+    {
+        msg_local_vdebug("ZEB_COMMON", 2, "No chain element for page %u: %s", page, element->error().c_str());
+        return;
+    }
+    element->flags |= PGM_CHAIN_ELEMENT_PROCESS;
+    ccf->add_chain_element(element.release(), page, 0, PGMIO_CCF_AUTO);
+}
+
 } // namespace
 
 bool ZEB_UTIL::convert_zeb_to_ccf_bitstreams(PGM_COMMON_XML_ZEB_ZEB* object, PGMIO_CCF* ccf,
@@ -175,6 +193,7 @@ bool ZEB_UTIL::convert_zeb_to_ccf_bitstreams(PGM_COMMON_XML_ZEB_ZEB* object, PGM
         msg_local_vdebug("ZEB_COMMON", 2, "Successfully add page %d sof/pof/jic file %s", static_cast<int>(page),
                          image.get_full_path().c_str());
         ccf->set_page_number(page, page);
+        add_page_device(ccf, image, page);
         if (!convert_zeb_to_ccf_bitstream_properties(object, ccf, path, type, 0, page))
             return false;
         if (partition)
