@@ -334,6 +334,8 @@ bool pgmsec_describe_configuration(std::span<const uint8_t> image, PGMSEC_INFO& 
         info.fields.emplace_back("key storage", header.key_storage == PGMIO_KEY_STORAGE_BBRAM   ? "BBRAM"
                                                 : header.key_storage == PGMIO_KEY_STORAGE_EFUSE ? "eFuse"
                                                                                                 : "not given");
+        if (header.key_bytes)
+            info.fields.emplace_back("encryption algorithm", header.key_bytes == 16 ? "aes-128-gcm" : "aes-256-gcm");
         if (!header.key1.empty())
             info.fields.emplace_back("key1 id", header.key1);
         if (!header.key2.empty())
