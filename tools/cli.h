@@ -51,4 +51,8 @@ int cli_mode_list_flash_devices(const CLI_ARGS& args);
 int cli_mode_make_player(const CLI_ARGS& args);
 // Prints the STAPL text of a byte-code file (--info on .jbc); returns the exit status.
 int cli_print_jbc_text(const std::string& path);
+int cli_mode_sign(const CLI_ARGS& args);
+int cli_mode_finalize_encryption(const CLI_ARGS& args);
+int cli_mode_make_hky(const CLI_ARGS& args);
+int cli_mode_make_hek(const CLI_ARGS& args);
 // -- end of modes (add one declaration per mode above this line)

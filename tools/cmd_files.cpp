@@ -35,36 +35,6 @@ std::string hex_number(uint64_t value)
     return text;
 }
 
-void print_json(const std::string& path, const PGMIO_FILE_INFO& info)
-{
-    std::cout << "{\n  \"file\": " << cli_json_string(path) << ",\n  \"kind\": " << cli_json_string(info.kind)
-              << ",\n  \"format\": " << cli_json_string(info.format) << ",\n  \"size\": " << info.size
-              << ",\n  \"device\": " << cli_json_string(info.device) << ",\n  \"fields\": {";
-    for (size_t i = 0; i < info.fields.size(); ++i)
-        std::cout << (i ? "," : "") << "\n    " << cli_json_string(info.fields[i].first) << ": "
-                  << cli_json_string(info.fields[i].second);
-    std::cout << (info.fields.empty() ? "" : "\n  ") << "},\n  \"sections\": [";
-    for (size_t i = 0; i < info.sections.size(); ++i)
-    {
-        const PGMIO_INFO_SECTION& section = info.sections[i];
-        std::cout << (i ? "," : "") << "\n    {\"depth\": " << section.depth
-                  << ", \"tag\": " << cli_json_string(section.tag) << ", \"offset\": " << section.offset
-                  << ", \"size\": " << section.size << ", \"crc\": \"" << hex_number(section.crc)
-                  << "\", \"crc_ok\": " << (section.crc_ok ? "true" : "false") << "}";
-    }
-    std::cout << (info.sections.empty() ? "" : "\n  ") << "],\n";
-    if (info.has_flash)
-    {
-        // The flash walk's JSON, indented one level to sit inside this object.
-        std::string flash = pgmio_flash_walk_json(info.flash);
-        for (size_t at = flash.find('\n'); at != std::string::npos; at = flash.find('\n', at + 1))
-            flash.insert(at + 1, "  ");
-        std::cout << "  \"flash\": " << flash << ",\n";
-    }
-    std::cout << "  \"integrity\": {\"ok\": " << (info.integrity.empty() ? "true" : "false")
-              << ", \"reason\": " << cli_json_string(info.integrity) << "}\n}\n";
-}
-
 void print_flash_walk(const PGMIO_FLASH_WALK& walk)
 {
     std::cout << "flash layout:             " << walk.directory
@@ -209,7 +179,7 @@ int cli_mode_info(const CLI_ARGS& args)
         return CLI_FAILED;
     }
     if (json)
-        print_json(files[0], info);
+        std::cout << pgmio_info_json(files[0], info);
     else
         print_text(files[0], info);
     return info.integrity.empty() ? CLI_OK : CLI_FAILED;

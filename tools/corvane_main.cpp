@@ -50,6 +50,20 @@ constexpr CLI_MODE k_modes[] = {
      "those actions; the others stay in BYPASS. --frequency (e.g. 100KHz, 6MHz; default 10MHz) is the TCK "
      "frequency of an .svf, --voltage (1_5V, 1_8V, 2_5V, 3_3V, 5_0V) its supply voltage. --info on a .jbc "
      "prints its STAPL text."},
+    {"--sign", cli_mode_sign,
+     "corvane --sign FILE (--key PEM | --digest-out DIGEST | --signature SIG.der --public-key PUB.pem)",
+     "Signs configuration data (.rbf) generated with sign_later, in place: with an ECDSA P-384 private key; or "
+     "writes the SHA-384 digest to be signed elsewhere; or inserts a DER signature made elsewhere after verifying "
+     "it with the public key."},
+    {"--finalize-encryption", cli_mode_finalize_encryption,
+     "corvane --finalize-encryption FILE --hek HEK --key-file KEYS [--password-file F]",
+     "Wraps the design key (its id is stored in FILE, the key is read from KEYS) under the key-encryption key of "
+     "HEK and stores it in FILE, generated with finalize_encryption_later; a signature is cleared and must be "
+     "made again."},
+    {"--make-hky", cli_mode_make_hky, "corvane --make-hky PUB.pem OUT.hky",
+     "Writes the owner root key file of an ECDSA P-384 public key."},
+    {"--make-hek", cli_mode_make_hek, "corvane --make-hek OUT.hek [--password-file F]",
+     "Writes a key-encryption key file with a fresh random key (mode 0600), protected by the password of F."},
     // -- end of modes (add one row per mode above this line)
     {"--help", mode_help, "corvane --help", "Prints this text."},
     {"--version", mode_version, "corvane --version", "Prints the version."},
