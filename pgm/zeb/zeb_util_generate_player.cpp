@@ -17,14 +17,15 @@ namespace
 {
 
 // The chain of a chain description file: one element per device, processed when the file gives
-// the device an action.
-bool chain_from_description(const FIO_PATH& input, std::vector<std::unique_ptr<PGM_CHAIN_ELEMENT>>& chain)
+// the device an action. A file that cannot be read is reported against the output file.
+bool chain_from_description(const FIO_PATH& input, const FIO_PATH& output,
+                            std::vector<std::unique_ptr<PGM_CHAIN_ELEMENT>>& chain)
 {
     PGMIO_CDF_CHAIN description;
     std::string error;
     if (!PGMIO_CDF::read(input, description, error))
     {
-        msg_local_vdebug("ZEB_COMMON", 2, "%s", error.c_str());
+        zeb_post_message(EZEB_GENERIC_ERROR, {output.get_full_path(), error});
         return false;
     }
     for (const PGMIO_CDF_DEVICE& device : description.devices)
@@ -73,7 +74,7 @@ bool ZEB_UTIL::generate_player_file(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_FILE_TYP
     bool result = true;
     const FIO_EXTENSION_TYPE extension = input.get_extension_type();
     if (extension == FIO_EXTENSION_TYPE_CDF)
-        result = chain_from_description(input, own_chain);
+        result = chain_from_description(input, outputs.front(), own_chain);
     else if (extension == FIO_EXTENSION_TYPE_EKP)
         result = chain_from_programming_file(std::make_unique<PGM_CHAIN_ELEMENT>(nullptr), input, own_chain);
     else if (extension == FIO_EXTENSION_TYPE_HKY || extension == FIO_EXTENSION_TYPE_HEK ||
