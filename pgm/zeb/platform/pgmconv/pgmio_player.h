@@ -59,7 +59,7 @@ bool pgmio_player_load_device(const std::string& device_name, const FIO_PATH& fi
 // "<file>:<line>: <reason>" or "<file>: <reason>" in `error`.
 bool pgmio_player_read_cdf(const FIO_PATH& path, PGMIO_PLAYER_CHAIN& chain, std::string& error);
 // Builds a chain from chain elements: elements with PGM_CHAIN_ELEMENT_PROCESS or an operation mask
-// receive their programming file (through their helper image when they have one) with their
+// and a programming file receive it (through their helper image when they have one) with their
 // operation mask (program and verify when it is 0); the others stay in BYPASS.
 bool pgmio_player_from_elements(const std::vector<PGM_CHAIN_ELEMENT*>& elements, PGMIO_PLAYER_CHAIN& chain,
                                 std::string& error);

@@ -52,7 +52,8 @@ bool pgmio_player_from_elements(const std::vector<PGM_CHAIN_ELEMENT*>& elements,
             device.operation_mask = mask;
             device.source = file.get_file_name();
         }
-        else if ((element->flags & PGM_CHAIN_ELEMENT_PROCESS) || element->operation_mask)
+        else if (((element->flags & PGM_CHAIN_ELEMENT_PROCESS) || element->operation_mask) &&
+                 !element->get_programming_file().is_empty())
         {
             if (!pgmio_player_load_device(name, element->get_programming_file(), mask, device, error))
                 return false;
