@@ -22,12 +22,13 @@ bool generate(const std::string& zeb)
     return document && ZEB_UTIL::generate(document.get());
 }
 
-void write_zeb(const std::string& path, const std::string& type, const std::string& input,
-               const std::string& options)
+void write_zeb(const std::string& path, const std::string& type, const std::string& input, const std::string& options)
 {
     write_file(path, "<zeb version=\"1\"><settings mode=\"AVSTX8\"/><bitstreams><bitstream id=\"Bitstream_1\"><path>" +
-                         input + "</path></bitstream></bitstreams><output_files><output_file name=\"out\" "
-                         "directory=\".\" type=\"" + type + "\">" + options +
+                         input +
+                         "</path></bitstream></bitstreams><output_files><output_file name=\"out\" "
+                         "directory=\".\" type=\"" +
+                         type + "\">" + options +
                          "<bitstream_id>Bitstream_1</bitstream_id></output_file></output_files></zeb>\n");
 }
 

@@ -29,8 +29,8 @@ bool get_block(PGMIO_BYTE_READER& in, uint64_t bits, PGMIO_BYTES& data, std::str
         return false;
     if (data.size() != (bits + 7) / 8)
     {
-        error = "scan data of " + std::to_string(data.size()) + " bytes for a scan of " + std::to_string(bits) +
-                " bits";
+        error =
+            "scan data of " + std::to_string(data.size()) + " bytes for a scan of " + std::to_string(bits) + " bits";
         return false;
     }
     return true;

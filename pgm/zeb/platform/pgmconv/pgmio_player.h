@@ -45,7 +45,7 @@ struct PGMIO_PLAYER_DEVICE
     PGMIO_BYTES helper_input;    // HELPER: the bytes of the key or fuse file
     PGMIO_FLASH_IMAGE flash;     // FLASH
     const DEV_FLASH_RECORD* flash_device = nullptr; // FLASH
-    PGMIO_EKP_IMAGE keys;        // KEYS
+    PGMIO_EKP_IMAGE keys;                           // KEYS
 };
 
 using PGMIO_PLAYER_CHAIN = std::vector<PGMIO_PLAYER_DEVICE>; // from TDI to TDO

@@ -103,8 +103,7 @@ bool read_payload(const FIO_PATH& file, PGMIO_PLAYER_DEVICE& out, std::string& f
         out.payload = PGMIO_PLAYER_DEVICE::KEYS;
         return true;
     default:
-        error = "a player file cannot carry a ." + file.get_extension() +
-                " file; give a .sof, .rbf, .jic or .ekp file";
+        error = "a player file cannot carry a ." + file.get_extension() + " file; give a .sof, .rbf, .jic or .ekp file";
         return false;
     }
 }

@@ -77,8 +77,8 @@ bool pgmio_player_decompress(std::span<const uint8_t> stream, PGMIO_BYTES& data,
         error = "compressed data shorter than its length field";
         return false;
     }
-    const uint64_t size = uint64_t(stream[0]) | uint64_t(stream[1]) << 8 | uint64_t(stream[2]) << 16 |
-                          uint64_t(stream[3]) << 24;
+    const uint64_t size =
+        uint64_t(stream[0]) | uint64_t(stream[1]) << 8 | uint64_t(stream[2]) << 16 | uint64_t(stream[3]) << 24;
     // Every token yields at most 130 bytes from at least 1 byte of input: a bound before reserving.
     if (size > (stream.size() - 4) * k_max_match)
     {

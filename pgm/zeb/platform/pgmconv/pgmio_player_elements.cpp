@@ -38,8 +38,8 @@ bool pgmio_player_from_elements(const std::vector<PGM_CHAIN_ELEMENT*>& elements,
     {
         const std::string name = element->get_device() ? element->get_device()->get_name() : "";
         PGMIO_PLAYER_DEVICE device;
-        const uint32_t mask = element->operation_mask ? element->operation_mask
-                                                      : uint32_t(PGMIO_PGM_OP_PROGRAM | PGMIO_PGM_OP_VERIFY);
+        const uint32_t mask =
+            element->operation_mask ? element->operation_mask : uint32_t(PGMIO_PGM_OP_PROGRAM | PGMIO_PGM_OP_VERIFY);
         if (element->get_helper_image())
         {
             // A key or fuse file for the helper image that the element runs first.

@@ -27,8 +27,8 @@ constexpr WAIT_TIME k_wait_page_program = {0, 1000};
 // devices nearer TDO first; the device finds its data after a mark: the configuration data's own
 // magic, or this byte ahead of each loader command. So configuration data goes in one scan.
 constexpr uint8_t k_loader_mark = 0xA5;
-constexpr size_t k_key_bytes = 48; // key register: kind, storage, length, key padded to 48 bytes
-constexpr uint32_t k_verify_chunk = 4096;      // bytes of flash read back per scan
+constexpr size_t k_key_bytes = 48;        // key register: kind, storage, length, key padded to 48 bytes
+constexpr uint32_t k_verify_chunk = 4096; // bytes of flash read back per scan
 
 // Status bits of the CHECK_STATUS register (32 bits) and of a serial flash's status byte.
 constexpr uint32_t k_status_config_ok = 0x1; // the configuration data arrived complete and intact
@@ -232,8 +232,7 @@ private:
         m_error = "flash device " + m_flash->name + " has no command " + name;
         return false;
     }
-    bool command(const char* name, bool with_address = false, uint64_t address = 0,
-                 std::span<const uint8_t> data = {})
+    bool command(const char* name, bool with_address = false, uint64_t address = 0, std::span<const uint8_t> data = {})
     {
         uint8_t opcode = 0;
         if (!flash_command(name, opcode))
@@ -277,7 +276,8 @@ private:
         m_flash = target.flash_device;
         if (m_flash->family != DEV_FAMILY_VIVERI)
         {
-            m_error = "flash device " + m_flash->name + " is not a serial flash; player files program serial flash only";
+            m_error =
+                "flash device " + m_flash->name + " is not a serial flash; player files program serial flash only";
             return false;
         }
         // The flash content: the option bits and the data blocks.
@@ -328,8 +328,7 @@ private:
                 for (uint64_t at = address; at < address + data.size();)
                 {
                     const uint64_t n = std::min<uint64_t>(page - at % page, address + data.size() - at);
-                    if (!command("WRITE_ENABLE") ||
-                        !command("PAGE_PROGRAM", true, at, data.subspan(at - address, n)))
+                    if (!command("WRITE_ENABLE") || !command("PAGE_PROGRAM", true, at, data.subspan(at - address, n)))
                         return false;
                     wait(k_wait_page_program);
                     if (!not_busy())

@@ -10,8 +10,8 @@
 namespace
 {
 
-constexpr uint64_t k_inline_bits = 32;     // longer scan values go into the DATA block
-constexpr size_t k_literal_line = 96;      // characters of a compressed literal per line
+constexpr uint64_t k_inline_bits = 32; // longer scan values go into the DATA block
+constexpr size_t k_literal_line = 96;  // characters of a compressed literal per line
 // The 64 digits of a compressed literal; each carries 6 bits of the compressed stream, lowest first.
 constexpr char k_digits[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_@";
 
@@ -109,7 +109,8 @@ public:
         {
             const uint8_t code[4] = {uint8_t(step.value), uint8_t(step.value >> 8), uint8_t(step.value >> 16),
                                      uint8_t(step.value >> 24)};
-            procedure += "    IRSCAN " + std::to_string(step.length) + ", $" + pgmio_jtag_hex(code, step.length) + ";\n";
+            procedure +=
+                "    IRSCAN " + std::to_string(step.length) + ", $" + pgmio_jtag_hex(code, step.length) + ";\n";
             break;
         }
         case PGMIO_JTAG_OP::DR:

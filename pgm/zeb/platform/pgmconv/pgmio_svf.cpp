@@ -146,8 +146,7 @@ std::string PGMIO_SVF::voltage_text(int voltage)
     return voltage >= 0 && voltage < int(std::size(k_voltages)) ? k_voltages[voltage] : "";
 }
 
-bool PGMIO_SVF::create_output_file(const PGMIO_PLAYER_CHAIN& chain, const std::string& frequency,
-                                   const FIO_PATH& path)
+bool PGMIO_SVF::create_output_file(const PGMIO_PLAYER_CHAIN& chain, const std::string& frequency, const FIO_PATH& path)
 {
     long hz = 0;
     if (!convert_frequency_string_to_uint(frequency, hz, m_error))
