@@ -76,6 +76,22 @@ class Register:
             return self.stream[1][self.stream[0]]
         return 0
 
+    def shift_many(self, bits):
+        """Shifts a run of bits; returns the bits that come out."""
+        n = len(bits)
+        if self.fixed is not None:
+            combined = list(self.fixed) + bits
+            self.fixed = deque(combined[n:])
+            out = combined[:n]
+        else:
+            at, source = (self.stream[0], self.stream[1]) if self.stream else (0, [])
+            out = source[at:at + n]
+            out += [0] * (n - len(out))
+            if self.stream:
+                self.stream[0] += n
+        self.shifted += bits
+        return out
+
     def shift(self, bit):
         out = self.lsb()
         if self.fixed is not None:
@@ -249,7 +265,21 @@ class Chain:
     def bitbang(self, data):
         """Handles remote_bitbang characters; returns the bytes to send back."""
         reply = bytearray()
-        for c in data:
+        i, end = 0, len(data)
+        while i < end:
+            c = data[i]
+            # Fast path: a run of clocks in Shift-DR with TMS low and no TDO read.
+            if self.state == SH_DR and c in (0x30, 0x31) and i + 1 < end and data[i + 1] == c + 4:
+                j, bits = i, []
+                while j + 1 < end and data[j] in (0x30, 0x31) and data[j + 1] == data[j] + 4:
+                    bits.append(data[j] & 1)
+                    j += 2
+                for device in self.devices:
+                    bits = device.reg.shift_many(bits)
+                self.tck = 1
+                i = j
+                continue
+            i += 1
             if 0x30 <= c <= 0x37:
                 value = c - 0x30
                 tck = value >> 2

@@ -206,7 +206,7 @@ class Bitbang:
                 reads += 1
             out.append(0x34 + (tms << 1 | tdi))
         self.sock.sendall(bytes(out))
-        got = b""
+        got = bytearray()
         while len(got) < reads:
             more = self.sock.recv(reads - len(got))
             if not more:
@@ -214,12 +214,18 @@ class Bitbang:
             got += more
         return [1 if c == ord("1") else 0 for c in got]
 
-    def scan(self, ir, value, n):
+    def scan(self, ir, value, n, read=False):
         path = [(1, 0, False), (1, 0, False), (0, 0, False), (0, 0, False)] if ir else \
             [(1, 0, False), (0, 0, False), (0, 0, False)]
-        shift = [(1 if i == n - 1 else 0, (value >> i) & 1, True) for i in range(n)]
+        data = value.to_bytes((n + 7) // 8, "little")
+        tdi = [(data[i >> 3] >> (i & 7)) & 1 for i in range(n)]
+        shift = [(0, bit, read) for bit in tdi]
+        shift[-1] = (1, tdi[-1], read)
         bits = self.run(path + shift + [(1, 0, False), (0, 0, False)])
-        return sum(bit << i for i, bit in enumerate(bits))
+        packed = bytearray((len(bits) + 7) // 8)
+        for i, bit in enumerate(bits):
+            packed[i >> 3] |= bit << (i & 7)
+        return int.from_bytes(packed, "little")
 
     def close(self):
         self.sock.sendall(b"Q")
@@ -243,7 +249,7 @@ def execute(steps, jtag):
             jtag.scan(True, full, pre + n + post)
         elif op == "DR":
             pre, post, n = pad["PREDR"], pad["POSTDR"], step[1]
-            out = jtag.scan(False, step[2] << pre, pre + n + post) >> pre
+            out = jtag.scan(False, step[2] << pre, pre + n + post, read=step[3] is not None) >> pre
             if step[3]:
                 expected, mask, name = step[3]
                 flags[name] = (out ^ expected) & mask & ((1 << n) - 1) == 0

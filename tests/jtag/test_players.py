@@ -11,6 +11,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 import zlib
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -166,6 +167,8 @@ def main():
         key = bytes(range(32))
         owner_hash = bytes(range(100, 148))
         inputs.ekp("k.ekp", "7TR440PA3R1", [(1, 1, "aes", key), (2, 2, "owner", owner_hash)])
+        fuses = bytes(range(7, 71))
+        open(inputs.path("k.fuse"), "wb").write(fuses)
         # Flash content: option bits, a block across a page boundary, a block in the second sector.
         block_a = bytes((i * 7 + 3) & 0xFF for i in range(600))
         block_b = bytes((i * 13) & 0xFF for i in range(300))
@@ -183,6 +186,8 @@ def main():
              [(1, "config", config), (0, "config", b"")]),
             ("key", [("7TR440PA3R1", "k.ekp", "program,verify"), ("6DS250M2", None, None)], None,
              [(0, "keys", [[1, 1, key.hex()], [2, 2, owner_hash.hex()]])]),
+            ("helper", [("7TR440PA3R1", "k.fuse", "program")], None,
+             [(0, "user_mode", True), (0, "mailbox", [fuses.hex()])]),
             ("jic", [("7TR440PA3R1", "f.jic", "program,verify,blank-check")], "VQ64A",
              [(0, "config", loader), (0, "flash", (0, bytes(flash_image)))]),
         ]
@@ -193,8 +198,9 @@ def main():
                 for device, file, actions in chain:
                     f.write(f"device {device}" + (f" file {file} actions {actions}" if file else "") + "\n")
             devices = [device for device, _, _ in chain]
-            logs = []
+            logs, times = [], []
             for extension in ("svf", "jam", "jbc"):
+                start = time.monotonic()
                 out = inputs.path(f"{name}.{extension}")
                 run(CORVANE, "--make-player", "--frequency", "100KHz", cdf, out)
                 player = openocd(work, devices, out) if extension == "svf" else stapl(out)
@@ -203,9 +209,10 @@ def main():
                     raise AssertionError(f"{name}.{extension} failed:\n{log[-3000:]}")
                 check_state(f"{name}.{extension}", state, expected)
                 logs.append(state["log"])
+                times.append(f"{extension} {time.monotonic() - start:.1f}s")
             if not logs[0] or logs[1] != logs[0] or logs[2] != logs[0]:
                 raise AssertionError(f"{name}: the .jam or .jbc shifts other scans than the .svf")
-            print(f"ok {name}: svf, jam and jbc")
+            print(f"ok {name}: " + ", ".join(times))
 
         # One bit of the configuration data flipped: the device's status check must fail in OpenOCD.
         svf = open(inputs.path("config.svf")).read()

@@ -50,8 +50,9 @@ struct PGMIO_PLAYER_DEVICE
 
 using PGMIO_PLAYER_CHAIN = std::vector<PGMIO_PLAYER_DEVICE>; // from TDI to TDO
 
-// Fills a player device from a programming file (.sof, .rbf, .jic, .ekp) for `device_name` ("" to
-// take the device from the file). False with the reason in `error` when the file is missing,
+// Fills a player device from a programming file (.sof, .rbf, .jic, .ekp, or a key or fuse file
+// .hky, .hek, .fuse that the device's helper image takes) for `device_name` ("" to take the device
+// from the file). False with the reason in `error` when the file is missing,
 // damaged, for another device, or the device has no JTAG interface.
 bool pgmio_player_load_device(const std::string& device_name, const FIO_PATH& file, uint32_t operation_mask,
                               PGMIO_PLAYER_DEVICE& device, std::string& error);
@@ -59,8 +60,8 @@ bool pgmio_player_load_device(const std::string& device_name, const FIO_PATH& fi
 // "<file>:<line>: <reason>" or "<file>: <reason>" in `error`.
 bool pgmio_player_read_cdf(const FIO_PATH& path, PGMIO_PLAYER_CHAIN& chain, std::string& error);
 // Builds a chain from chain elements: elements with PGM_CHAIN_ELEMENT_PROCESS or an operation mask
-// and a programming file receive it (through their helper image when they have one) with their
-// operation mask (program and verify when it is 0); the others stay in BYPASS.
+// and a programming file receive it with their operation mask (program and verify when it is 0); the others stay in
+// BYPASS.
 bool pgmio_player_from_elements(const std::vector<PGM_CHAIN_ELEMENT*>& elements, PGMIO_PLAYER_CHAIN& chain,
                                 std::string& error);
 

@@ -3,6 +3,8 @@
 // files they receive, from a chain description file or given one by one.
 #include "pgm/zeb/platform/pgmconv/pgmio_player.h"
 
+#include "pgm/zeb/platform/pgmconv/pgmconv.h"
+
 #include "pgm/zeb/platform/pgmio/pgmio_enums.h"
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
 
@@ -108,6 +110,36 @@ bool read_payload(const FIO_PATH& file, PGMIO_PLAYER_DEVICE& out, std::string& f
     }
 }
 
+bool is_helper_input(const FIO_PATH& file)
+{
+    const FIO_EXTENSION_TYPE type = file.get_extension_type();
+    return type == FIO_EXTENSION_TYPE_HKY || type == FIO_EXTENSION_TYPE_HEK || type == FIO_EXTENSION_TYPE_FUSE;
+}
+
+// A key or fuse file goes through the device's flash helper image, which runs first.
+bool read_helper_input(const std::string& device_name, const FIO_PATH& file, PGMIO_PLAYER_DEVICE& out,
+                       std::string& error)
+{
+    if (device_name.empty())
+        return error = "a key or fuse file needs the device named", false;
+    const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(std::string_view(device_name));
+    FIO_PATH helper;
+    PGM_CHAIN_ELEMENT element(device);
+    if (!jtag_device(device_name, out.device, error))
+        return false;
+    if (!PGM_CHAIN_ELEMENT::get_helper_filename(device, helper, false, nullptr, 2) || helper.is_empty())
+        return error = "device '" + device_name + "' has no programming helper image", false;
+    if (!element.setup_helper_image(helper) || !element.get_helper_image())
+        return error = element.error(), false;
+    if (!PGMIO_RBF::encode(element.get_helper_image()->config, out.config, error) ||
+        !pgmio_read_file(file.get_full_path(), out.helper_input, error))
+        return false;
+    if (out.helper_input.empty())
+        return error = "the file is empty", false;
+    out.payload = PGMIO_PLAYER_DEVICE::HELPER;
+    return true;
+}
+
 } // namespace
 
 bool pgmio_player_load_device(const std::string& device_name, const FIO_PATH& file, uint32_t operation_mask,
@@ -120,6 +152,11 @@ bool pgmio_player_load_device(const std::string& device_name, const FIO_PATH& fi
     uint32_t idcode = 0;
     if (!FIO_FILE_SYSTEM::exists(file))
         error = "file not found";
+    else if (is_helper_input(file))
+    {
+        if (read_helper_input(device_name, file, device, error))
+            return true;
+    }
     else if (read_payload(file, device, file_device, idcode, error))
     {
         const std::string& name = device_name.empty() ? file_device : device_name;

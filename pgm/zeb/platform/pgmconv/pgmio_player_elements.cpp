@@ -40,20 +40,8 @@ bool pgmio_player_from_elements(const std::vector<PGM_CHAIN_ELEMENT*>& elements,
         PGMIO_PLAYER_DEVICE device;
         const uint32_t mask =
             element->operation_mask ? element->operation_mask : uint32_t(PGMIO_PGM_OP_PROGRAM | PGMIO_PGM_OP_VERIFY);
-        if (element->get_helper_image())
-        {
-            // A key or fuse file for the helper image that the element runs first.
-            const FIO_PATH& file = element->get_programming_file();
-            if (!jtag_record(element, device, error) ||
-                !PGMIO_RBF::encode(element->get_helper_image()->config, device.config, error) ||
-                !pgmio_read_file(file.get_full_path(), device.helper_input, error))
-                return false;
-            device.payload = PGMIO_PLAYER_DEVICE::HELPER;
-            device.operation_mask = mask;
-            device.source = file.get_file_name();
-        }
-        else if (((element->flags & PGM_CHAIN_ELEMENT_PROCESS) || element->operation_mask) &&
-                 !element->get_programming_file().is_empty())
+        if (((element->flags & PGM_CHAIN_ELEMENT_PROCESS) || element->operation_mask) &&
+            !element->get_programming_file().is_empty())
         {
             if (!pgmio_player_load_device(name, element->get_programming_file(), mask, device, error))
                 return false;

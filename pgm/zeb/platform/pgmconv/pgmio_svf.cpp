@@ -148,8 +148,10 @@ std::string PGMIO_SVF::voltage_text(int voltage)
 
 bool PGMIO_SVF::create_output_file(const PGMIO_PLAYER_CHAIN& chain, const std::string& frequency, const FIO_PATH& path)
 {
+    // The frequency text wins; without one the constructor's frequency is used.
+    const std::string frequency_text = frequency.empty() ? convert_uint_to_frequency_string(m_frequency) : frequency;
     long hz = 0;
-    if (!convert_frequency_string_to_uint(frequency, hz, m_error))
+    if (!convert_frequency_string_to_uint(frequency_text, hz, m_error))
         return false;
     if (voltage_text(m_voltage).empty())
     {
@@ -166,6 +168,8 @@ bool PGMIO_SVF::create_output_file(const PGMIO_PLAYER_CHAIN& chain, const std::s
     for (const auto& [key, value] : program.notes)
         out += "! " + key + ": " + value + "\n";
     out += "! Supply voltage: " + voltage_text(m_voltage) + "\n";
+    out += std::string("! Operation: ") + (m_operation == SVFE_OPERATION_VERIFY ? "verify" : "program") +
+           (m_flag_a ? " with blank-check" : "") + "\n";
     if (m_flag_b)
         out += "! Option B is set\n";
     char line[64];
