@@ -35,6 +35,30 @@ std::string hex_number(uint64_t value)
     return text;
 }
 
+void print_flash_walk(const PGMIO_FLASH_WALK& walk)
+{
+    std::cout << "flash layout:             " << walk.directory
+              << (walk.directory.rfind("none", 0) == 0 ? "" : " at " + hex_number(walk.directory_address))
+              << (walk.bit_reversed ? ", bits of each byte reversed" : "") << '\n';
+    std::cout << "images:\n";
+    char line[256];
+    for (const PGMIO_FLASH_WALK_IMAGE& image : walk.images)
+    {
+        std::snprintf(line, sizeof line, "  %-20s %-5s page %-3u %s..%s %10llu bytes crc %s %-12s %s\n",
+                      image.name.c_str(), image.kind.c_str(), image.page, hex_number(image.start).c_str(),
+                      hex_number(image.start + (image.size ? image.size - 1 : 0)).c_str(),
+                      static_cast<unsigned long long>(image.size), hex_number(image.crc).c_str(),
+                      image.device.empty() ? "-" : image.device.c_str(), image.intact ? "intact" : "DAMAGED");
+        std::cout << line;
+        if (!image.intact)
+            std::cout << "    " << image.problem << '\n';
+    }
+    std::string order;
+    for (const std::string& name : walk.boot_order)
+        order += (order.empty() ? "" : " -> ") + name;
+    std::cout << "boot order:               " << (order.empty() ? "-" : order) << '\n';
+}
+
 void print_text(const std::string& path, const PGMIO_FILE_INFO& info)
 {
     auto row = [](const std::string& name, const std::string& value)
@@ -65,6 +89,8 @@ void print_text(const std::string& path, const PGMIO_FILE_INFO& info)
             std::cout << line;
         }
     }
+    if (info.has_flash)
+        print_flash_walk(info.flash);
     row("integrity", info.integrity.empty() ? "ok" : "FAILED: " + info.integrity);
 }
 

@@ -3,6 +3,7 @@
 #include "pgm/zeb/platform/pgmio/pgmio_info.h"
 
 #include "pgm/zeb/platform/pgmio/pgmio.h"
+#include "pgm/zeb/platform/pgmio/pgmio_flash_dir.h"
 #include "pgm/zeb/platform/pgmio/pgmio_precheck.h"
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
 
@@ -69,6 +70,21 @@ void add_config_fields(const PGMIO_CONFIG_DATA& config, PGMIO_FILE_INFO& info)
     info.fields.emplace_back("compression", std::to_string(config.compression));
     info.fields.emplace_back("encryption", std::to_string(config.encryption));
     info.fields.emplace_back("signature", std::to_string(config.signature));
+}
+
+// Walks the flash content of a programmer object or JTAG indirect file that carries directory records.
+std::string walk_flash_file(const PGMIO_FLASH_IMAGE& flash, PGMIO_FILE_INFO& info)
+{
+    uint64_t end = flash.option_bits_address + flash.option_bits.size();
+    for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
+        end = std::max<uint64_t>(end, block.address + block.data.size());
+    PGMIO_BYTES bytes(size_t(end), 0xFF);
+    std::copy(flash.option_bits.begin(), flash.option_bits.end(), bytes.begin() + ptrdiff_t(flash.option_bits_address));
+    for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
+        std::copy(block.data.begin(), block.data.end(), bytes.begin() + ptrdiff_t(block.address));
+    info.has_flash = true;
+    pgmio_walk_flash(bytes, info.flash);
+    return info.flash.failure;
 }
 
 // Decodes a container of a known kind; with `info`, fills the device and the fields. "" on success.
@@ -153,6 +169,8 @@ std::string decode_container(std::span<const uint8_t> image, uint32_t kind, PGMI
         field("data blocks", std::to_string(flash.blocks.size()) + " (" + std::to_string(bytes) + " bytes)");
         if (flash.jic)
             field("flash loader", flash.loader_device + " (" + std::to_string(flash.loader_image.size()) + " bytes)");
+        if (info && PGMIO_FLASH_DIR_CODEC::has_magic(flash.option_bits))
+            return walk_flash_file(flash, *info);
         return {};
     }
     case PGMIO_KIND_EKP:
@@ -322,6 +340,15 @@ bool pgmio_describe_file(const std::string& path, PGMIO_FILE_INFO& info, std::st
     }
     info.size = image.size();
     const FIO_EXTENSION_TYPE extension = FIO_PATH(path).get_extension_type();
+    if (extension == FIO_EXTENSION_TYPE_RPD)
+    {
+        info.kind = "raw programming data file";
+        info.format = "rpd";
+        info.has_flash = true;
+        pgmio_walk_flash(image, info.flash);
+        info.integrity = info.flash.failure;
+        return true;
+    }
     if (has_magic(image))
     {
         uint32_t kind = 0;
@@ -392,14 +419,11 @@ std::string pgmio_info_json(const std::string& path, const PGMIO_FILE_INFO& info
         signature = {{"algorithm", s->algorithm},   {"signed_offset", s->signed_offset},
                      {"signed_size", s->signed_size}, {"der_offset", s->der_offset},
                      {"der_size", s->der_size},       {"verified", s->verified}};
-    const JSON document = {{"file", path},
-                           {"kind", info.kind},
-                           {"format", info.format},
-                           {"size", info.size},
-                           {"device", info.device},
-                           {"fields", fields},
-                           {"sections", sections},
-                           {"signature", signature},
-                           {"integrity", {{"ok", info.integrity.empty()}, {"reason", info.integrity}}}};
+    JSON document = {{"file", path},     {"kind", info.kind},         {"format", info.format}, {"size", info.size},
+                     {"device", info.device}, {"fields", fields},          {"sections", sections},
+                     {"signature", signature}};
+    if (info.has_flash)
+        document["flash"] = JSON::parse(pgmio_flash_walk_json(info.flash));
+    document["integrity"] = {{"ok", info.integrity.empty()}, {"reason", info.integrity}};
     return document.dump(2, ' ', false, JSON::error_handler_t::replace) + "\n";
 }

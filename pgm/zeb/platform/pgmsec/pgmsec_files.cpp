@@ -243,19 +243,28 @@ bool pgmsec_make_hky(const std::string& pem_path, const std::string& hky_path, s
     return write_small_file(hky_path, k_hky_magic, body.data(), 0644, error);
 }
 
-bool pgmsec_read_hky(const std::string& path, std::array<uint8_t, 32>& hash, std::string& error)
+bool pgmsec_read_hky_der(const std::string& path, PGMIO_BYTES& der, std::string& error)
 {
     PGMIO_BYTES body;
     if (!read_small_file(path, k_hky_magic, "an owner root key file (.hky)", body, error))
         return false;
     PGMIO_BYTE_READER in(body, "HKY");
-    const std::span<const uint8_t> der = in.bytes(in.u16());
+    const std::span<const uint8_t> key_der = in.bytes(in.u16());
     PGMSEC_PKEY key;
-    if (!in.finish(error) || !pgmsec_public_key_from_der(der, key, error))
+    if (!in.finish(error) || !pgmsec_public_key_from_der(key_der, key, error))
     {
         error = "'" + path + "': " + error;
         return false;
     }
+    der.assign(key_der.begin(), key_der.end());
+    return true;
+}
+
+bool pgmsec_read_hky(const std::string& path, std::array<uint8_t, 32>& hash, std::string& error)
+{
+    PGMIO_BYTES der;
+    if (!pgmsec_read_hky_der(path, der, error))
+        return false;
     hash = pgmio_sha256(der);
     return true;
 }

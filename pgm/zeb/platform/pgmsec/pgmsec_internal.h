@@ -166,3 +166,5 @@ bool pgmsec_load_key(const std::string& key_file, const std::string& id, uint32_
 bool pgmsec_read_hek(const std::string& path, const std::string& password, PGMSEC_SECRET& kek, std::string& error);
 // The owner root key hash (SHA-256 of the DER public key) of an owner root key file.
 bool pgmsec_read_hky(const std::string& path, std::array<uint8_t, 32>& hash, std::string& error);
+// The DER public key of an owner root key file.
+bool pgmsec_read_hky_der(const std::string& path, PGMIO_BYTES& der, std::string& error);
