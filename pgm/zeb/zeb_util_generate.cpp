@@ -61,6 +61,23 @@ bool generate_sof_output(PGM_COMMON_XML_ZEB_ZEB* object)
     return false;
 }
 
+// Where the key programming file that an output file asks for with a secondary file goes: beside
+// the output, under the secondary file's name if it has one; empty when none is asked for. The key
+// programming writer writes at the path it is given, so the output itself is never passed.
+FIO_PATH key_programming_path(const PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file, const FIO_PATH& output)
+{
+    for (const PGM_COMMON_XML_ZEB_SECONDARY_FILE* secondary : output_file->get_secondary_file_list())
+        if (ZEB_DB_UTIL::get_zeb_file_type_enum(secondary->get_type()) == ZEB_FILE_TYPE_EKP)
+        {
+            FIO_PATH path = output;
+            if (!secondary->get_name().empty())
+                path.set_base_name(secondary->get_name());
+            path.set_extension(fio_get_extension_string(FIO_EXTENSION_TYPE_EKP));
+            return path;
+        }
+    return FIO_PATH();
+}
+
 // The engine's reason for a failed write, posted against the output file so that the user sees
 // which file failed and why.
 bool report_engine_failure(PGMIO_CCF* ccf)
@@ -184,7 +201,10 @@ bool ZEB_UTIL::generate_output_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_X
 
         if (is_engine_written(type))
         {
-            result = PGMIO_F2P::convert_sram_files(*ccf) && ccf->generate_key_prog_file(ccf->get_output_file());
+            result = PGMIO_F2P::convert_sram_files(*ccf);
+            const FIO_PATH key_programming = key_programming_path(output_file, ccf->get_output_file());
+            if (result && !key_programming.is_empty())
+                result = ccf->generate_key_prog_file(key_programming);
             if (!result)
                 report_engine_failure(ccf.get());
         }
