@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // Generation end to end: documents built through the assistant, checked, generated, and the files
-// read back by independent tools (srec_cat, objcopy, cmp) or by the file's own integrity check.
+// read back by independent tools (srec_cat, objcopy, dd, cmp, openssl) or by the file's own
+// integrity check.
 #include "test_zeb_util_check_support.h"
 
 #include "pgm/zeb/platform/msg/msg.h"
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
 
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 
@@ -246,4 +250,96 @@ TEST(GenerateFailures, TheLastOfTwoPassesDecides)
                              {{ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Gone"}});
     EXPECT_FALSE(ZEB_UTIL::generate(reversed.get()));
     EXPECT_FALSE(fs::exists(ws.output("ttf")));
+}
+
+// Flash layouts that the conversion shapes: a flash device with a master boot record gets no
+// partition entries; on the internal flash of family 67 a partition named exactly "UFM" is left
+// to the device.
+TEST(GenerateFlash, WhatTheConversionLeavesOut)
+{
+    WORKSPACE ws;
+    const std::string sof = make_sof(ws.dir, "design.sof", "7TR440PA3R1");
+    DOCUMENT mbr = make_document(PGM_COMMON_XML_ENUM_ASX4);
+    add_bitstream(mbr.get(), "Bitstream_1", sof);
+    add_flash_device(mbr.get(), "Flash_1", "VQ256A");
+    add_partition(mbr.get(), "Flash_1", "P1", "0x00040000", "auto");
+    assign_bitstream(mbr.get(), "P1", "Bitstream_1");
+    set(mbr.get(), ZEB_CMD_OPT_FLASH_DEVICE,
+        {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "Flash_1"}, {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_ID, "MBR_1"}});
+    set_flash_loader(mbr.get(), "7TR440PA3R1");
+    add_output_for_flash_device(mbr.get(), PGM_COMMON_XML_ENUM_JIC, "Flash_1",
+                                {{ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_TYPE, value_of(PGM_COMMON_XML_ENUM_MAP)}});
+    MSG_CAPTURE_SINK sink;
+    EXPECT_FALSE(ZEB_UTIL::generate(mbr.get())); // the design's partition was not converted
+    ASSERT_EQ(sink.messages().size(), 1u);
+    EXPECT_NE(sink.messages()[0].text.find("no page with a configuration image"), std::string::npos);
+    EXPECT_FALSE(fs::exists(ws.output("jic")) || fs::exists(ws.output("map")));
+
+    DOCUMENT internal = make_document(PGM_COMMON_XML_ENUM_INTERNAL);
+    add_bitstream(internal.get(), "Bitstream_1", make_sof(ws.dir, "small.sof", "NR08SA"));
+    add_raw_file(internal.get(), "data", make_file(ws.dir, "data.hex", ":0400000001020304F2\n:00000001FF\n"),
+                 PGM_COMMON_XML_ENUM_HEX);
+    add_flash_device(internal.get(), "Internal", "NR08SA");
+    for (const char* partition : {"UFM", "ufm", "CFM0"})
+        add_partition(internal.get(), "Internal", partition, "auto", "auto");
+    assign_raw_file(internal.get(), "UFM", "data");
+    assign_raw_file(internal.get(), "ufm", "data");
+    assign_bitstream(internal.get(), "CFM0", "Bitstream_1");
+    add_output_for_flash_device(internal.get(), PGM_COMMON_XML_ENUM_POF, "Internal",
+                                {{ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_TYPE, value_of(PGM_COMMON_XML_ENUM_MAP)}});
+    EXPECT_EQ(texts_of(check_and_generate(internal.get())), "");
+    const std::string map = corvane_test::read_file(ws.output("map"));
+    EXPECT_EQ(map_start(map, "UFM"), "") << map;
+    EXPECT_NE(map_start(map, "ufm"), "") << map;
+    EXPECT_NE(map_start(map, "CFM0"), "") << map;
+    EXPECT_EQ(BITASM_MGR::check_bitstream_integrity(ws.output("pof")), "");
+}
+
+// A compressed, encrypted and signed raw binary file with a key programming file beside it: the
+// path options reach the image, and the signature verifies with openssl from the offsets that
+// --info reports.
+TEST(GenerateSecurity, PathOptionsReachTheImage)
+{
+    WORKSPACE ws;
+    ASSERT_EQ(std::system(("cd '" + ws.dir.path().string() +
+                           "' && printf 'design_key %s\\n' $(openssl rand -hex 32) > design.key && "
+                           "openssl ecparam -name secp384r1 -genkey -noout -out sign.pem && "
+                           "openssl ec -in sign.pem -pubout -out pub.pem 2>/dev/null")
+                              .c_str()),
+              0);
+    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
+    add_bitstream(document.get(), "Bitstream_1", make_sof(ws.dir, "design.sof", "7TR440PA3R1"),
+                  {{ZEB_CMD_PARAM_BITSTREAM_PATH_COMPRESSION, "1"},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_ENCRYPTION, "1"},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_KEY_FILE1, ws.dir.file("design.key")},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_KEY1, "design_key"},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_KEY_STORAGE, "BBRAM"},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_SIGNING, value_of(PGM_COMMON_XML_ENUM_PEM)},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_SIGNING_PEM_FILE, ws.dir.file("sign.pem")}});
+    add_output_for_bitstream(document.get(), PGM_COMMON_XML_ENUM_RBF, "Bitstream_1",
+                             {{ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_TYPE, value_of(PGM_COMMON_XML_ENUM_EKP)}});
+    EXPECT_EQ(texts_of(check_and_generate(document.get())), "");
+    EXPECT_EQ(BITASM_MGR::check_bitstream_integrity(ws.output("ekp")), "");
+
+    const corvane_test::PROGRAM_RUN run = corvane_test::run_program(CORVANE_EXE, "--info --json '" + ws.output("rbf") + "'");
+    ASSERT_EQ(run.status, 0) << run.output();
+    const nlohmann::json info = nlohmann::json::parse(run.out);
+    size_t payloads = 0;
+    for (const nlohmann::json& section : info["sections"])
+        if (section.contains("plain_size"))
+        {
+            ++payloads;
+            EXPECT_EQ(section["compression"], "lz4");
+            EXPECT_EQ(section["encryption"]["key_id"], "design_key");
+        }
+    EXPECT_GT(payloads, 0u);
+    const nlohmann::json& sig = info["signature"];
+    ASSERT_TRUE(sig.is_object()) << run.out;
+    const std::string dd = "dd if='" + ws.output("rbf") + "' status=none iflag=skip_bytes,count_bytes bs=65536 ";
+    run_tool("sh", "-c \"" + dd + "skip=" + std::to_string(sig["signed_offset"].get<uint64_t>()) + " count=" +
+                       std::to_string(sig["signed_size"].get<uint64_t>()) + " > '" + ws.dir.file("signed.bin") +
+                       "' && " + dd + "skip=" + std::to_string(sig["der_offset"].get<uint64_t>()) + " count=" +
+                       std::to_string(sig["der_size"].get<uint64_t>()) + " > '" + ws.dir.file("sig.der") + "'\"");
+    run_tool("openssl", "dgst -sha384 -verify '" + ws.dir.file("pub.pem") + "' -signature '" + ws.dir.file("sig.der") +
+                            "' '" + ws.dir.file("signed.bin") + "'");
 }
