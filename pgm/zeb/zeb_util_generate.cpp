@@ -11,8 +11,8 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <utility>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -152,10 +152,24 @@ std::vector<FIO_PATH> ZEB_UTIL::get_output_file_paths(PGM_COMMON_XML_ZEB_OUTPUT_
 
 bool ZEB_UTIL::generate(PGM_COMMON_XML_ZEB_ZEB* object)
 {
+    return generate(object, GENERATE_PROGRESS());
+}
+
+bool ZEB_UTIL::generate(PGM_COMMON_XML_ZEB_ZEB* object, const GENERATE_PROGRESS& progress)
+{
     ZEB_UTIL_ASSERT(object);
-    for (PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file : ZEB_FILE_ASSISTANT::get_output_file_elements(object))
-        if (!generate_output_file(object, output_file))
+    const std::vector<PGM_COMMON_XML_ZEB_OUTPUT_FILE*> output_files =
+        ZEB_FILE_ASSISTANT::get_output_file_elements(object);
+    for (size_t i = 0; i < output_files.size(); ++i)
+    {
+        if (progress)
+        {
+            const std::vector<FIO_PATH> paths = get_output_file_paths(output_files[i]);
+            progress(i, output_files.size(), paths.empty() ? FIO_PATH() : paths.front());
+        }
+        if (!generate_output_file(object, output_files[i]))
             return false;
+    }
     return true;
 }
 
