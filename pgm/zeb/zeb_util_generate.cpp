@@ -195,7 +195,12 @@ bool ZEB_UTIL::generate_output_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_X
         result = convert_zeb_to_ccf(object, output_file, pass, &raw);
         ccf.reset(raw); // a pass replaces the setup of the pass before
         if (!result)
+        {
+            // The conversion posts its own messages; an input that the engine refused is told here.
+            if (ccf && !ccf->get_error().empty())
+                post_generic_error(FIO_PATH(get_output_file_paths(output_file).front()), ccf->get_error());
             continue;
+        }
 
         if (is_partial_reconfiguration(type))
         {

@@ -249,8 +249,14 @@ TEST(GenerateFailures, TheLastOfTwoPassesDecides)
     add_bitstream(reversed.get(), "Gone", ws.dir.file("gone.sof"));
     add_output_for_bitstream(reversed.get(), PGM_COMMON_XML_ENUM_TTF, "Here",
                              {{ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Gone"}});
+    MSG_CAPTURE_SINK reversed_sink;
     EXPECT_FALSE(ZEB_UTIL::generate(reversed.get()));
     EXPECT_FALSE(fs::exists(ws.output("ttf")));
+    // The refused input is named against the output file.
+    ASSERT_EQ(reversed_sink.messages().size(), 1u) << texts_of(reversed_sink.messages());
+    EXPECT_EQ(reversed_sink.messages()[0].number, EZEB_GENERIC_ERROR);
+    EXPECT_NE(reversed_sink.messages()[0].text.find(ws.output("ttf")), std::string::npos);
+    EXPECT_NE(reversed_sink.messages()[0].text.find("gone.sof"), std::string::npos);
 }
 
 // Flash layouts that the conversion shapes: a flash device with a master boot record gets no
