@@ -6,6 +6,7 @@
 #include "pgm/zeb/platform/msg/msg.h"
 
 #include <cstdio>
+#include <malloc.h>
 #include <cstring>
 #include <iostream>
 
@@ -215,6 +216,10 @@ std::string cli_json_string(std::string_view text)
 
 int main(int argc, char** argv)
 {
+    // Buffers of a MiB or more go back to the system when freed: conversions allocate and free
+    // configuration images of tens of MiB one after the other, and the allocator's adaptive
+    // threshold would otherwise keep each of them in the heap and raise peak memory.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
     CLI_ARGS args(argv + 1, argv + argc);
     if (args.empty())
         return cli_usage_error("no setup document given");
