@@ -31,11 +31,13 @@ constexpr CLI_MODE k_modes[] = {
      "replaced only when it was written completely. --ini sets a configuration switch for this run "
      "(see docs/switches.md)."},
     {"--make-sof", cli_mode_make_sof,
-     "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--cvp] [--hps] [--pr] [--data RAW.bin] "
-     "[--design NAME] OUT.sof",
+     "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--utilization PERCENT] [--cvp] [--hps] [--pr] "
+     "[--data RAW.bin] [--design NAME] OUT.sof",
      "Writes an SRAM object file for a device of the catalogue. Its configuration data is the content of "
      "RAW.bin (--data) or deterministic synthetic content from the seed (default 1) of the device's size or "
-     "--size bytes; --cvp, --hps and --pr declare those design capabilities, which the device must have."},
+     "--size bytes, structured like a real design: zero frames for unused resources, sparse bits in used "
+     "frames, repeated frames; --utilization sets the share of used frames (default 30); --cvp, --hps and --pr "
+     "declare those design capabilities, which the device must have."},
     {"--info", cli_mode_info, "corvane --info FILE [--json]",
      "Describes a programming file (SRAM object, configuration data, flash, mask, key, helper image, hex or "
      "chain description file): kind, device, sections with offsets, sizes and CRCs, flags, and whether every "
