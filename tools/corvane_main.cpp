@@ -3,8 +3,10 @@
 #include "cli.h"
 
 #include "pgm/zeb/platform/fio/fio.h"
+#include "pgm/zeb/platform/msg/msg.h"
 
 #include <cstdio>
+#include <malloc.h>
 #include <cstring>
 #include <iostream>
 
@@ -16,21 +18,26 @@ int mode_version(const CLI_ARGS& args);
 
 // One row per mode. The default mode (flag nullptr) handles setup documents.
 constexpr CLI_MODE k_modes[] = {
-    {nullptr, cli_mode_setup, "corvane [--no-check] [--save OUT.zeb] [--ini NAME=VALUE]... SETUP.zeb...",
+    {nullptr, cli_mode_setup, "corvane [--check | --no-check] [--save OUT.zeb] [--ini NAME=VALUE]... SETUP.zeb...",
      "Reads each setup document, validates it against the schema, normalises it and checks its settings: "
      "modes and output file types, input files (which must exist and suit the target device), helper "
      "images, flash loader, flash devices and partition ranges, assignments, pages, signing and "
      "encryption. The first problem of each document is reported as 'Detected Corvane settings error'. "
-     "Relative input paths are taken from the working directory. --no-check stops after normalising. "
+     "Relative input paths are taken from the working directory. A document that passes is then "
+     "generated: every output file is written, one line per file written (path and size) and a closing "
+     "count are printed, and a failed output file stops the run and leaves none of its files behind. "
+     "--check stops after the check and says 'check passed'; --no-check stops after normalising. "
      "With --save the (single) document is written to OUT.zeb after a passing check; the file is "
      "replaced only when it was written completely. --ini sets a configuration switch for this run "
      "(see docs/switches.md)."},
     {"--make-sof", cli_mode_make_sof,
-     "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--cvp] [--hps] [--pr] [--data RAW.bin] "
-     "[--design NAME] OUT.sof",
+     "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--utilization PERCENT] [--cvp] [--hps] [--pr] "
+     "[--data RAW.bin] [--design NAME] OUT.sof",
      "Writes an SRAM object file for a device of the catalogue. Its configuration data is the content of "
      "RAW.bin (--data) or deterministic synthetic content from the seed (default 1) of the device's size or "
-     "--size bytes; --cvp, --hps and --pr declare those design capabilities, which the device must have."},
+     "--size bytes, structured like a real design: zero frames for unused resources, sparse bits in used "
+     "frames, repeated frames; --utilization sets the share of used frames (default 30); --cvp, --hps and --pr "
+     "declare those design capabilities, which the device must have."},
     {"--info", cli_mode_info, "corvane --info FILE [--json]",
      "Describes a programming file (SRAM object, configuration data, flash, mask, key, helper image, hex or "
      "chain description file): kind, device, sections with offsets, sizes and CRCs, flags, and whether every "
@@ -119,7 +126,8 @@ int mode_help(const CLI_ARGS&)
         std::cout << '\n';
     }
     std::cout << "EXIT STATUS\n"
-                 "    0 success, 1 the work failed (the messages say why), 2 bad usage.\n"
+                 "    0 success, 1 the work failed (the messages say why), 2 bad usage, 3 internal error (a defect:\n"
+                 "    the condition and the source position are printed).\n"
                  "\n"
                  "ENVIRONMENT\n"
                  "    CORVANE_DATA_DIR  directory holding xsd/zeb.xsd and the device catalogue\n"
@@ -218,6 +226,10 @@ std::string cli_json_string(std::string_view text)
 
 int main(int argc, char** argv)
 {
+    // Buffers of a MiB or more go back to the system when freed: conversions allocate and free
+    // configuration images of tens of MiB one after the other, and the allocator's adaptive
+    // threshold would otherwise keep each of them in the heap and raise peak memory.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
     CLI_ARGS args(argv + 1, argv + argc);
     if (args.empty())
         return cli_usage_error("no setup document given");
@@ -230,9 +242,20 @@ int main(int argc, char** argv)
         }
         return k_modes[0].handler(args);
     }
+    catch (const MSG_INTERNAL_ERROR& e)
+    {
+        std::cerr << "Internal Error: " << e.condition() << " (" << e.module() << ", " << e.source() << ":"
+                  << e.line() << ")\n";
+        return CLI_INTERNAL;
+    }
+    catch (const std::logic_error& e)
+    {
+        std::cerr << "Internal Error: " << e.what() << '\n';
+        return CLI_INTERNAL;
+    }
     catch (const std::exception& e)
     {
-        std::cerr << "corvane: internal error: " << e.what() << '\n';
+        std::cerr << "corvane: " << e.what() << '\n';
         return CLI_FAILED;
     }
 }

@@ -68,8 +68,8 @@ FIO_PATH with_hps_bootloader(const PGM_COMMON_XML_ZEB_PATH* path)
     msg_local_vdebug("ZEB_COMMON", 2, "Add hps bootlooder %s to %s, then write to %s",
                      bootloader.get_full_path().c_str(), input.get_full_path().c_str(),
                      derived.get_full_path().c_str());
-    const std::string reason = BITASM_MGR::embedded_bootloader_into_sof(
-        input.get_full_path(), derived.get_full_path(), bootloader.get_full_path());
+    const std::string reason = BITASM_MGR::embedded_bootloader_into_sof(input.get_full_path(), derived.get_full_path(),
+                                                                        bootloader.get_full_path());
     if (reason.empty())
         return derived;
     zeb_post_message(EZEB_SETTINGS_CHECK_ERROR, {reason});
@@ -79,11 +79,16 @@ FIO_PATH with_hps_bootloader(const PGM_COMMON_XML_ZEB_PATH* path)
 // The security option levels of a path, in the order of PGMIO_SECURITY_OPTION.
 std::array<PGM_COMMON_XML_ENUM, PGMIO_SECURITY_OPT_COUNT> security_options_of(const PGM_COMMON_XML_ZEB_PATH* path)
 {
-    return {path->get_security_opt_no_hps_jtag(),   path->get_security_opt_secure(),
-            path->get_security_opt_epof_only(),     path->get_security_opt_no_config(),
-            path->get_security_opt_no_battery_key(), path->get_security_opt_no_jtag(),
-            path->get_security_opt_lock_battery_key(), path->get_security_opt_no_otp_key(),
-            path->get_security_opt_no_jtag_ext(),   path->get_security_opt_no_jtag_key(),
+    return {path->get_security_opt_no_hps_jtag(),
+            path->get_security_opt_secure(),
+            path->get_security_opt_epof_only(),
+            path->get_security_opt_no_config(),
+            path->get_security_opt_no_battery_key(),
+            path->get_security_opt_no_jtag(),
+            path->get_security_opt_lock_battery_key(),
+            path->get_security_opt_no_otp_key(),
+            path->get_security_opt_no_jtag_ext(),
+            path->get_security_opt_no_jtag_key(),
             path->get_security_opt_no_pr()};
 }
 
@@ -108,9 +113,8 @@ bool check_key(const std::string& key_file, const std::string& key_id, uint32_t 
         return true;
     if (!ZEB_KEY_FILE_ASSISTANT::get_key_from_key_file(FIO_PATH(key_file).get_full_path(), key_id, key_bits).empty())
         return true;
-    zeb_post_message(EZEB_SETTINGS_CHECK_ERROR,
-                     {msg_printf("Cannot read key '%s' of %u bits from key file %s", key_id.c_str(), key_bits,
-                                 key_file.c_str())});
+    zeb_post_message(EZEB_SETTINGS_CHECK_ERROR, {msg_printf("Cannot read key '%s' of %u bits from key file %s",
+                                                            key_id.c_str(), key_bits, key_file.c_str())});
     return false;
 }
 

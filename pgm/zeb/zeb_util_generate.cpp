@@ -11,8 +11,8 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <utility>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -59,6 +59,23 @@ bool generate_sof_output(PGM_COMMON_XML_ZEB_ZEB* object)
         return true;
     post_generic_error(paths.front(), reason);
     return false;
+}
+
+// Where the key programming file that an output file asks for with a secondary file goes: beside
+// the output, under the secondary file's name if it has one; empty when none is asked for. The key
+// programming writer writes at the path it is given, so the output itself is never passed.
+FIO_PATH key_programming_path(const PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file, const FIO_PATH& output)
+{
+    for (const PGM_COMMON_XML_ZEB_SECONDARY_FILE* secondary : output_file->get_secondary_file_list())
+        if (ZEB_DB_UTIL::get_zeb_file_type_enum(secondary->get_type()) == ZEB_FILE_TYPE_EKP)
+        {
+            FIO_PATH path = output;
+            if (!secondary->get_name().empty())
+                path.set_base_name(secondary->get_name());
+            path.set_extension(fio_get_extension_string(FIO_EXTENSION_TYPE_EKP));
+            return path;
+        }
+    return FIO_PATH();
 }
 
 // The engine's reason for a failed write, posted against the output file so that the user sees
@@ -135,10 +152,24 @@ std::vector<FIO_PATH> ZEB_UTIL::get_output_file_paths(PGM_COMMON_XML_ZEB_OUTPUT_
 
 bool ZEB_UTIL::generate(PGM_COMMON_XML_ZEB_ZEB* object)
 {
+    return generate(object, GENERATE_PROGRESS());
+}
+
+bool ZEB_UTIL::generate(PGM_COMMON_XML_ZEB_ZEB* object, const GENERATE_PROGRESS& progress)
+{
     ZEB_UTIL_ASSERT(object);
-    for (PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file : ZEB_FILE_ASSISTANT::get_output_file_elements(object))
-        if (!generate_output_file(object, output_file))
+    const std::vector<PGM_COMMON_XML_ZEB_OUTPUT_FILE*> output_files =
+        ZEB_FILE_ASSISTANT::get_output_file_elements(object);
+    for (size_t i = 0; i < output_files.size(); ++i)
+    {
+        if (progress)
+        {
+            const std::vector<FIO_PATH> paths = get_output_file_paths(output_files[i]);
+            progress(i, output_files.size(), paths.empty() ? FIO_PATH() : paths.front());
+        }
+        if (!generate_output_file(object, output_files[i]))
             return false;
+    }
     return true;
 }
 
@@ -164,7 +195,12 @@ bool ZEB_UTIL::generate_output_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_X
         result = convert_zeb_to_ccf(object, output_file, pass, &raw);
         ccf.reset(raw); // a pass replaces the setup of the pass before
         if (!result)
+        {
+            // The conversion posts its own messages; an input that the engine refused is told here.
+            if (ccf && !ccf->get_error().empty())
+                post_generic_error(FIO_PATH(get_output_file_paths(output_file).front()), ccf->get_error());
             continue;
+        }
 
         if (is_partial_reconfiguration(type))
         {
@@ -184,7 +220,10 @@ bool ZEB_UTIL::generate_output_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_X
 
         if (is_engine_written(type))
         {
-            result = PGMIO_F2P::convert_sram_files(*ccf) && ccf->generate_key_prog_file(ccf->get_output_file());
+            result = PGMIO_F2P::convert_sram_files(*ccf);
+            const FIO_PATH key_programming = key_programming_path(output_file, ccf->get_output_file());
+            if (result && !key_programming.is_empty())
+                result = ccf->generate_key_prog_file(key_programming);
             if (!result)
                 report_engine_failure(ccf.get());
         }

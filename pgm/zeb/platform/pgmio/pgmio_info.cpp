@@ -419,16 +419,11 @@ std::string pgmio_info_json(const std::string& path, const PGMIO_FILE_INFO& info
         signature = {{"algorithm", s->algorithm},   {"signed_offset", s->signed_offset},
                      {"signed_size", s->signed_size}, {"der_offset", s->der_offset},
                      {"der_size", s->der_size},       {"verified", s->verified}};
-    JSON document = {{"file", path},
-                           {"kind", info.kind},
-                           {"format", info.format},
-                           {"size", info.size},
-                           {"device", info.device},
-                           {"fields", fields},
-                           {"sections", sections},
-                           {"signature", signature},
-                           {"integrity", {{"ok", info.integrity.empty()}, {"reason", info.integrity}}}};
+    JSON document = {{"file", path},     {"kind", info.kind},         {"format", info.format}, {"size", info.size},
+                     {"device", info.device}, {"fields", fields},          {"sections", sections},
+                     {"signature", signature}};
     if (info.has_flash)
         document["flash"] = JSON::parse(pgmio_flash_walk_json(info.flash));
+    document["integrity"] = {{"ok", info.integrity.empty()}, {"reason", info.integrity}};
     return document.dump(2, ' ', false, JSON::error_handler_t::replace) + "\n";
 }

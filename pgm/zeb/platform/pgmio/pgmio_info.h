@@ -3,8 +3,8 @@
 #pragma once
 
 #include "pgm/zeb/platform/fio/fio.h"
-#include "pgm/zeb/platform/pgmio/pgmio_flash_walk.h"
 #include "pgm/zeb/platform/pgmsec/pgmsec.h"
+#include "pgm/zeb/platform/pgmio/pgmio_flash_walk.h"
 
 #include <cstdint>
 #include <span>
@@ -35,9 +35,9 @@ struct PGMIO_FILE_INFO
     std::vector<std::pair<std::string, std::string>> fields; // further facts, in display order
     std::vector<PGMIO_INFO_SECTION> sections;
     std::string integrity; // "" when every check of the format passes, else the first failure
+    std::optional<PGMSEC_SIGNATURE_INFO> signature; // of the (nested) configuration data
     bool has_flash = false; // raw programming data, or a flash file with directory records: walked
     PGMIO_FLASH_WALK flash;
-    std::optional<PGMSEC_SIGNATURE_INFO> signature; // of the (nested) configuration data
 };
 
 // The description as a JSON document (nlohmann-json), as `corvane --info --json` prints it.

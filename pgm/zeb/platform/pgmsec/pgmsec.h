@@ -164,3 +164,25 @@ bool pgmsec_make_hek(const std::string& path, const std::string& password, std::
 bool pgmsec_read_password_file(const std::string& path, std::string& password, std::string& error);
 // Overwrites a password before it is released.
 void pgmsec_clear_password(std::string& password);
+
+// ---- Key programming ----------------------------------------------------------------------------------
+
+// What a key programming run writes for one device: the keys of the .ekp file, and the fuse values
+// (eFuse keys, security options and flags) of its .fuse side file. Holds key bytes: cleared on release.
+struct PGMSEC_KEY_PROGRAMMING
+{
+    PGMIO_EKP_IMAGE ekp;
+    std::vector<std::string> fuse_lines; // "option no_jtag 2", "flag seu_recovery"
+    ~PGMSEC_KEY_PROGRAMMING();
+};
+// Adds the keys and fuse values that one page's settings name for `device`: the design key (or,
+// with an HEK file, the key-encryption key that unwraps it), the second key, and the owner root
+// key hash (SHA-384 of the signing key's or the .hky file's public key). A key id given twice with
+// different bytes, or a second device, is refused.
+bool pgmsec_add_key_programming(const PGMIO_SECURITY_SETTINGS& settings, const PGM_DEVICE& device,
+                                PGMSEC_KEY_PROGRAMMING& out, std::string& error);
+// Writes the .ekp (mode 0600) and, when a key or option lives in eFuses, the .fuse file beside it
+// (same name, extension .fuse, mode 0600; its path in `fuse_path`, else ""). Nothing to write
+// (no key) is an error naming why.
+bool pgmsec_write_key_programming(const std::string& ekp_path, const PGMSEC_KEY_PROGRAMMING& programming,
+                                  std::string& fuse_path, std::string& error);

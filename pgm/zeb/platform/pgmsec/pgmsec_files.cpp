@@ -46,9 +46,7 @@ bool store_signature(const std::string& path, SIGNABLE& file, EVP_PKEY* key, PGM
     block.der = std::move(der);
     if (!pgmsec_public_key_der(key, block.public_key, error))
         return false;
-    file.data.signature_block = pgmsec_encode_sign_block(block);
-    PGMIO_BYTES image;
-    return PGMIO_RBF::encode(file.data, image, error) && pgmio_write_file_atomic(path, image, error);
+    return pgmsec_store_sign_block(file.image, block, error) && pgmio_write_file_atomic(path, file.image, error);
 }
 
 // A small file: magic, body, CRC-32 of both.
@@ -243,19 +241,28 @@ bool pgmsec_make_hky(const std::string& pem_path, const std::string& hky_path, s
     return write_small_file(hky_path, k_hky_magic, body.data(), 0644, error);
 }
 
-bool pgmsec_read_hky(const std::string& path, std::array<uint8_t, 32>& hash, std::string& error)
+bool pgmsec_read_hky_der(const std::string& path, PGMIO_BYTES& der, std::string& error)
 {
     PGMIO_BYTES body;
     if (!read_small_file(path, k_hky_magic, "an owner root key file (.hky)", body, error))
         return false;
     PGMIO_BYTE_READER in(body, "HKY");
-    const std::span<const uint8_t> der = in.bytes(in.u16());
+    const std::span<const uint8_t> key_der = in.bytes(in.u16());
     PGMSEC_PKEY key;
-    if (!in.finish(error) || !pgmsec_public_key_from_der(der, key, error))
+    if (!in.finish(error) || !pgmsec_public_key_from_der(key_der, key, error))
     {
         error = "'" + path + "': " + error;
         return false;
     }
+    der.assign(key_der.begin(), key_der.end());
+    return true;
+}
+
+bool pgmsec_read_hky(const std::string& path, std::array<uint8_t, 32>& hash, std::string& error)
+{
+    PGMIO_BYTES der;
+    if (!pgmsec_read_hky_der(path, der, error))
+        return false;
     hash = pgmio_sha256(der);
     return true;
 }

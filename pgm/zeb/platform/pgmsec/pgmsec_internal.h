@@ -146,6 +146,8 @@ struct PGMSEC_SIGNED_RANGE
     uint64_t block_offset = 0; // of the signature block's data
 };
 bool pgmsec_signed_range(std::span<const uint8_t> image, PGMSEC_SIGNED_RANGE& range, std::string& error);
+// Writes the signature block into an encoded image in place, with its section CRC and the file CRC.
+bool pgmsec_store_sign_block(PGMIO_BYTES& image, const PGMSEC_SIGN_BLOCK& block, std::string& error);
 
 // A stored payload section: plain size, and with encryption the IV and tag, then the data.
 struct PGMSEC_STORED
@@ -166,3 +168,5 @@ bool pgmsec_load_key(const std::string& key_file, const std::string& id, uint32_
 bool pgmsec_read_hek(const std::string& path, const std::string& password, PGMSEC_SECRET& kek, std::string& error);
 // The owner root key hash (SHA-256 of the DER public key) of an owner root key file.
 bool pgmsec_read_hky(const std::string& path, std::array<uint8_t, 32>& hash, std::string& error);
+// The DER public key of an owner root key file.
+bool pgmsec_read_hky_der(const std::string& path, PGMIO_BYTES& der, std::string& error);

@@ -18,7 +18,7 @@ inline const std::string k_key_hex = "000102030405060708090a0b0c0d0e0f1011121314
 
 inline int shell(const std::string& command)
 {
-    const int status = std::system(("set -e; " + command + " 2>/dev/null").c_str());
+    const int status = std::system(("set -e; { " + command + "; } 2>/dev/null").c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
