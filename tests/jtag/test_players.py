@@ -214,6 +214,20 @@ def main():
                 raise AssertionError(f"{name}: the .jam or .jbc shifts other scans than the .svf")
             print(f"ok {name}: " + ", ".join(times))
 
+        # Generation from a setup document: the conversion's chain with the document's SVF options.
+        with open(inputs.path("gen.zeb"), "w") as f:
+            f.write('<zeb version="1"><settings mode="AVSTX8"/><bitstreams><bitstream id="Bitstream_1">'
+                    f'<path>{inputs.path("a.sof")}</path></bitstream></bitstreams><output_files>'
+                    f'<output_file name="gen" directory="{work}" type="SVF">'
+                    '<file_options frequency="100KHz" operation="P"/>'
+                    '<bitstream_id>Bitstream_1</bitstream_id></output_file></output_files></zeb>\n')
+        run(CORVANE, inputs.path("gen.zeb"))
+        (ok, log), state = simulate(work, ["7TR440PA3R1"], None, openocd(work, ["7TR440PA3R1"], inputs.path("gen.svf")))
+        if not ok:
+            raise AssertionError(f"generated gen.svf failed:\n{log[-3000:]}")
+        check_state("gen.svf", state, [(0, "config", config), (0, "user_mode", True)])
+        print("ok generated svf")
+
         # One bit of the configuration data flipped: the device's status check must fail in OpenOCD.
         svf = open(inputs.path("config.svf")).read()
         at = svf.index("TDI(", svf.index("SDR", svf.index("under PROGRAM"))) + 20
