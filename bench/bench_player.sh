@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 # Size and writing speed of each player file for the largest catalogue device, beside anchor tools
 # run on the same bytes in the same run: xxd (hexadecimal text, the bulk of an .svf) and lz4 -1
-# (compression, the bulk of a .jam and a .jbc). Prints seconds, peak memory and ratios.
+# (compression, the bulk of a .jam and a .jbc), on content of a design at 30 % utilization. Prints
+# seconds, peak memory and ratios.
 # Usage: bench/bench_player.sh CORVANE_EXE [DEVICE]
 set -eu
 exe=$1
@@ -10,7 +11,7 @@ device=${2:-7TR440PA3R1}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-"$exe" --make-sof --device "$device" "$work/big.sof" > /dev/null
+"$exe" --make-sof --device "$device" --utilization 30 "$work/big.sof" > /dev/null
 printf 'corvane-cdf 1\ndevice %s file big.sof actions program,verify\n' "$device" > "$work/chain.cdf"
 # The configuration data as the device receives it, for the anchors.
 python3 - "$work/big.sof" "$work/big.rbf" <<'PY'
