@@ -11,7 +11,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     nlohmann-json3-dev
     liblz4-dev lz4
-    srecord binutils openocd librsvg2-bin python3 time
+    srecord binutils openocd librsvg2-bin python3 time xxd
     libarchive-zip-perl # crc32, which the flash image tests compare with
 )
 

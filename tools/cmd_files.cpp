@@ -176,6 +176,8 @@ int cli_mode_info(const CLI_ARGS& args)
     if (files.size() != 1)
         return cli_usage_error("--info takes exactly one file");
     const bool json = !options.empty();
+    if (!json && FIO_PATH(files[0]).get_extension_type() == FIO_EXTENSION_TYPE_JBC)
+        return cli_print_jbc_text(files[0]);
     PGMIO_FILE_INFO info;
     std::string error;
     if (!pgmio_describe_file(files[0], info, error))

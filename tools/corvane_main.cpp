@@ -3,6 +3,7 @@
 #include "cli.h"
 
 #include "pgm/zeb/platform/fio/fio.h"
+#include "pgm/zeb/platform/msg/msg.h"
 
 #include <cstdio>
 #include <malloc.h>
@@ -17,12 +18,15 @@ int mode_version(const CLI_ARGS& args);
 
 // One row per mode. The default mode (flag nullptr) handles setup documents.
 constexpr CLI_MODE k_modes[] = {
-    {nullptr, cli_mode_setup, "corvane [--no-check] [--save OUT.zeb] [--ini NAME=VALUE]... SETUP.zeb...",
+    {nullptr, cli_mode_setup, "corvane [--check | --no-check] [--save OUT.zeb] [--ini NAME=VALUE]... SETUP.zeb...",
      "Reads each setup document, validates it against the schema, normalises it and checks its settings: "
      "modes and output file types, input files (which must exist and suit the target device), helper "
      "images, flash loader, flash devices and partition ranges, assignments, pages, signing and "
      "encryption. The first problem of each document is reported as 'Detected Corvane settings error'. "
-     "Relative input paths are taken from the working directory. --no-check stops after normalising. "
+     "Relative input paths are taken from the working directory. A document that passes is then "
+     "generated: every output file is written, one line per file written (path and size) and a closing "
+     "count are printed, and a failed output file stops the run and leaves none of its files behind. "
+     "--check stops after the check and says 'check passed'; --no-check stops after normalising. "
      "With --save the (single) document is written to OUT.zeb after a passing check; the file is "
      "replaced only when it was written completely. --ini sets a configuration switch for this run "
      "(see docs/switches.md)."},
@@ -45,6 +49,14 @@ constexpr CLI_MODE k_modes[] = {
      "Lists the flash devices of the flash-device database: size, sector and page size, legacy flag, silicon id, "
      "address bytes and bus widths. --custom-db adds the user-defined flash devices of the *.json files in DIR; "
      "a malformed file is reported with its name and the problem."},
+    {"--make-player", cli_mode_make_player,
+     "corvane --make-player [--frequency F] [--voltage V] CHAIN.cdf OUT.svf|OUT.jam|OUT.jbc",
+     "Writes a JTAG player file for the chain of a chain description file: serial vector format (.svf), "
+     "STAPL text (.jam) or STAPL byte-code (.jbc), by the output's extension. Each device with actions gets "
+     "its file (.sof or .rbf configuration data, .jic flash image through the flash loader, .ekp keys) with "
+     "those actions; the others stay in BYPASS. --frequency (e.g. 100KHz, 6MHz; default 10MHz) is the TCK "
+     "frequency of an .svf, --voltage (1_5V, 1_8V, 2_5V, 3_3V, 5_0V) its supply voltage. --info on a .jbc "
+     "prints its STAPL text."},
     {"--sign", cli_mode_sign,
      "corvane --sign FILE (--key PEM | --digest-out DIGEST | --signature SIG.der --public-key PUB.pem)",
      "Signs configuration data (.rbf) generated with sign_later, in place: with an ECDSA P-384 private key; or "
@@ -114,7 +126,8 @@ int mode_help(const CLI_ARGS&)
         std::cout << '\n';
     }
     std::cout << "EXIT STATUS\n"
-                 "    0 success, 1 the work failed (the messages say why), 2 bad usage.\n"
+                 "    0 success, 1 the work failed (the messages say why), 2 bad usage, 3 internal error (a defect:\n"
+                 "    the condition and the source position are printed).\n"
                  "\n"
                  "ENVIRONMENT\n"
                  "    CORVANE_DATA_DIR  directory holding xsd/zeb.xsd and the device catalogue\n"
@@ -229,9 +242,20 @@ int main(int argc, char** argv)
         }
         return k_modes[0].handler(args);
     }
+    catch (const MSG_INTERNAL_ERROR& e)
+    {
+        std::cerr << "Internal Error: " << e.condition() << " (" << e.module() << ", " << e.source() << ":"
+                  << e.line() << ")\n";
+        return CLI_INTERNAL;
+    }
+    catch (const std::logic_error& e)
+    {
+        std::cerr << "Internal Error: " << e.what() << '\n';
+        return CLI_INTERNAL;
+    }
     catch (const std::exception& e)
     {
-        std::cerr << "corvane: internal error: " << e.what() << '\n';
+        std::cerr << "corvane: " << e.what() << '\n';
         return CLI_FAILED;
     }
 }

@@ -1,0 +1,257 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Player files proven by players: each case's .svf runs in OpenOCD, its .jam and .jbc in our STAPL
+player, all against the simulated chain; the simulator must end up holding the source's bytes and
+the three runs must shift the same scans.
+
+Usage: test_players.py CORVANE_EXE SOURCE_DIR   (exit 77: OpenOCD is not installed)
+"""
+import json
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import zlib
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+CORVANE, SOURCE = sys.argv[1], sys.argv[2]
+DEVICES = {d["name"]: d for d in json.load(open(f"{SOURCE}/data/devices.json"))["devices"]}
+
+
+# ---- Inputs written by this script's own container writer (docs/formats.md) -------------------
+
+def u(value, n):
+    return value.to_bytes(n, "little")
+
+
+def s(text):
+    return u(len(text), 2) + text.encode()
+
+
+def container(kind, sections):
+    align = lambda n: (n + 7) // 8 * 8
+    at = align(32 + 24 * len(sections))
+    table, body = b"", b""
+    for tag, data in sections:
+        table += tag.encode() + u(zlib.crc32(data), 4) + u(at, 8) + u(len(data), 8)
+        body += b"\0" * (at - 32 - 24 * len(sections) - len(body)) + data
+        at = align(at + len(data))
+    size = at + 4
+    image = b"CVN\x1a" + kind.encode() + u(1, 2) + u(32, 2) + u(len(sections), 4) + u(size, 8) + u(0, 8)
+    image += table + body
+    image += b"\0" * (at - len(image))
+    return image + u(zlib.crc32(image), 4)
+
+
+def sections(image):
+    count = int.from_bytes(image[12:16], "little")
+    out = {}
+    for i in range(count):
+        entry = image[32 + 24 * i:56 + 24 * i]
+        offset, length = int.from_bytes(entry[8:16], "little"), int.from_bytes(entry[16:24], "little")
+        out.setdefault(entry[:4].decode(), []).append(image[offset:offset + length])
+    return out
+
+
+def idcode(name):
+    return int(DEVICES[name]["jtag"]["idcode"], 16)
+
+
+def run(*command, expect=0):
+    result = subprocess.run(command, capture_output=True, text=True, timeout=300)
+    if result.returncode != expect:
+        raise AssertionError(f"{command} exited {result.returncode}:\n{result.stdout}{result.stderr}")
+    return result
+
+
+class Inputs:
+    def __init__(self, work):
+        self.work = work
+
+    def path(self, name):
+        return os.path.join(self.work, name)
+
+    def sof(self, name, device, size, seed):
+        run(CORVANE, "--make-sof", "--device", device, "--size", str(size), "--seed", str(seed), self.path(name))
+        return sections(open(self.path(name), "rb").read())["CDAT"][0]
+
+    def ekp(self, name, device, keys):
+        body = [("EKPH", s(device) + u(len(keys), 4))]
+        body += [("KEY ", u(kind, 2) + u(storage, 2) + s(key_id) + key) for kind, storage, key_id, key in keys]
+        open(self.path(name), "wb").write(container("EKP ", body))
+
+    def jic(self, name, device, flash, flash_size, loader, option_bits, blocks):
+        head = s(flash) + u(flash_size, 8) + s(device) + u(idcode(device), 4) + u(0, 4) + u(0, 4)
+        body = [("FLSH", head), ("OPTB", u(option_bits[0], 8) + option_bits[1]),
+                ("PAGE", u(1, 4) + s("Page_0") + u(0, 8) + u(0xFFFF, 8))]
+        body += [("FBLK", u(address, 8) + data) for address, data in blocks]
+        body.append(("FLDR", s(device) + loader))
+        open(self.path(name), "wb").write(container("JIC ", body))
+
+
+# ---- Players against the simulator -------------------------------------------------------------
+
+def simulate(work, devices, flash, player):
+    """Starts the simulator, runs `player(port)`; returns (player result, simulator state)."""
+    state_file = os.path.join(work, "state.json")
+    command = [sys.executable, f"{HERE}/jtag_sim.py", SOURCE, state_file, ",".join(devices)] + ([flash] if flash else [])
+    sim = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
+    try:
+        port = int(sim.stdout.readline())
+        result = player(port)
+        sim.wait(timeout=60)
+    finally:
+        if sim.poll() is None:
+            sim.kill()
+            sim.wait()
+    state = json.load(open(state_file))
+    for i, device in enumerate(state["devices"]):
+        if os.path.exists(f"{state_file}.flash{i}"):
+            device["flash"] = open(f"{state_file}.flash{i}", "rb").read()
+            os.remove(f"{state_file}.flash{i}")
+    return result, state
+
+
+def openocd(work, devices, svf):
+    def play(port):
+        cfg = os.path.join(work, "play.cfg")
+        with open(cfg, "w") as f:
+            f.write(f"adapter driver remote_bitbang\nremote_bitbang host 127.0.0.1\nremote_bitbang port {port}\n"
+                    "transport select jtag\ngdb_port disabled\ntelnet_port disabled\ntcl_port disabled\n")
+            # OpenOCD declares the chain from TDO to TDI.
+            for i, name in reversed(list(enumerate(devices))):
+                irlen = DEVICES[name]["jtag"]["ir_length"]
+                f.write(f"jtag newtap d{i} tap -irlen {irlen} -ircapture 0x1 -irmask 0x3 "
+                        f"-expected-id {idcode(name):#x}\n")
+        result = subprocess.run(["openocd", "-f", cfg, "-c", "init", "-c", f"svf {svf} quiet", "-c", "shutdown"],
+                                capture_output=True, text=True, timeout=600)
+        log = result.stdout + result.stderr
+        failed = [line for line in log.splitlines() if line.startswith("Error:") and "adapter speed" not in line]
+        ok = result.returncode == 0 and "svf file programmed successfully" in log and not failed
+        return ok, log
+    return play
+
+
+def stapl(path):
+    def play(port):
+        result = subprocess.run([sys.executable, f"{HERE}/stapl_player.py", path, str(port)], capture_output=True,
+                                text=True, timeout=600)
+        return result.returncode == 0, result.stderr
+    return play
+
+
+# ---- Cases ------------------------------------------------------------------------------------
+
+def check_state(case, state, expected):
+    for index, what, value in expected:
+        got = state["devices"][index][what]
+        if what == "config":
+            got = bytes.fromhex(got)
+        if what == "flash":
+            start, data = value
+            got, value = got[start:start + len(data)], data
+        if got != value:
+            raise AssertionError(f"{case}: device {index} {what} differs from the source")
+
+
+def main():
+    if not shutil.which("openocd"):
+        print("SKIP: openocd is not installed (scripts/bootstrap.sh installs it)")
+        return 77
+    work = tempfile.mkdtemp(prefix="corvane-jtag-")
+    try:
+        inputs = Inputs(work)
+        config = inputs.sof("a.sof", "7TR440PA3R1", 3000, 7)
+        loader = inputs.sof("loader.sof", "7TR440PA3R1", 700, 9)
+        key = bytes(range(32))
+        owner_hash = bytes(range(100, 148))
+        inputs.ekp("k.ekp", "7TR440PA3R1", [(1, 1, "aes", key), (2, 2, "owner", owner_hash)])
+        fuses = bytes(range(7, 71))
+        open(inputs.path("k.fuse"), "wb").write(fuses)
+        # Flash content: option bits, a block across a page boundary, a block in the second sector.
+        block_a = bytes((i * 7 + 3) & 0xFF for i in range(600))
+        block_b = bytes((i * 13) & 0xFF for i in range(300))
+        inputs.jic("f.jic", "7TR440PA3R1", "VQ64A", 8 << 20, loader, (0x80, b"\x5a\x00\xa5"),
+                   [(0x100, block_a), (0x10010, block_b)])
+        flash_image = bytearray(b"\xff" * 0x20000)
+        for address, data in [(0x80, b"\x5a\x00\xa5"), (0x100, block_a), (0x10010, block_b)]:
+            flash_image[address:address + len(data)] = data
+
+        # name, chain (device, file, actions), flash device, expected (device index, field, value)
+        cases = [
+            ("config", [("7TR440PA3R1", "a.sof", "program,verify")], None,
+             [(0, "config", config), (0, "user_mode", True)]),
+            ("chain", [("9RX027R1B", None, None), ("7TR440PA3R1", "a.sof", "program,verify")], None,
+             [(1, "config", config), (0, "config", b"")]),
+            ("key", [("7TR440PA3R1", "k.ekp", "program,verify"), ("6DS250M2", None, None)], None,
+             [(0, "keys", [[1, 1, key.hex()], [2, 2, owner_hash.hex()]])]),
+            ("helper", [("7TR440PA3R1", "k.fuse", "program")], None,
+             [(0, "user_mode", True), (0, "mailbox", [fuses.hex()])]),
+            ("jic", [("7TR440PA3R1", "f.jic", "program,verify,blank-check")], "VQ64A",
+             [(0, "config", loader), (0, "flash", (0, bytes(flash_image)))]),
+        ]
+        for name, chain, flash, expected in cases:
+            cdf = inputs.path(name + ".cdf")
+            with open(cdf, "w") as f:
+                f.write("corvane-cdf 1\n")
+                for device, file, actions in chain:
+                    f.write(f"device {device}" + (f" file {file} actions {actions}" if file else "") + "\n")
+            devices = [device for device, _, _ in chain]
+            logs, times = [], []
+            for extension in ("svf", "jam", "jbc"):
+                start = time.monotonic()
+                out = inputs.path(f"{name}.{extension}")
+                run(CORVANE, "--make-player", "--frequency", "100KHz", cdf, out)
+                player = openocd(work, devices, out) if extension == "svf" else stapl(out)
+                (ok, log), state = simulate(work, devices, flash, player)
+                if not ok:
+                    raise AssertionError(f"{name}.{extension} failed:\n{log[-3000:]}")
+                check_state(f"{name}.{extension}", state, expected)
+                logs.append(state["log"])
+                times.append(f"{extension} {time.monotonic() - start:.1f}s")
+            if not logs[0] or logs[1] != logs[0] or logs[2] != logs[0]:
+                raise AssertionError(f"{name}: the .jam or .jbc shifts other scans than the .svf")
+            print(f"ok {name}: " + ", ".join(times))
+
+        # Generation from a setup document: the conversion's chain with the document's SVF options.
+        with open(inputs.path("gen.zeb"), "w") as f:
+            f.write('<zeb version="1"><settings mode="AVSTX8"/><bitstreams><bitstream id="Bitstream_1">'
+                    f'<path>{inputs.path("a.sof")}</path></bitstream></bitstreams><output_files>'
+                    f'<output_file name="gen" directory="{work}" type="SVF">'
+                    '<file_options frequency="100KHz" operation="P"/>'
+                    '<bitstream_id>Bitstream_1</bitstream_id></output_file></output_files></zeb>\n')
+        run(CORVANE, inputs.path("gen.zeb"))
+        (ok, log), state = simulate(work, ["7TR440PA3R1"], None, openocd(work, ["7TR440PA3R1"], inputs.path("gen.svf")))
+        if not ok:
+            raise AssertionError(f"generated gen.svf failed:\n{log[-3000:]}")
+        check_state("gen.svf", state, [(0, "config", config), (0, "user_mode", True)])
+        print("ok generated svf")
+
+        # One bit of the configuration data flipped: the device's status check must fail in OpenOCD.
+        svf = open(inputs.path("config.svf")).read()
+        at = svf.index("TDI(", svf.index("SDR", svf.index("under PROGRAM"))) + 20
+        flipped = svf[:at] + "%X" % (int(svf[at], 16) ^ 1) + svf[at + 1:]
+        bad = inputs.path("bad.svf")
+        open(bad, "w").write(flipped)
+        (ok, _), _ = simulate(work, ["7TR440PA3R1"], None, openocd(work, ["7TR440PA3R1"], bad))
+        if ok:
+            raise AssertionError("OpenOCD accepted an .svf with a flipped bit in a checked scan")
+        print("ok corrupted svf fails")
+
+        # A chain description file with a missing file or an unknown device is refused, nothing written.
+        for text, reason in [("device 7TR440PA3R1 file missing.sof actions program", "file not found"),
+                             ("device NOPE9 file a.sof actions program", "unknown device")]:
+            with open(inputs.path("bad.cdf"), "w") as f:
+                f.write("corvane-cdf 1\n" + text + "\n")
+            result = run(CORVANE, "--make-player", inputs.path("bad.cdf"), inputs.path("bad.jam"), expect=1)
+            if reason not in result.stderr or os.path.exists(inputs.path("bad.jam")):
+                raise AssertionError(f"bad chain: expected '{reason}', got {result.stderr}")
+        print("ok bad chains refused")
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
