@@ -8,6 +8,7 @@
 #include "pgm/zeb/zeb_messages.h"
 #include "pgm/zeb/zeb_util.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace
@@ -38,6 +39,24 @@ PLACEMENT placement_of(const PGM_COMMON_XML_ZEB_PARTITION* partition)
         }
     }
     return placement;
+}
+
+// The data width that pages in a partition are laid out for: one bit, as a configuration flash is
+// read serially, unless the flash device that holds the partition is never read one bit wide (a
+// parallel flash); then 0, the device's own width.
+uint32_t data_width_of(PGM_COMMON_XML_ZEB_ZEB* object, const PGM_COMMON_XML_ZEB_PARTITION* partition)
+{
+    for (const PGM_COMMON_XML_ZEB_FLASH_DEVICE* flash_device : ZEB_FILE_ASSISTANT::get_flash_device_elements(object))
+    {
+        const auto& partitions = flash_device->get_partition_list();
+        if (std::find(partitions.begin(), partitions.end(), partition) == partitions.end())
+            continue;
+        const DEV_FLASH_RECORD* record = GFPDB_QSPI_MGR().find_device(flash_device->get_type());
+        if (record && !record->data_widths.empty() &&
+            std::find(record->data_widths.begin(), record->data_widths.end(), 1u) == record->data_widths.end())
+            return 0;
+    }
+    return 1;
 }
 
 bool is_page_image(FIO_EXTENSION_TYPE extension)
@@ -149,7 +168,7 @@ bool ZEB_UTIL::convert_zeb_to_ccf_bitstreams(PGM_COMMON_XML_ZEB_ZEB* object, PGM
     if (partition)
     {
         placement = placement_of(partition);
-        ccf->set_width(1);
+        ccf->set_width(data_width_of(object, partition));
     }
 
     for (PGM_COMMON_XML_ZEB_PATH* path : paths)
