@@ -47,12 +47,7 @@ int cli_mode_setup(const CLI_ARGS& args)
             status = CLI_FAILED;
             continue;
         }
-        // The settings check posts its first finding itself; the flags are of no use here.
-        bool needs_flash_loader = false;
-        bool programs_config_device = false;
-        bool error = false;
-        std::string message;
-        if (check && !ZEB_UTIL::check(document.get(), needs_flash_loader, programs_config_device, message, error, true))
+        if (check && !cli_check_document(document.get(), file))
         {
             status = CLI_FAILED;
             continue;
