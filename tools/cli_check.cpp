@@ -135,7 +135,11 @@ void explain_unknown_device(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& m
     {
         std::string problem;
         if (!GFPDB_QSPI_MGR::set_db_custom_dir(custom_db_dir, &problem))
+        {
+            // The device is most likely one of that directory: a nearest catalogue name would mislead.
             second_line("The custom database directory " + custom_db_dir + " was not loaded: " + problem);
+            return;
+        }
     }
     for (const PGM_COMMON_XML_ZEB_FLASH_DEVICE* device : ZEB_FILE_ASSISTANT::get_flash_device_elements(object))
         if (message.find("device " + device->get_type() + ".") != std::string::npos)

@@ -24,6 +24,7 @@ constexpr MSG_RECORD k_messages[] = {
     {EZEB_UNRESOLVED_REFERENCE, "EZEB_UNRESOLVED_REFERENCE", MSG_KIND_ERROR, "%1!s! '%2!s!' of %3!s! names no %4!s! of the document."},
     {EZEB_CONTENT_DOES_NOT_FIT, "EZEB_CONTENT_DOES_NOT_FIT", MSG_KIND_ERROR, "Input %1!s! (%2!s! bytes) does not fit partition %3!s! of flash device %4!s!: %5!s!."},
     {EZEB_INPUT_FOR_OTHER_DEVICE, "EZEB_INPUT_FOR_OTHER_DEVICE", MSG_KIND_ERROR, "Input %1!s! is a design for %2!s!, but the flash loader, the FPGA that boots from flash device %4!s!, is %3!s!."},
+    {EZEB_KEY_NOT_IN_KEY_FILE, "EZEB_KEY_NOT_IN_KEY_FILE", MSG_KIND_ERROR, "Key '%1!s!' of input %2!s! is not in key file %3!s! as a key of %4!s! hexadecimal digits, the key length of %5!s!."},
 };
 // clang-format on
 

@@ -35,6 +35,7 @@ enum ZEB_MSG_ID : int
     EZEB_UNRESOLVED_REFERENCE = 21004,
     EZEB_CONTENT_DOES_NOT_FIT = 21005,
     EZEB_INPUT_FOR_OTHER_DEVICE = 21006,
+    EZEB_KEY_NOT_IN_KEY_FILE = 21007,
 };
 
 // Reserved partition row: a partition that the system places itself (boot information, factory

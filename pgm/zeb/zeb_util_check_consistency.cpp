@@ -4,6 +4,7 @@
 // a flash image are made for. Each rule reports the element it found by name.
 #include "pgm/zeb/zeb_util_check_consistency.h"
 
+#include "pgm/zeb/key_files.h"
 #include "pgm/zeb/platform/dev/dev.h"
 #include "pgm/zeb/platform/pgmio/pgmio_precheck.h"
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
@@ -179,7 +180,7 @@ std::optional<uint64_t> raw_file_size(const PGM_COMMON_XML_ZEB_RAW_FILE* raw_fil
     return size;
 }
 
-// The bytes and the targeted FPGA of one assignment's input. A compressed bitstream's size is
+// The path as the document writes it, the bytes and the targeted FPGA of one assignment's input. A compressed bitstream's size is
 // known only once it is compressed, so only its device is reported.
 struct ASSIGNED_CONTENT
 {
@@ -191,7 +192,6 @@ struct ASSIGNED_CONTENT
 ASSIGNED_CONTENT assigned_content(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB_ASSIGNMENT* assignment)
 {
     ASSIGNED_CONTENT content;
-    content.path = ZEB_FILE_ASSISTANT::get_input_file_path(object, assignment).get_full_path();
     if (!assignment->get_bitstream_id_list().empty())
     {
         const PGM_COMMON_XML_ZEB_BITSTREAM* bitstream =
@@ -199,6 +199,7 @@ ASSIGNED_CONTENT assigned_content(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML
         if (!bitstream || bitstream->get_path_list().empty())
             return content;
         const PGM_COMMON_XML_ZEB_PATH* path = bitstream->get_path_list().front();
+        content.path = path->get_text();
         const PGM_DEVICE* device = nullptr;
         PGMIO_PRECHECK_INFO info;
         std::string message;
@@ -213,7 +214,10 @@ ASSIGNED_CONTENT assigned_content(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML
     {
         if (const PGM_COMMON_XML_ZEB_RAW_FILE* raw_file = ZEB_FILE_ASSISTANT::get_raw_file_element(
                 object, assignment->get_raw_file_id_list().front()->get_text()))
+        {
+            content.path = raw_file->get_text();
             content.size = raw_file_size(raw_file);
+        }
     }
     return content;
 }
@@ -265,6 +269,32 @@ bool check_contents(PGM_COMMON_XML_ZEB_ZEB* object, const std::vector<PLACED_PAR
     return true;
 }
 
+// Each key that an encrypted input names must be in its key file, as a key of the length that the
+// targeted FPGA takes; otherwise encryption would fail, or use a key the user did not mean.
+bool check_keys(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_CONSISTENCY_FINDING& finding)
+{
+    for (const PGM_COMMON_XML_ZEB_BITSTREAM* bitstream : ZEB_FILE_ASSISTANT::get_bitstream_elements(object))
+        for (const PGM_COMMON_XML_ZEB_PATH* path : bitstream->get_path_list())
+        {
+            if (!path->get_encryption())
+                continue;
+            const PGM_DEVICE* device = nullptr;
+            std::string message;
+            if (!ZEB_UTIL::precheck_input_file(FIO_PATH(path->get_text()), &device, message, message, true) ||
+                !device || !device->get_fpga_record())
+                continue;
+            const uint32_t key_bits = device->get_fpga_record()->capabilities.key_length;
+            const std::pair<const std::string*, const std::string*> keys[] = {
+                {&path->get_key_file1(), &path->get_key1()}, {&path->get_key_file2(), &path->get_key2()}};
+            for (const auto& [file, id] : keys)
+                if (key_bits != 0 && !file->empty() && !id->empty() &&
+                    ZEB_KEY_FILE_ASSISTANT::get_key_from_key_file(*file, *id, key_bits).empty())
+                    return fail(finding, EZEB_KEY_NOT_IN_KEY_FILE,
+                                {*id, path->get_text(), *file, std::to_string(key_bits / 4), device->get_name()});
+        }
+    return true;
+}
+
 } // namespace
 
 bool zeb_is_address_text(const std::string& text)
@@ -287,7 +317,8 @@ bool zeb_check_consistency(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_CONSISTENCY_FINDI
     const std::vector<PLACED_PARTITION> partitions = all_partitions(object);
     // Address texts first: every later rule reads the addresses.
     return check_address_texts(partitions, finding) && check_ranges(partitions, finding) &&
-           check_references(object, partitions, finding) && check_contents(object, partitions, finding);
+           check_references(object, partitions, finding) && check_contents(object, partitions, finding) &&
+           check_keys(object, finding);
 }
 
 bool zeb_check_address_texts(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_CONSISTENCY_FINDING& finding)

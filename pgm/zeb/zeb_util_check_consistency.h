@@ -2,8 +2,8 @@
 // Consistency rules that run after the settings check has passed: they catch documents that the
 // settings check accepts but from which no correct programming file can be made (address texts
 // read only in part, reversed or oversized partitions, references that name nothing, content
-// larger than its partition, a design for another FPGA than the flash loader). Front ends and
-// generation run them before any file is written.
+// larger than its partition, a design for another FPGA than the flash loader, an encryption key
+// that its key file does not hold). Front ends and generation run them before any file is written.
 #pragma once
 
 #include "pgm/zeb/zeb_util.h"
