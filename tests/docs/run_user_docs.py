@@ -119,6 +119,15 @@ def main():
     for path, marked_only, setup in documents:
         p, f = run_document(path, marked_only, env, generation, setup)
         passed, failed = passed + p, failed + f
+    # The message reference has a section for every number the library can post.
+    numbers = re.findall(r"^\s*[EIW]ZEB_\w+ = (\d+),", open(os.path.join(repo, "pgm/zeb/zeb_util.h")).read(), re.M)
+    sections = set(re.findall(r"^## (\d+)$", open(os.path.join(user, "messages.md")).read(), re.M))
+    for number in numbers:
+        if number in sections:
+            passed += 1
+        else:
+            print(f"FAIL docs/user/messages.md: no section for message {number}")
+            failed += 1
     print(f"{passed} passed, {failed} failed")
     return 1 if failed or not passed else 0
 
