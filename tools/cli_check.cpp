@@ -188,16 +188,13 @@ bool cli_check_document(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& fil
     {
         passed = ZEB_UTIL::check(document, needs_flash_loader, programs_config_device, message, error, true);
     }
-    catch (const std::invalid_argument&)
+    catch (const std::exception& e)
     {
-        // An address text without any number: the consistency rules name it.
-        if (zeb_check_consistency_and_report(document))
-            throw;
-        return false;
-    }
-    catch (const std::out_of_range&)
-    {
-        if (zeb_check_consistency_and_report(document))
+        // The address reader gives up on a text without any number or beyond 32 bits; the
+        // consistency rules name that text. Anything else is a defect and goes on up.
+        const bool unreadable_number = dynamic_cast<const std::invalid_argument*>(&e) != nullptr ||
+                                       dynamic_cast<const std::out_of_range*>(&e) != nullptr;
+        if (!unreadable_number || zeb_check_consistency_and_report(document))
             throw;
         return false;
     }
