@@ -156,11 +156,10 @@ void explain_unknown_device(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& m
         }
 }
 
-void explain_unknown_loader(const std::string& message)
+// An FPGA name that the catalogue lacks: the flash loader, or an output file's helper device.
+void explain_unknown_fpga(const std::string& name)
 {
-    const std::string name = message.substr(std::string_view("Unrecognized flash loader ").size());
-    second_line("The nearest FPGA name is " + nearest(name, fpga_names()) +
-                ". 'corvane --list-devices' lists the FPGAs and their flash loaders.");
+    second_line("The nearest FPGA name is " + nearest(name, fpga_names()) + ". 'corvane --list-devices' lists them all.");
 }
 
 void explain(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& message)
@@ -172,7 +171,12 @@ void explain(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& message)
     else if (starts_with(message, "Unrecognized configuration device "))
         explain_unknown_device(object, message);
     else if (starts_with(message, "Unrecognized flash loader "))
-        explain_unknown_loader(message);
+        explain_unknown_fpga(message.substr(std::string_view("Unrecognized flash loader ").size()));
+    else if (starts_with(message, "Helper device '"))
+    {
+        const size_t start = std::string_view("Helper device '").size();
+        explain_unknown_fpga(message.substr(start, message.find('\'', start) - start));
+    }
 }
 
 } // namespace

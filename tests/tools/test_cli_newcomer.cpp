@@ -73,6 +73,8 @@ TEST(CliNewcomer, EveryBrokenFlashDocumentSaysWhereAndWhy)
         {"custom database not loaded",
          {{R"(type="VQ256A")", R"(type="MYFLASH")"}, {R"(mode="ASX4")", R"(mode="ASX4" custom_db_dir="no_such_dir")"}},
          {"Error (19516)", "custom database directory no_such_dir was not loaded: "}},
+        {"misspelt flash loader", {{">7TR440PA3R1<", ">7TR404PA3R1<"}},
+         {"Error (19516)", "nearest FPGA name is 7TR440PA3R1", "--list-devices"}},
         {"mode without that output", {{R"(mode="ASX4")", R"(mode="AVSTX8")"}},
          {"Error (19516)", "Output file output_files/design (type JIC)"}},
     };
