@@ -41,7 +41,8 @@ size_t edit_distance(std::string_view a, std::string_view b)
     for (size_t i = 1; i <= a.size(); ++i)
         for (size_t j = 1; j <= b.size(); ++j)
         {
-            d[i][j] = std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (same(a[i - 1], b[j - 1]) ? 0 : 1)});
+            d[i][j] =
+                std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (same(a[i - 1], b[j - 1]) ? 0 : 1)});
             if (i > 1 && j > 1 && same(a[i - 1], b[j - 2]) && same(a[i - 2], b[j - 1]))
                 d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
         }
@@ -159,7 +160,8 @@ void explain_unknown_device(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& m
 // An FPGA name that the catalogue lacks: the flash loader, or an output file's helper device.
 void explain_unknown_fpga(const std::string& name)
 {
-    second_line("The nearest FPGA name is " + nearest(name, fpga_names()) + ". 'corvane --list-devices' lists them all.");
+    second_line("The nearest FPGA name is " + nearest(name, fpga_names()) +
+                ". 'corvane --list-devices' lists them all.");
 }
 
 void explain(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& message)

@@ -180,8 +180,8 @@ std::optional<uint64_t> raw_file_size(const PGM_COMMON_XML_ZEB_RAW_FILE* raw_fil
     return size;
 }
 
-// The path as the document writes it, the bytes and the targeted FPGA of one assignment's input. A compressed bitstream's size is
-// known only once it is compressed, so only its device is reported.
+// The path as the document writes it, the bytes and the targeted FPGA of one assignment's input. A compressed
+// bitstream's size is known only once it is compressed, so only its device is reported.
 struct ASSIGNED_CONTENT
 {
     std::string path;

@@ -36,7 +36,7 @@ struct STUMBLE
 {
     const char* what;
     std::vector<std::pair<std::string, std::string>> edits; // applied to examples/flash_jic.zeb
-    std::vector<std::string> expected;                        // in standard error; empty: the document passes
+    std::vector<std::string> expected;                      // in standard error; empty: the document passes
 };
 
 TEST(CliNewcomer, EveryBrokenFlashDocumentSaysWhereAndWhy)
@@ -56,26 +56,33 @@ TEST(CliNewcomer, EveryBrokenFlashDocumentSaysWhereAndWhy)
          {{user, R"(id="USER" s_addr="0x02000000" e_addr="0x0200FFFF")"}},
          {"Error (21003)", "Partition USER", "0x01FFFFFF"}},
         {"end below start", {{user, R"(id="USER" s_addr="0x01F00000" e_addr="0x01E00000")"}}, {"Error (21002)"}},
-        {"assignment to an undeclared partition", {{R"(partition_id="USER")", R"(partition_id="USR")"}},
+        {"assignment to an undeclared partition",
+         {{R"(partition_id="USER")", R"(partition_id="USR")"}},
          {"Error (21004)", "partition_id 'USR'"}},
         {"content larger than its partition",
-         {{R"(compression="true")", ""}, {R"(s_addr="0x00040000" e_addr="auto")", R"(s_addr="0x40000" e_addr="0x407FF")"}},
+         {{R"(compression="true")", ""},
+          {R"(s_addr="0x00040000" e_addr="auto")", R"(s_addr="0x40000" e_addr="0x407FF")"}},
          {"Error (21005)", "(4096 bytes) does not fit partition P1", "2048 bytes"}},
-        {"design for another FPGA", {{">design.sof<", ">other.sof<"}},
+        {"design for another FPGA",
+         {{">design.sof<", ">other.sof<"}},
          {"Error (21006)", "other.sof is a design for 9RX027R1B", "is 7TR440PA3R1"}},
         {"letter O for zero", {{"0x01F00000", "0x01FO0000"}}, {"Error (21001)", "'0x01FO0000'", "0x0000001F"}},
         {"upper-case X", {{"0x01F00000", "0X01F00000"}}, {"Error (21001)", "'0X01F00000'", "0x00000000"}},
         {"no number at all", {{"0x01F00000", "top"}}, {"Error (21001)", "'top'", "no number at all"}},
-        {"overlapping ranges", {{"0x01F00000", "0x00030000"}},
+        {"overlapping ranges",
+         {{"0x01F00000", "0x00030000"}},
          {"Error (19516)", "Partition USER of flash device Flash_1 (VQ256A) overlaps partition BOOT_INFO"}},
-        {"misspelt flash device", {{R"(type="VQ256A")", R"(type="VQ265A")"}},
+        {"misspelt flash device",
+         {{R"(type="VQ256A")", R"(type="VQ265A")"}},
          {"Error (19516)", "nearest known name is VQ256A", "--list-flash-devices"}},
         {"custom database not loaded",
          {{R"(type="VQ256A")", R"(type="MYFLASH")"}, {R"(mode="ASX4")", R"(mode="ASX4" custom_db_dir="no_such_dir")"}},
          {"Error (19516)", "custom database directory no_such_dir was not loaded: "}},
-        {"misspelt flash loader", {{">7TR440PA3R1<", ">7TR404PA3R1<"}},
+        {"misspelt flash loader",
+         {{">7TR440PA3R1<", ">7TR404PA3R1<"}},
          {"Error (19516)", "nearest FPGA name is 7TR440PA3R1", "--list-devices"}},
-        {"mode without that output", {{R"(mode="ASX4")", R"(mode="AVSTX8")"}},
+        {"mode without that output",
+         {{R"(mode="ASX4")", R"(mode="AVSTX8")"}},
          {"Error (19516)", "Output file output_files/design (type JIC)"}},
     };
     for (const STUMBLE& stumble : stumbles)

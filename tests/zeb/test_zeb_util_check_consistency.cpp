@@ -13,10 +13,10 @@ TEST(ZebConsistency, AnAddressTextIsOneTheReaderTakesWhole)
         const char* text;
         bool accepted;
     } cases[] = {
-        {"auto", true},        {"0x01F00000", true},  {"0xffffffff", true},  {"0", true},
-        {"4294967295", true},  {"0x01FO0000", false}, {"0X01F00000", false}, {"01F00000", false},
-        {"0x", false},         {"0x100000000", false}, {"4294967296", false}, {" 0x10", false},
-        {"-1", false},         {"", false},           {"AUTO", false},       {"0x10 ", false},
+        {"auto", true},        {"0x01F00000", true},  {"0xffffffff", true}, {"0", true},   {"4294967295", true},
+        {"0x01FO0000", false}, {"0X01F00000", false}, {"01F00000", false},  {"0x", false}, {"0x100000000", false},
+        {"4294967296", false}, {" 0x10", false},      {"-1", false},        {"", false},   {"AUTO", false},
+        {"0x10 ", false},
     };
     for (const auto& c : cases)
     {
