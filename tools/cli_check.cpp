@@ -11,6 +11,7 @@
 #include "pgm/zeb/zeb_util_check_consistency.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <stdexcept>
 
@@ -174,6 +175,9 @@ void explain(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& message)
         explain_unknown_device(object, message);
     else if (starts_with(message, "Unrecognized flash loader "))
         explain_unknown_fpga(message.substr(std::string_view("Unrecognized flash loader ").size()));
+    else if (starts_with(message, "Cannot find '"))
+        second_line("Relative paths in a setup document are taken from the working directory (" +
+                    std::filesystem::current_path().string() + "), not from the document's directory.");
     else if (starts_with(message, "Helper device '"))
     {
         const size_t start = std::string_view("Helper device '").size();

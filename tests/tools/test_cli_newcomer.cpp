@@ -78,6 +78,8 @@ TEST(CliNewcomer, EveryBrokenFlashDocumentSaysWhereAndWhy)
         {"custom database not loaded",
          {{R"(type="VQ256A")", R"(type="MYFLASH")"}, {R"(mode="ASX4")", R"(mode="ASX4" custom_db_dir="no_such_dir")"}},
          {"Error (19516)", "custom database directory no_such_dir was not loaded: "}},
+        {"input missing from the working directory", {{">design.sof<", ">build/design.sof<"}},
+         {"Error (19516)", "Relative paths in a setup document are taken from the working directory"}},
         {"misspelt flash loader",
          {{">7TR440PA3R1<", ">7TR404PA3R1<"}},
          {"Error (19516)", "nearest FPGA name is 7TR440PA3R1", "--list-devices"}},
