@@ -12,6 +12,7 @@ packages=(
     nlohmann-json3-dev
     liblz4-dev lz4
     srecord binutils openocd librsvg2-bin python3 time
+    libarchive-zip-perl # crc32, which the flash image tests compare with
 )
 
 missing=()

@@ -9,7 +9,8 @@
 // Arguments of one mode: everything after the mode's flag (or all arguments for the default mode).
 using CLI_ARGS = std::vector<std::string>;
 
-// A mode returns the process exit status: 0 success, 1 failure of the work, 2 bad usage.
+// A mode returns the process exit status: 0 success, 1 failure of the work, 2 bad usage (3 is
+// reserved for internal errors, which main reports).
 using CLI_HANDLER = int (*)(const CLI_ARGS& args);
 
 struct CLI_MODE
@@ -24,6 +25,7 @@ struct CLI_MODE
 constexpr int CLI_OK = 0;
 constexpr int CLI_FAILED = 1;
 constexpr int CLI_USAGE = 2;
+constexpr int CLI_INTERNAL = 3; // a broken precondition inside the library (a defect, not the user's input)
 
 // Prints "corvane: <text>" and a hint to --help on stderr; returns CLI_USAGE.
 int cli_usage_error(std::string_view text);
@@ -53,4 +55,8 @@ int cli_mode_make_sof(const CLI_ARGS& args);
 int cli_mode_info(const CLI_ARGS& args);
 int cli_mode_list_devices(const CLI_ARGS& args);
 int cli_mode_list_flash_devices(const CLI_ARGS& args);
+int cli_mode_sign(const CLI_ARGS& args);
+int cli_mode_finalize_encryption(const CLI_ARGS& args);
+int cli_mode_make_hky(const CLI_ARGS& args);
+int cli_mode_make_hek(const CLI_ARGS& args);
 // -- end of modes (add one declaration per mode above this line)

@@ -35,26 +35,28 @@ std::string hex_number(uint64_t value)
     return text;
 }
 
-void print_json(const std::string& path, const PGMIO_FILE_INFO& info)
+void print_flash_walk(const PGMIO_FLASH_WALK& walk)
 {
-    std::cout << "{\n  \"file\": " << cli_json_string(path) << ",\n  \"kind\": " << cli_json_string(info.kind)
-              << ",\n  \"format\": " << cli_json_string(info.format) << ",\n  \"size\": " << info.size
-              << ",\n  \"device\": " << cli_json_string(info.device) << ",\n  \"fields\": {";
-    for (size_t i = 0; i < info.fields.size(); ++i)
-        std::cout << (i ? "," : "") << "\n    " << cli_json_string(info.fields[i].first) << ": "
-                  << cli_json_string(info.fields[i].second);
-    std::cout << (info.fields.empty() ? "" : "\n  ") << "},\n  \"sections\": [";
-    for (size_t i = 0; i < info.sections.size(); ++i)
+    std::cout << "flash layout:             " << walk.directory
+              << (walk.directory.rfind("none", 0) == 0 ? "" : " at " + hex_number(walk.directory_address))
+              << (walk.bit_reversed ? ", bits of each byte reversed" : "") << '\n';
+    std::cout << "images:\n";
+    char line[256];
+    for (const PGMIO_FLASH_WALK_IMAGE& image : walk.images)
     {
-        const PGMIO_INFO_SECTION& section = info.sections[i];
-        std::cout << (i ? "," : "") << "\n    {\"depth\": " << section.depth
-                  << ", \"tag\": " << cli_json_string(section.tag) << ", \"offset\": " << section.offset
-                  << ", \"size\": " << section.size << ", \"crc\": \"" << hex_number(section.crc)
-                  << "\", \"crc_ok\": " << (section.crc_ok ? "true" : "false") << "}";
+        std::snprintf(line, sizeof line, "  %-20s %-5s page %-3u %s..%s %10llu bytes crc %s %-12s %s\n",
+                      image.name.c_str(), image.kind.c_str(), image.page, hex_number(image.start).c_str(),
+                      hex_number(image.start + (image.size ? image.size - 1 : 0)).c_str(),
+                      static_cast<unsigned long long>(image.size), hex_number(image.crc).c_str(),
+                      image.device.empty() ? "-" : image.device.c_str(), image.intact ? "intact" : "DAMAGED");
+        std::cout << line;
+        if (!image.intact)
+            std::cout << "    " << image.problem << '\n';
     }
-    std::cout << (info.sections.empty() ? "" : "\n  ")
-              << "],\n  \"integrity\": {\"ok\": " << (info.integrity.empty() ? "true" : "false")
-              << ", \"reason\": " << cli_json_string(info.integrity) << "}\n}\n";
+    std::string order;
+    for (const std::string& name : walk.boot_order)
+        order += (order.empty() ? "" : " -> ") + name;
+    std::cout << "boot order:               " << (order.empty() ? "-" : order) << '\n';
 }
 
 void print_text(const std::string& path, const PGMIO_FILE_INFO& info)
@@ -87,6 +89,8 @@ void print_text(const std::string& path, const PGMIO_FILE_INFO& info)
             std::cout << line;
         }
     }
+    if (info.has_flash)
+        print_flash_walk(info.flash);
     row("integrity", info.integrity.empty() ? "ok" : "FAILED: " + info.integrity);
 }
 
@@ -96,7 +100,7 @@ int cli_mode_make_sof(const CLI_ARGS& args)
 {
     std::vector<CLI_OPTION> options;
     std::vector<std::string> files;
-    if (!cli_split_options(args, {"--device", "--seed", "--size", "--data", "--design"}, {"--cvp", "--hps", "--pr"},
+    if (!cli_split_options(args, {"--device", "--seed", "--size", "--data", "--design", "--utilization"}, {"--cvp", "--hps", "--pr"},
                            options, files))
         return CLI_USAGE;
     if (files.size() != 1)
@@ -115,6 +119,13 @@ int cli_mode_make_sof(const CLI_ARGS& args)
             assemble.design_name = option.value;
         else if (option.name == "--seed" && !parse_number(option.value, assemble.seed))
             return cli_usage_error("--seed needs a number, got '" + option.value + "'");
+        else if (option.name == "--utilization")
+        {
+            uint64_t percent = 0;
+            if (!parse_number(option.value, percent) || percent > 100)
+                return cli_usage_error("--utilization needs a percentage 0 to 100, got '" + option.value + "'");
+            assemble.utilization = uint32_t(percent);
+        }
         else if (option.name == "--size" && (!parse_number(option.value, assemble.size) || assemble.size == 0))
             return cli_usage_error("--size needs a positive number of bytes, got '" + option.value + "'");
         else if (option.name == "--cvp")
@@ -173,7 +184,7 @@ int cli_mode_info(const CLI_ARGS& args)
         return CLI_FAILED;
     }
     if (json)
-        print_json(files[0], info);
+        std::cout << pgmio_info_json(files[0], info);
     else
         print_text(files[0], info);
     return info.integrity.empty() ? CLI_OK : CLI_FAILED;

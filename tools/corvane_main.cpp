@@ -3,8 +3,10 @@
 #include "cli.h"
 
 #include "pgm/zeb/platform/fio/fio.h"
+#include "pgm/zeb/platform/msg/msg.h"
 
 #include <cstdio>
+#include <malloc.h>
 #include <cstring>
 #include <iostream>
 
@@ -16,21 +18,26 @@ int mode_version(const CLI_ARGS& args);
 
 // One row per mode. The default mode (flag nullptr) handles setup documents.
 constexpr CLI_MODE k_modes[] = {
-    {nullptr, cli_mode_setup, "corvane [--no-check] [--save OUT.zeb] [--ini NAME=VALUE]... SETUP.zeb...",
+    {nullptr, cli_mode_setup, "corvane [--check | --no-check] [--save OUT.zeb] [--ini NAME=VALUE]... SETUP.zeb...",
      "Reads each setup document, validates it against the schema, normalises it and checks its settings: "
      "modes and output file types, input files (which must exist and suit the target device), helper "
      "images, flash loader, flash devices and partition ranges, assignments, pages, signing and "
      "encryption. The first problem of each document is reported as 'Detected Corvane settings error'. "
-     "Relative input paths are taken from the working directory. --no-check stops after normalising. "
+     "Relative input paths are taken from the working directory. A document that passes is then "
+     "generated: every output file is written, one line per file written (path and size) and a closing "
+     "count are printed, and a failed output file stops the run and leaves none of its files behind. "
+     "--check stops after the check and says 'check passed'; --no-check stops after normalising. "
      "With --save the (single) document is written to OUT.zeb after a passing check; the file is "
      "replaced only when it was written completely. --ini sets a configuration switch for this run "
      "(see docs/switches.md)."},
     {"--make-sof", cli_mode_make_sof,
-     "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--cvp] [--hps] [--pr] [--data RAW.bin] "
-     "[--design NAME] OUT.sof",
+     "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--utilization PERCENT] [--cvp] [--hps] [--pr] "
+     "[--data RAW.bin] [--design NAME] OUT.sof",
      "Writes an SRAM object file for a device of the catalogue. Its configuration data is the content of "
      "RAW.bin (--data) or deterministic synthetic content from the seed (default 1) of the device's size or "
-     "--size bytes; --cvp, --hps and --pr declare those design capabilities, which the device must have."},
+     "--size bytes, structured like a real design: zero frames for unused resources, sparse bits in used "
+     "frames, repeated frames; --utilization sets the share of used frames (default 30); --cvp, --hps and --pr "
+     "declare those design capabilities, which the device must have."},
     {"--info", cli_mode_info, "corvane --info FILE [--json]",
      "Describes a programming file (SRAM object, configuration data, flash, mask, key, helper image, hex or "
      "chain description file): kind, device, sections with offsets, sizes and CRCs, flags, and whether every "
@@ -42,6 +49,20 @@ constexpr CLI_MODE k_modes[] = {
      "Lists the flash devices of the flash-device database: size, sector and page size, legacy flag, silicon id, "
      "address bytes and bus widths. --custom-db adds the user-defined flash devices of the *.json files in DIR; "
      "a malformed file is reported with its name and the problem."},
+    {"--sign", cli_mode_sign,
+     "corvane --sign FILE (--key PEM | --digest-out DIGEST | --signature SIG.der --public-key PUB.pem)",
+     "Signs configuration data (.rbf) generated with sign_later, in place: with an ECDSA P-384 private key; or "
+     "writes the SHA-384 digest to be signed elsewhere; or inserts a DER signature made elsewhere after verifying "
+     "it with the public key."},
+    {"--finalize-encryption", cli_mode_finalize_encryption,
+     "corvane --finalize-encryption FILE --hek HEK --key-file KEYS [--password-file F]",
+     "Wraps the design key (its id is stored in FILE, the key is read from KEYS) under the key-encryption key of "
+     "HEK and stores it in FILE, generated with finalize_encryption_later; a signature is cleared and must be "
+     "made again."},
+    {"--make-hky", cli_mode_make_hky, "corvane --make-hky PUB.pem OUT.hky",
+     "Writes the owner root key file of an ECDSA P-384 public key."},
+    {"--make-hek", cli_mode_make_hek, "corvane --make-hek OUT.hek [--password-file F]",
+     "Writes a key-encryption key file with a fresh random key (mode 0600), protected by the password of F."},
     // -- end of modes (add one row per mode above this line)
     {"--help", mode_help, "corvane --help", "Prints this text."},
     {"--version", mode_version, "corvane --version", "Prints the version."},
@@ -97,7 +118,8 @@ int mode_help(const CLI_ARGS&)
         std::cout << '\n';
     }
     std::cout << "EXIT STATUS\n"
-                 "    0 success, 1 the work failed (the messages say why), 2 bad usage.\n"
+                 "    0 success, 1 the work failed (the messages say why), 2 bad usage, 3 internal error (a defect:\n"
+                 "    the condition and the source position are printed).\n"
                  "\n"
                  "ENVIRONMENT\n"
                  "    CORVANE_DATA_DIR  directory holding xsd/zeb.xsd and the device catalogue\n"
@@ -196,6 +218,10 @@ std::string cli_json_string(std::string_view text)
 
 int main(int argc, char** argv)
 {
+    // Buffers of a MiB or more go back to the system when freed: conversions allocate and free
+    // configuration images of tens of MiB one after the other, and the allocator's adaptive
+    // threshold would otherwise keep each of them in the heap and raise peak memory.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
     CLI_ARGS args(argv + 1, argv + argc);
     if (args.empty())
         return cli_usage_error("no setup document given");
@@ -208,9 +234,20 @@ int main(int argc, char** argv)
         }
         return k_modes[0].handler(args);
     }
+    catch (const MSG_INTERNAL_ERROR& e)
+    {
+        std::cerr << "Internal Error: " << e.condition() << " (" << e.module() << ", " << e.source() << ":"
+                  << e.line() << ")\n";
+        return CLI_INTERNAL;
+    }
+    catch (const std::logic_error& e)
+    {
+        std::cerr << "Internal Error: " << e.what() << '\n';
+        return CLI_INTERNAL;
+    }
     catch (const std::exception& e)
     {
-        std::cerr << "corvane: internal error: " << e.what() << '\n';
+        std::cerr << "corvane: " << e.what() << '\n';
         return CLI_FAILED;
     }
 }

@@ -11,10 +11,14 @@
 #include "pgm/zeb/platform/pgm_common_xml_zeb_auto_export.h"
 #include "pgm/zeb/platform/pgmio/pgmio_enums.h"
 #include "pgm/zeb/platform/pgmio/pgmio_precheck.h"
+#include "pgm/zeb/zeb_db_util.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
+
+class PGMIO_CCF;
 
 // Message numbers of the setup-document library.
 enum ZEB_MSG_ID : int
@@ -178,8 +182,8 @@ public:
                                                                         bool multi_image,
                                                                         FIO_FILE_TYPE input_file_type);
 
-    // True when the reserved partition `name` carries a page of its own; false for a name that is
-    // not reserved under these arguments.
+    // True when the partition `name` carries page images: a reserved partition when its row says
+    // so, and always a user partition (a name that is not reserved under these arguments).
     static bool partition_has_page(const std::string& name, PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family,
                                    DEV_DEVICE_ENUM device, bool multi_image, FIO_FILE_TYPE input_file_type);
 
@@ -207,5 +211,88 @@ public:
     // -- end of reserved partitions
 
     // ---- Generation ---------------------------------------------------------------------------
+
+    // Writes every output file of a checked document, in document order. False at the first output
+    // file that fails (its messages are posted; later output files are not attempted); true for a
+    // document without output files. A null document is an internal error.
+    static bool generate(PGM_COMMON_XML_ZEB_ZEB* object);
+    // The same, telling `progress` which output file (index from 0, of count, its path) starts.
+    using GENERATE_PROGRESS = std::function<void(size_t index, size_t count, const FIO_PATH& output)>;
+    static bool generate(PGM_COMMON_XML_ZEB_ZEB* object, const GENERATE_PROGRESS& progress);
+
+    // The files an output file writes: its own path (and the core and first half of a CvP or HPS
+    // variant), then one per secondary file (named, or with the output file's name), each with the
+    // extension of its type. Never fails; an output file without directory or name gives an empty
+    // list.
+    static std::vector<FIO_PATH> get_output_file_paths(PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file);
     // -- end of generation
+
+private:
+    // ---- Generation (private) -----------------------------------------------------------------
+    // One output file, one pass per bitstream reference; the result is that of the last pass.
+    // EZEB_GENERIC_ERROR for an SOF output that cannot be written.
+    static bool generate_output_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file);
+    // The chain writers (JAM, JBC, SVF): builds the chain from the single input file or takes the
+    // converted one. EZEB_CAN_NOT_GENERATE when the file cannot be written.
+    static bool generate_player_file(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_FILE_TYPE type, PGMIO_CCF* ccf);
+
+    // A new conversion setup for one pass of an output file, owned by the caller through *ccf
+    // (also on failure). False with the conversion's message posted.
+    static bool convert_zeb_to_ccf(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file,
+                                   uint32_t pass, PGMIO_CCF** ccf);
+    // The configuration scheme of the settings (streaming x8 without settings). Always true.
+    static bool convert_zeb_to_ccf_settings(PGM_COMMON_XML_ZEB_ZEB* object, PGMIO_CCF* ccf);
+    // Path, type, target, file options and secondary files. EZEB_OUTPUT_DIRECTORY_DOES_NOT_EXISTS
+    // when the output directory is missing.
+    static bool convert_zeb_to_ccf_output_file(PGM_COMMON_XML_ZEB_ZEB* object,
+                                               PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file, uint32_t pass,
+                                               PGMIO_CCF* ccf);
+    // The write flag or side-file path of one output type. An unsupported type is an internal error.
+    static bool convert_zeb_to_ccf_output_file_type(ZEB_FILE_TYPE type, FIO_PATH output_path, FIO_PATH input_path,
+                                                    PGMIO_CCF* ccf);
+    // Bit swap, start addresses, hex direction and the SVF options. Always true.
+    static bool convert_zeb_to_ccf_output_file_options_properties(PGM_COMMON_XML_ZEB_FILE_OPTIONS* file_options,
+                                                                  ZEB_FILE_TYPE type, PGMIO_CCF* ccf);
+
+    // The flash loader device, when the document names one. Always true.
+    static bool convert_zeb_to_ccf_flash_loader(PGM_COMMON_XML_ZEB_ZEB* object, PGMIO_CCF* ccf);
+    // The flash device, its options and one entry per partition, last partition first.
+    static bool convert_zeb_to_ccf_flash_devices(PGM_COMMON_XML_ZEB_ZEB* object, PGMIO_CCF* ccf,
+                                                 PGM_COMMON_XML_ZEB_FLASH_DEVICE_ID* flash_device_id);
+    // The input assigned to a partition; `assigned` tells whether an assignment names it.
+    static bool convert_zeb_to_ccf_assignments(PGM_COMMON_XML_ZEB_ZEB* object, PGMIO_CCF* ccf,
+                                               PGM_COMMON_XML_ZEB_PARTITION* partition, bool& assigned);
+    // A raw data file placed into a partition. False when it cannot be read or added.
+    static bool convert_zeb_to_ccf_raw_files(PGM_COMMON_XML_ZEB_ZEB* object, PGMIO_CCF* ccf,
+                                             PGM_COMMON_XML_ZEB_RAW_FILE_ID* raw_file_id,
+                                             PGM_COMMON_XML_ZEB_PARTITION* partition);
+    // The lowest load address of a hex record file (0xFFFFFFFF without data records); false when
+    // the file cannot be read, `start` untouched.
+    static bool hex_get_start_address(PGM_COMMON_XML_ZEB_RAW_FILE_ID* raw_file_id, const std::string& path,
+                                      uint32_t& start);
+    // An unassigned partition: the options area, a user partition kept free, or nothing for the
+    // areas the engine lays out itself.
+    static bool convert_zeb_to_ccf_reserved_partition(PGM_COMMON_XML_ZEB_ZEB* object, PGMIO_CCF* ccf,
+                                                      PGM_COMMON_XML_ZEB_PARTITION* partition);
+
+    // Every input path of a bitstream as pages of the setup, placed in `partition` when one is
+    // given (nullptr otherwise). False when an input cannot be added.
+    static bool convert_zeb_to_ccf_bitstreams(PGM_COMMON_XML_ZEB_ZEB* object, PGMIO_CCF* ccf,
+                                              PGM_COMMON_XML_ZEB_BITSTREAM_ID* bitstream_id,
+                                              PGM_COMMON_XML_ZEB_PARTITION* partition, ZEB_FILE_TYPE type);
+    // Compression, encryption (keys read from key files), signing and security options of one
+    // input path, as the security settings of `page`. False with EZEB_SETTINGS_CHECK_ERROR when a
+    // key cannot be read.
+    static bool convert_zeb_to_ccf_bitstream_properties(PGM_COMMON_XML_ZEB_ZEB* object, PGMIO_CCF* ccf,
+                                                        PGM_COMMON_XML_ZEB_PATH* path, ZEB_FILE_TYPE type,
+                                                        uint32_t reserved, uint32_t page);
+
+    // The helper image of the output file's helper device as the single page of the setup.
+    static bool convert_zeb_to_ccf_helper_image(PGM_COMMON_XML_ZEB_ZEB* object, PGMIO_CCF* ccf, ZEB_FILE_TYPE type);
+    // CvP split of the single device. EZEB_SETTINGS_CHECK_ERROR when the chain has several devices
+    // or the design has no CvP.
+    static bool convert_zeb_to_ccf_setup_cvp(PGMIO_CCF* ccf);
+    // HPS I/O configuration of every page with a single device; false when no page has one.
+    static bool convert_zeb_to_ccf_setup_hps(PGMIO_CCF* ccf);
+    // -- end of private generation
 };

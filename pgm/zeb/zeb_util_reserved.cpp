@@ -117,6 +117,14 @@ const ZEB_UTIL_PARTITION_INFO* find_row(const std::vector<ZEB_UTIL_PARTITION_INF
     return nullptr;
 }
 
+// A name outside the reserved list is a user partition, which holds page images (the application
+// images of a remote-update flash); a reserved one carries a page only when its row says so.
+bool has_page(const std::vector<ZEB_UTIL_PARTITION_INFO>& rows, const std::string& name)
+{
+    const ZEB_UTIL_PARTITION_INFO* row = find_row(rows, name);
+    return !row || row->has_page;
+}
+
 } // namespace
 
 std::vector<ZEB_UTIL_PARTITION_INFO> ZEB_UTIL::get_reserved_partitions(PGMIO_CONFIG_SCHEME scheme,
@@ -141,9 +149,7 @@ std::vector<ZEB_UTIL_PARTITION_INFO> ZEB_UTIL::get_reserved_partitions(PGMIO_CON
 bool ZEB_UTIL::partition_has_page(const std::string& name, PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family,
                                   DEV_DEVICE_ENUM device, bool multi_image, FIO_FILE_TYPE input_file_type)
 {
-    const auto rows = get_reserved_partitions(scheme, family, device, multi_image, input_file_type);
-    const ZEB_UTIL_PARTITION_INFO* row = find_row(rows, name);
-    return row && row->has_page;
+    return has_page(get_reserved_partitions(scheme, family, device, multi_image, input_file_type), name);
 }
 
 bool ZEB_UTIL::partition_is_editable(const std::string& name, PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family,
@@ -208,9 +214,7 @@ std::vector<ZEB_UTIL_PARTITION_INFO> ZEB_UTIL::get_reserved_partitions(PGM_COMMO
 
 bool ZEB_UTIL::partition_has_page(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& name, DEV_FAMILY_ENUM family)
 {
-    const auto rows = get_reserved_partitions(object, family);
-    const ZEB_UTIL_PARTITION_INFO* row = find_row(rows, name);
-    return row && row->has_page;
+    return has_page(get_reserved_partitions(object, family), name);
 }
 
 DEV_FAMILY_ENUM ZEB_UTIL::get_family(PGM_COMMON_XML_ZEB_ZEB* object)

@@ -31,9 +31,11 @@ xmllint --noout --schema "$scratch/prefix/share/corvane/xsd/zeb.xsd" "$scratch/w
 version="$(env -u CORVANE_DATA_DIR "$scratch/prefix/bin/corvane" --version)"
 echo "$version"
 grep -q "data directory: $scratch/prefix/share/corvane\$" <<<"$version"
-# ... the device catalogue included: it makes an input file and checks the example against it.
+# ... the device catalogue included: it makes an input file, checks the example against it and
+# generates the example's output file.
 (
     cd "$scratch/work"
+    mkdir -p output_files
     env -u CORVANE_DATA_DIR "$scratch/prefix/bin/corvane" --make-sof --device 7TR440PA3R1 --size 4096 design.sof
     env -u CORVANE_DATA_DIR "$scratch/prefix/bin/corvane" "$source/examples/minimal.zeb"
 )

@@ -45,6 +45,7 @@ TEST(CliNewcomer, EveryBrokenFlashDocumentSaysWhereAndWhy)
     ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size 4096 design.sof").status, 0);
     ASSERT_EQ(corvane("--make-sof --device 9RX027R1B --size 4096 other.sof").status, 0);
     std::filesystem::create_directories("data");
+    std::filesystem::create_directories("output_files");
     corvane_test::write_file("data/user_data.hex", ":10000000000102030405060708090A0B0C0D0E0F78\n:00000001FF\n");
     const std::string base = corvane_test::read_file(corvane_test::source_file("examples/flash_jic.zeb"));
     const std::string user = R"(id="USER" s_addr="0x01F00000" e_addr="0x01FFFFFF")";

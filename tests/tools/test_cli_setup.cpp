@@ -86,11 +86,45 @@ TEST(CliSetup, SwitchesFromTheCommandLine)
     EXPECT_TRUE(std::filesystem::exists(dir.file("out.zeb")));
 }
 
+// A passing document is generated with one line per file written; --check stops after the check;
+// an internal error of the library is reported with its condition and exits with 3.
+TEST(CliSetup, GeneratesChecksOnlyOrReportsInternalErrors)
+{
+    corvane_test::SCRATCH_CWD cwd;
+    std::filesystem::create_directory("output_files");
+    ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size 4096 design.sof").status, 0);
+    PROGRAM_RUN generated = corvane("'" + k_minimal + "'");
+    EXPECT_EQ(generated.status, 0) << generated.err;
+    const std::string rbf = (cwd.path() / "output_files" / "design.rbf").string();
+    EXPECT_EQ(generated.out, "written: " + rbf + " (" + std::to_string(std::filesystem::file_size(rbf)) +
+                                 " bytes)\n1 output file written\n");
+
+    PROGRAM_RUN checked = corvane("--check '" + k_minimal + "'");
+    EXPECT_EQ(checked.status, 0) << checked.err;
+    EXPECT_EQ(checked.out, k_minimal + ": check passed\n");
+    EXPECT_EQ(corvane("--check --no-check '" + k_minimal + "'").status, 2);
+
+    // An SRAM object file output takes the one input of a document; a second input passes the
+    // check but breaks the generation's precondition.
+    ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size 4096 other.sof").status, 0);
+    corvane_test::write_file("sof.zeb", "<zeb><settings mode='AVSTX8'/><bitstreams>"
+                                        "<bitstream id='b1'><path hps_path='boot.hex'>design.sof</path></bitstream>"
+                                        "<bitstream id='b2'><path>other.sof</path></bitstream></bitstreams>"
+                                        "<output_files><output_file name='boot' directory='output_files' type='SOF'>"
+                                        "<bitstream_id>b1</bitstream_id></output_file></output_files></zeb>");
+    corvane_test::write_file("boot.hex", ":00000001FF\n");
+    PROGRAM_RUN internal = corvane("sof.zeb");
+    EXPECT_EQ(internal.status, 3);
+    EXPECT_TRUE(contains(internal.err, "Internal Error: path_elements.size() == 1 (ZEB_COMMON, pgm/zeb/zeb_util:"))
+        << internal.err;
+    EXPECT_FALSE(std::filesystem::exists("output_files/boot.sof"));
+}
+
 TEST(CliSetup, HelpNamesEveryModeAndVersionTheDataDirectory)
 {
     PROGRAM_RUN help = corvane("--help");
     EXPECT_EQ(help.status, 0);
-    for (const char* mode : {"--no-check", "--save", "--make-sof", "--info", "--list-devices", "--list-flash-devices",
+    for (const char* mode : {"--check", "--no-check", "--save", "--make-sof", "--info", "--list-devices", "--list-flash-devices",
                              "EXIT STATUS", "CORVANE_DATA_DIR"})
         EXPECT_TRUE(contains(help.out, mode)) << mode;
     PROGRAM_RUN version = corvane("--version");

@@ -5,7 +5,6 @@
 
 #include "pgm/zeb/zeb_db_util.h"
 
-#include "pgm/zeb/zeb_util_check_pages.h"
 
 #include <string>
 #include <utility>
@@ -289,198 +288,81 @@ TEST(RawFileCheck, NullArgumentsAreInternalErrors)
 namespace
 {
 
-// Active Serial x4 with two SRAM object files for `device`: on a family with remote update the
-// factory image is then reserved with pages.
-DOCUMENT make_two_image_document(const SCRATCH_DIR& dir, const std::string& device = "7TR440PA3R1")
+// A flash image in Active Serial x4 for the FPGA `device`: three SRAM object files (a factory image
+// and two application images) and a flash with the factory partition and two user partitions.
+// `pages` assigns bitstream i to the partition of the same index on that page; a negative page
+// leaves the partition unassigned.
+DOCUMENT make_paged_document(const SCRATCH_DIR& dir, const std::string& device, const std::vector<int>& pages)
 {
     DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
-    add_bitstream(document.get(), "Bitstream_1", make_sof(dir, "factory.sof", device, 0, 1));
-    add_bitstream(document.get(), "Bitstream_2", make_sof(dir, "update.sof", device, 0, 2));
+    add_flash_device(document.get(), "Flash_1", "VQ256A");
+    const char* const partitions[] = {"FACTORY_IMAGE", "APP1", "APP2"};
+    const char* const starts[] = {"0x00050000", "0x00800000", "0x01000000"};
+    for (size_t i = 0; i < 3; ++i)
+    {
+        const std::string id = "Bitstream_" + std::to_string(i + 1);
+        add_bitstream(document.get(), id, make_sof(dir, id + ".sof", device, 0, i + 1));
+        add_partition(document.get(), "Flash_1", partitions[i], starts[i], "auto");
+        if (pages[i] >= 0)
+            assign_bitstream(document.get(), partitions[i], id, static_cast<uint32_t>(pages[i]));
+    }
+    set_flash_loader(document.get(), device);
+    add_output_for_flash_device(document.get(), PGM_COMMON_XML_ENUM_JIC, "Flash_1");
     return document;
 }
 
-std::pair<bool, std::string> check_pages(PGM_COMMON_XML_ZEB_ZEB* object, bool* error_out = nullptr)
-{
-    std::string message;
-    bool error = false;
-    const bool valid = ZEB_UTIL::check_assignment_page_settings(object, message, error);
-    if (error_out)
-        *error_out = error;
-    return {valid, message};
-}
-
-const std::string k_factory_on_page_3 =
-    "FACTORY_IMAGE have been assigned to page 3. However, FACTORY_IMAGE must always be assigned to page 0.";
-
 } // namespace
 
-TEST(PageRules, TheFactoryImageOfTwoImagesHasPages)
+// Application images in user partitions carry pages 1, 2, ... beside the factory image on page 0;
+// on a family without remote update the factory partition is an ordinary user partition.
+TEST(PageRules, RemoteUpdateDocumentsThroughTheCheck)
 {
-    SCRATCH_DIR dir;
-    DOCUMENT document = make_two_image_document(dir);
-    EXPECT_EQ(check_pages(document.get()), std::make_pair(true, std::string()));
-
-    assign_bitstream(document.get(), "FACTORY_IMAGE", "Bitstream_1", 3);
-    bool error = false;
-    EXPECT_EQ(check_pages(document.get(), &error), std::make_pair(false, k_factory_on_page_3));
-    EXPECT_TRUE(error);
-
-    // On page 0 alone it is the only page; images in user partitions have no pages and do not count.
-    assign_bitstream(document.get(), "FACTORY_IMAGE", "Bitstream_1", 0);
-    assign_bitstream(document.get(), "APPLICATION", "Bitstream_2", 1);
-    EXPECT_EQ(check_pages(document.get(), &error),
-              std::make_pair(false, std::string("RSU is enabled (FACTORY_IMAGE exists), but there is only one page. "
-                                                "Expects to have multiple images.")));
-    EXPECT_FALSE(error);
-
-    // A second image on the factory page.
-    append_assignment(document.get(), "FACTORY_IMAGE", "Bitstream_2", 0);
-    EXPECT_EQ(check_pages(document.get(), &error),
-              std::make_pair(false, std::string("There are more than one SOF files have been assigned to page 0. One "
-                                                "page can only has one SOF file.")));
-    EXPECT_TRUE(error);
-}
-
-TEST(PageRules, AssignmentsOutsidePagedPartitionsArePassedOver)
-{
-    SCRATCH_DIR dir;
-    // One image only, or a family without remote update: "FACTORY_IMAGE" is no reserved partition.
-    DOCUMENT single = make_input_document(dir);
-    assign_bitstream(single.get(), "FACTORY_IMAGE", "Bitstream_1", 3);
-    EXPECT_TRUE(check_pages(single.get()).first);
-
-    DOCUMENT other_family = make_two_image_document(dir, "5ZV066H2");
-    assign_bitstream(other_family.get(), "FACTORY_IMAGE", "Bitstream_1", 3);
-    EXPECT_TRUE(check_pages(other_family.get()).first);
-
-    // The name is compared exactly.
-    DOCUMENT document = make_two_image_document(dir);
-    assign_bitstream(document.get(), "factory_image", "Bitstream_1", 3);
-    EXPECT_TRUE(check_pages(document.get()).first);
-
-    // Hexadecimal raw data is never paged; a raw binary file of configuration data is.
-    add_raw_file(document.get(), "hex", make_file(dir, "data.hex", ":00000001FF\n"), PGM_COMMON_XML_ENUM_HEX);
-    set(document.get(), ZEB_CMD_OPT_ASSIGNMENT,
-        {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, "FACTORY_IMAGE"},
-         {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID, "hex"},
-         {ZEB_CMD_PARAM_ASSIGNMENT_PAGE, "3"}});
-    EXPECT_TRUE(check_pages(document.get()).first);
-
-    DOCUMENT raw_binary = make_two_image_document(dir);
-    add_raw_file(raw_binary.get(), "rbf", make_rbf(dir, "factory.rbf", "7TR440PA3R1"), PGM_COMMON_XML_ENUM_RBF);
-    set(raw_binary.get(), ZEB_CMD_OPT_ASSIGNMENT,
-        {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, "FACTORY_IMAGE"},
-         {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID, "rbf"},
-         {ZEB_CMD_PARAM_ASSIGNMENT_PAGE, "3"}});
-    EXPECT_EQ(check_pages(raw_binary.get()), std::make_pair(false, k_factory_on_page_3));
+    struct CASE
+    {
+        const char* device;
+        std::vector<int> pages; // factory image, application 1, application 2
+        std::string message;    // "" when valid
+    };
+    const std::string sequence = "Missing page %d when adding SOF file. The page must be presented in sequence: "
+                                 "0,1,2...";
+    const CASE cases[] = {
+        {"7TR440PA3R1", {0, 1, 2}, ""},
+        {"7TR440PA3R1", {0, 2, 1}, ""},
+        {"9RX027R1B", {0, 1, 2}, ""},
+        {"7TR440PA3R1", {0, -1, -1},
+         "RSU is enabled (FACTORY_IMAGE exists), but there is only one page. Expects to have multiple images."},
+        {"7TR440PA3R1", {1, 0, 2},
+         "FACTORY_IMAGE have been assigned to page 1. However, FACTORY_IMAGE must always be assigned to page 0."},
+        {"7TR440PA3R1", {0, 1, 1},
+         "There are more than one SOF files have been assigned to page 1. One page can only has one SOF file."},
+        {"7TR440PA3R1", {0, 1, 3}, msg_printf(sequence.c_str(), 2)},
+        {"3ZT085F2", {-1, 1, 2}, "Missing page 0. Page 0 must be presented."},
+        {"3ZT085F2", {0, 1, 2}, ""},
+    };
+    for (const CASE& c : cases)
+    {
+        SCRATCH_DIR dir;
+        DOCUMENT document = make_paged_document(dir, c.device, c.pages);
+        const CHECK_RESULT result = run_check(document.get());
+        EXPECT_EQ(result.message, c.message) << c.device << " " << c.pages[0] << c.pages[1] << c.pages[2];
+        EXPECT_EQ(result.valid, c.message.empty()) << result.message;
+    }
 }
 
 TEST(PageRules, InputsMustPassTheirPrecheck)
 {
     SCRATCH_DIR dir;
-    DOCUMENT document = make_two_image_document(dir);
+    DOCUMENT document = make_paged_document(dir, "7TR440PA3R1", {0, 1, 2});
     const std::string broken = make_file(dir, "broken.sof", "not an SRAM object file");
     add_bitstream(document.get(), "Broken", broken);
-    assign_bitstream(document.get(), "USER", "Broken", 0);
+    assign_bitstream(document.get(), "USER", "Broken", 3);
     const PGM_DEVICE* device = nullptr;
     std::string expected;
     std::string detail;
     ASSERT_FALSE(ZEB_UTIL::precheck_input_file(FIO_PATH(broken), &device, expected, detail, true));
-    EXPECT_EQ(check_pages(document.get()), std::make_pair(false, expected));
-
-    // A reference that names nothing has no input to check; the assignment rules report it later.
-    assign_bitstream(document.get(), "USER", "Bitstream_9", 0);
-    EXPECT_TRUE(check_pages(document.get()).first);
-
-    // A missing file fails with the existence message.
-    DOCUMENT missing = make_two_image_document(dir);
-    add_bitstream(missing.get(), "Gone", dir.file("gone.sof"));
-    assign_bitstream(missing.get(), "USER", "Gone", 0);
-    ASSERT_FALSE(ZEB_UTIL::check_file_exist(FIO_PATH(dir.file("gone.sof")), expected));
-    EXPECT_EQ(check_pages(missing.get()), std::make_pair(false, expected));
-}
-
-TEST(PageRules, DocumentsWithoutSettingsHaveNoPagedPartitions)
-{
-    SCRATCH_DIR dir;
-    DOCUMENT document(new PGM_COMMON_XML_ZEB_ZEB);
-    add_bitstream(document.get(), "Bitstream_1", make_sof(dir, "factory.sof", "7TR440PA3R1", 0, 1));
-    add_bitstream(document.get(), "Bitstream_2", make_sof(dir, "update.sof", "7TR440PA3R1", 0, 2));
-    assign_bitstream(document.get(), "FACTORY_IMAGE", "Bitstream_1", 3);
-    EXPECT_TRUE(check_pages(document.get()).first);
     std::string message;
     bool error = false;
+    EXPECT_FALSE(ZEB_UTIL::check_assignment_page_settings(document.get(), message, error));
+    EXPECT_EQ(message, expected);
     EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_assignment_page_settings(nullptr, message, error); }), "object");
-}
-
-// ---- Page rules over the paged assignments -----------------------------------------------------------
-
-TEST(PageRules, PagesStartAtZeroAndFollowEachOther)
-{
-    struct CASE
-    {
-        std::vector<std::pair<std::string, uint32_t>> paged;
-        const char* message; // "" when valid
-        bool error;
-    };
-    const std::string more_than_one_1 =
-        "There are more than one SOF files have been assigned to page 1. One page can only has one SOF file.";
-    const CASE cases[] = {
-        {{}, "", false},
-        {{{"CFM0", 0}, {"CFM1", 1}, {"CFM0", 2}}, "", false},
-        {{{"CFM0", 2}, {"CFM1", 0}, {"CFM0", 1}}, "", false}, // any order
-        {{{"CFM0", 1}, {"CFM1", 2}}, "Missing page 0. Page 0 must be presented.", true},
-        {{{"CFM0", 0}, {"CFM1", 2}},
-         "Missing page 1 when adding SOF file. The page must be presented in sequence: "
-         "0,1,2...",
-         true},
-        {{{"CFM0", 0}, {"CFM1", 1}, {"CFM0", 3}, {"CFM1", 4}},
-         "Missing page 2 when adding SOF file. The page must be presented in sequence: 0,1,2...",
-         true},
-        {{{"CFM0", 0}, {"CFM1", 1}, {"CFM0", 1}}, more_than_one_1.c_str(), true},
-        {{{"CFM0", 5}}, "Missing page 0. Page 0 must be presented.", true},
-    };
-    for (const CASE& c : cases)
-    {
-        std::string message;
-        bool error = false;
-        EXPECT_EQ(zeb_check_page_rules(c.paged, message, error), std::string(c.message).empty()) << c.message;
-        EXPECT_EQ(message, c.message);
-        EXPECT_EQ(error, c.error) << c.message;
-    }
-}
-
-TEST(PageRules, TheFactoryImageIsPageZeroAndNotAlone)
-{
-    struct CASE
-    {
-        std::vector<std::pair<std::string, uint32_t>> paged;
-        std::string message;
-        bool error;
-    };
-    const std::string rsu =
-        "RSU is enabled (FACTORY_IMAGE exists), but there is only one page. Expects to have multiple images.";
-    const CASE cases[] = {
-        {{{"FACTORY_IMAGE", 0}}, rsu, false},
-        {{{"FACTORY_IMAGE", 0}, {"CFM0", 1}}, "", false},
-        {{{"CFM0", 1}, {"FACTORY_IMAGE", 0}}, "", false},
-        {{{"CFM0", 0}, {"CFM1", 1}, {"CFM0", 2}, {"FACTORY_IMAGE", 3}}, k_factory_on_page_3, true},
-        // The factory rule comes before the duplicate rule.
-        {{{"CFM0", 3}, {"FACTORY_IMAGE", 3}}, k_factory_on_page_3, true},
-        // Pages are printed as signed numbers.
-        {{{"FACTORY_IMAGE", 0x80000000u}},
-         "FACTORY_IMAGE have been assigned to page -2147483648. However, FACTORY_IMAGE must always be assigned to "
-         "page 0.",
-         true},
-        // Without a factory image a single page is fine.
-        {{{"CFM0", 0}}, "", false},
-    };
-    for (const CASE& c : cases)
-    {
-        std::string message;
-        bool error = false;
-        EXPECT_EQ(zeb_check_page_rules(c.paged, message, error), c.message.empty()) << c.message;
-        EXPECT_EQ(message, c.message);
-        EXPECT_EQ(error, c.error) << c.message;
-    }
 }

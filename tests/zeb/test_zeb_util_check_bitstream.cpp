@@ -327,7 +327,7 @@ protected:
         add_partition(document.get(), "flash", "P1", "0x00100000", "0x001FFFFF");
         add_partition(document.get(), "flash", "P2", "0x00200000", "0x002FFFFF");
         assign_bitstream(document.get(), "P1", "b1");
-        assign_bitstream(document.get(), "P2", "b2");
+        assign_bitstream(document.get(), "P2", "b2", 1); // application image on page 1
         return document;
     }
 

@@ -489,11 +489,14 @@ TEST_F(FlashDeviceCheck, TheDocumentWideFormWalksEveryFlashDevice)
     EXPECT_TRUE(ZEB_UTIL::check_flash_devices(document.get(), serial, message, error)) << message;
 
     // A second device that no output file programs is checked too, with the inputs a flash
-    // programming file takes: a raw binary file is one of them.
+    // programming file takes: a raw binary file is one of them, an image on a page of its own.
     add_raw_file(document.get(), "data", make_rbf(dir, "data.rbf", "7TR440PA3R1"), PGM_COMMON_XML_ENUM_RBF);
     add_flash_device(document.get(), "Flash_2", "VQ256A");
     add_partition(document.get(), "Flash_2", "DATA", "0x00000000", "auto");
-    assign_raw_file(document.get(), "DATA", "data");
+    set(document.get(), ZEB_CMD_OPT_ASSIGNMENT,
+        {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, "DATA"},
+         {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID, "data"},
+         {ZEB_CMD_PARAM_ASSIGNMENT_PAGE, "1"}});
     EXPECT_TRUE(ZEB_UTIL::check_flash_devices(document.get(), serial, message, error)) << message;
 
     add_flash_device(document.get(), "Flash_3", "CFI128M");

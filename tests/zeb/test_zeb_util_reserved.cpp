@@ -163,12 +163,14 @@ TEST(ZebReserved, PagesAndEditability)
     { return ZEB_UTIL::partition_is_editable(name, scheme, DEV_FAMILY_ZIZIRA, k_none, multi, k_sof); };
     EXPECT_TRUE(page("CFM0", PGMIO_CONFIG_SCHEME_SINGLE_COMPRESSED_IMAGE_ERAM));
     EXPECT_TRUE(page("CFM1", PGMIO_CONFIG_SCHEME_DUAL_COMPRESSED_IMAGES));
-    EXPECT_FALSE(page("CFM1", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE)); // not reserved under this scheme
     EXPECT_FALSE(page("UFM", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE));
     EXPECT_TRUE(page("FACTORY_IMAGE", PGMIO_CONFIG_SCHEME_AS, true));
-    EXPECT_FALSE(page("FACTORY_IMAGE", PGMIO_CONFIG_SCHEME_AS, false));
-    EXPECT_FALSE(page("cfm0", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE)); // names compare exactly
-    EXPECT_FALSE(page("USER_DATA", PGMIO_CONFIG_SCHEME_AS, true));
+    EXPECT_FALSE(page("SPT0", PGMIO_CONFIG_SCHEME_AS, true));
+    // A name that is not reserved under the arguments is a user partition, which holds pages; names
+    // compare exactly.
+    EXPECT_TRUE(page("CFM1", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE));
+    EXPECT_TRUE(page("SPT0", PGMIO_CONFIG_SCHEME_AS, false));
+    EXPECT_TRUE(page("ufm", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE));
 
     EXPECT_FALSE(editable("BOOT_INFO", PGMIO_CONFIG_SCHEME_AS));
     EXPECT_FALSE(editable("SPT0", PGMIO_CONFIG_SCHEME_AS, true));
@@ -263,7 +265,7 @@ TEST(ZebReservedDocument, ModeBitstreamCountAndInputTypeComeFromTheDocument)
               (std::vector<std::string>{"BOOT_INFO", "FACTORY_IMAGE", "SPT0", "SPT1", "CPB0", "CPB1"}));
     EXPECT_TRUE(ZEB_UTIL::partition_has_page(two.get(), "FACTORY_IMAGE", DEV_FAMILY_RERATI));
     EXPECT_FALSE(ZEB_UTIL::partition_has_page(two.get(), "SPT0", DEV_FAMILY_RERATI));
-    EXPECT_FALSE(ZEB_UTIL::partition_has_page(single.get(), "FACTORY_IMAGE", DEV_FAMILY_RERATI));
+    EXPECT_TRUE(ZEB_UTIL::partition_has_page(single.get(), "SPT0", DEV_FAMILY_RERATI)); // a user partition here
     // Several bitstreams on a family without remote update stay a single image.
     EXPECT_TRUE(ZEB_UTIL::get_reserved_partitions(two.get(), DEV_FAMILY_ZUVOKO).empty());
 

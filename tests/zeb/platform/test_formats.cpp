@@ -59,10 +59,7 @@ TEST(Formats, ConfigurationDataRoundTrip)
     std::string error;
     for (uint32_t flags : {0u, PGMIO_DESIGN_CVP | PGMIO_DESIGN_HPS})
     {
-        PGMIO_CONFIG_DATA written = small_config(flags);
-        written.compression = 3;
-        written.encryption = 7;
-        written.signature = 9;
+        const PGMIO_CONFIG_DATA written = small_config(flags);
         ASSERT_TRUE(PGMIO_RBF::write(dir.file("a.rbf"), written, error)) << error;
         PGMIO_CONFIG_DATA read;
         ASSERT_TRUE(PGMIO_RBF::read(dir.file("a.rbf"), read, error)) << error;

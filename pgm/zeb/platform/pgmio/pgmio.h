@@ -38,7 +38,9 @@ struct PGMIO_CONFIG_SECTION
 };
 
 // What a device loads: payload sections in the order firmware, periphery, core, HPS (each at most
-// once, core always). Compression, encryption and signature are declared for later use; 0 is "none".
+// once, core always). Compression, encryption and signature name their methods (0 "none"); then the
+// sections hold the stored (compressed, encrypted) form, the security header and the signature
+// block are present, and pgmsec (pgmsec.h) makes and checks them.
 struct PGMIO_CONFIG_DATA
 {
     uint32_t idcode = 0; // JTAG IDCODE of the target device
@@ -47,6 +49,8 @@ struct PGMIO_CONFIG_DATA
     uint16_t encryption = 0;
     uint16_t signature = 0;
     std::vector<PGMIO_CONFIG_SECTION> sections;
+    PGMIO_BYTES security_header; // "SECH" section; empty without security settings
+    PGMIO_BYTES signature_block; // "SIGN" section; present exactly when signature is not 0
 
     // The section with this tag; nullptr when absent.
     const PGMIO_CONFIG_SECTION* find(uint32_t tag) const;

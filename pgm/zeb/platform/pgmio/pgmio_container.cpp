@@ -189,7 +189,8 @@ bool pgmio_read_file(const std::string& path, PGMIO_BYTES& bytes, std::string& e
     return true;
 }
 
-bool pgmio_write_file_atomic(const std::string& path, std::span<const uint8_t> bytes, std::string& error)
+bool pgmio_write_file_atomic(const std::string& path, std::span<const uint8_t> bytes, std::string& error,
+                             unsigned mode)
 {
     if (path.empty())
     {
@@ -214,7 +215,7 @@ bool pgmio_write_file_atomic(const std::string& path, std::span<const uint8_t> b
     // mkstemp creates the file private; give it the permissions a plain create would.
     const mode_t mask = ::umask(0);
     ::umask(mask);
-    ::fchmod(temp.fd, 0666 & ~mask);
+    ::fchmod(temp.fd, mode_t(mode) & ~mask);
     const uint8_t* p = bytes.data();
     size_t left = bytes.size();
     while (left > 0)

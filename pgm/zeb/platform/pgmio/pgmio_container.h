@@ -56,8 +56,10 @@ std::string pgmio_hex_text(std::span<const uint8_t> data);
 bool pgmio_read_file(const std::string& path, PGMIO_BYTES& bytes, std::string& error,
                      uint64_t max_size = PGMIO_MAX_FILE_SIZE);
 // Writes a file through a temporary file beside it that is renamed over the target, so the target
-// is either untouched or complete. False with the reason in `error`.
-bool pgmio_write_file_atomic(const std::string& path, std::span<const uint8_t> bytes, std::string& error);
+// is either untouched or complete; `mode` (before the umask) is 0600 for files that hold keys.
+// False with the reason in `error`.
+bool pgmio_write_file_atomic(const std::string& path, std::span<const uint8_t> bytes, std::string& error,
+                             unsigned mode = 0666);
 
 // ---- Container --------------------------------------------------------------------------------
 

@@ -3,8 +3,11 @@
 #include "pgm/zeb/platform/pgmio/pgmio_info.h"
 
 #include "pgm/zeb/platform/pgmio/pgmio.h"
+#include "pgm/zeb/platform/pgmio/pgmio_flash_dir.h"
 #include "pgm/zeb/platform/pgmio/pgmio_precheck.h"
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
+
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstring>
@@ -67,6 +70,21 @@ void add_config_fields(const PGMIO_CONFIG_DATA& config, PGMIO_FILE_INFO& info)
     info.fields.emplace_back("compression", std::to_string(config.compression));
     info.fields.emplace_back("encryption", std::to_string(config.encryption));
     info.fields.emplace_back("signature", std::to_string(config.signature));
+}
+
+// Walks the flash content of a programmer object or JTAG indirect file that carries directory records.
+std::string walk_flash_file(const PGMIO_FLASH_IMAGE& flash, PGMIO_FILE_INFO& info)
+{
+    uint64_t end = flash.option_bits_address + flash.option_bits.size();
+    for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
+        end = std::max<uint64_t>(end, block.address + block.data.size());
+    PGMIO_BYTES bytes(size_t(end), 0xFF);
+    std::copy(flash.option_bits.begin(), flash.option_bits.end(), bytes.begin() + ptrdiff_t(flash.option_bits_address));
+    for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
+        std::copy(block.data.begin(), block.data.end(), bytes.begin() + ptrdiff_t(block.address));
+    info.has_flash = true;
+    pgmio_walk_flash(bytes, info.flash);
+    return info.flash.failure;
 }
 
 // Decodes a container of a known kind; with `info`, fills the device and the fields. "" on success.
@@ -151,6 +169,8 @@ std::string decode_container(std::span<const uint8_t> image, uint32_t kind, PGMI
         field("data blocks", std::to_string(flash.blocks.size()) + " (" + std::to_string(bytes) + " bytes)");
         if (flash.jic)
             field("flash loader", flash.loader_device + " (" + std::to_string(flash.loader_image.size()) + " bytes)");
+        if (info && PGMIO_FLASH_DIR_CODEC::has_magic(flash.option_bits))
+            return walk_flash_file(flash, *info);
         return {};
     }
     case PGMIO_KIND_EKP:
@@ -180,13 +200,42 @@ std::string decode_container(std::span<const uint8_t> image, uint32_t kind, PGMI
     }
 }
 
-// The sections of a container whose layout is sound, with nested configuration data.
-void list_sections(std::span<const uint8_t> image, uint64_t base, int depth, std::vector<PGMIO_INFO_SECTION>& out)
+// How the payload sections of configuration data are stored, and its signature; nothing when the
+// configuration data does not decode (the integrity check reports why).
+void describe_security(std::span<const uint8_t> image, uint64_t base, PGMIO_FILE_INFO& info,
+                       std::vector<PGMIO_INFO_SECTION>& listed)
 {
+    PGMSEC_INFO security;
+    std::string error;
+    if (!pgmsec_describe_configuration(image, security, error))
+        return;
+    for (PGMSEC_SECTION_INFO& stored : security.sections)
+        for (PGMIO_INFO_SECTION& section : listed)
+            if (section.tag == pgmio_tag_text(stored.tag))
+            {
+                if (stored.encryption)
+                    stored.encryption->data_offset += base;
+                section.stored = stored;
+            }
+    if (security.signature)
+    {
+        security.signature->signed_offset += base;
+        if (security.signature->der_size)
+            security.signature->der_offset += base;
+        info.signature = security.signature;
+    }
+    info.fields.insert(info.fields.end(), security.fields.begin(), security.fields.end());
+}
+
+// The sections of a container whose layout is sound, with nested configuration data.
+void list_sections(std::span<const uint8_t> image, uint64_t base, int depth, PGMIO_FILE_INFO& info)
+{
+    std::vector<PGMIO_INFO_SECTION>& out = info.sections;
     PGMIO_CONTAINER_VIEW view;
     std::string error;
     if (!pgmio_parse_container(image, view, error, false))
         return;
+    std::vector<PGMIO_INFO_SECTION> listed;
     for (const PGMIO_SECTION_VIEW& section : view.sections)
     {
         PGMIO_INFO_SECTION entry;
@@ -196,9 +245,16 @@ void list_sections(std::span<const uint8_t> image, uint64_t base, int depth, std
         entry.size = section.data.size();
         entry.crc = section.crc;
         entry.crc_ok = pgmio_crc32(section.data) == section.crc;
-        out.push_back(entry);
+        listed.push_back(entry);
+    }
+    if (view.kind == PGMIO_KIND_RBF)
+        describe_security(image, base, info, listed);
+    for (size_t i = 0; i < listed.size(); ++i)
+    {
+        out.push_back(listed[i]);
+        const PGMIO_SECTION_VIEW& section = view.sections[i];
         if (section.tag == pgmio_tag("CDAT") && depth == 0)
-            list_sections(section.data, base + section.offset, depth + 1, out);
+            list_sections(section.data, base + section.offset, depth + 1, info);
     }
 }
 
@@ -284,6 +340,15 @@ bool pgmio_describe_file(const std::string& path, PGMIO_FILE_INFO& info, std::st
     }
     info.size = image.size();
     const FIO_EXTENSION_TYPE extension = FIO_PATH(path).get_extension_type();
+    if (extension == FIO_EXTENSION_TYPE_RPD)
+    {
+        info.kind = "raw programming data file";
+        info.format = "rpd";
+        info.has_flash = true;
+        pgmio_walk_flash(image, info.flash);
+        info.integrity = info.flash.failure;
+        return true;
+    }
     if (has_magic(image))
     {
         uint32_t kind = 0;
@@ -292,7 +357,7 @@ bool pgmio_describe_file(const std::string& path, PGMIO_FILE_INFO& info, std::st
         const char* name = kind_name(kind);
         info.kind = name ? name : "unknown container kind";
         info.format = pgmio_tag_text(kind);
-        list_sections(image, 0, 0, info.sections);
+        list_sections(image, 0, 0, info);
         PGMIO_CONTAINER_VIEW view;
         if (!pgmio_parse_container(image, view, info.integrity, false))
             return true;
@@ -320,4 +385,45 @@ bool pgmio_describe_file(const std::string& path, PGMIO_FILE_INFO& info, std::st
             "' is not a file of a known format (no container magic, not hex records or a chain "
             "description)";
     return false;
+}
+
+std::string pgmio_info_json(const std::string& path, const PGMIO_FILE_INFO& info)
+{
+    using JSON = nlohmann::ordered_json;
+    JSON fields = JSON::object();
+    for (const auto& [name, value] : info.fields)
+        fields[name] = value;
+    JSON sections = JSON::array();
+    for (const PGMIO_INFO_SECTION& section : info.sections)
+    {
+        JSON entry = {{"depth", section.depth},
+                      {"tag", section.tag},
+                      {"offset", section.offset},
+                      {"size", section.size},
+                      {"crc", pgmio_hex_number(section.crc)},
+                      {"crc_ok", section.crc_ok}};
+        if (section.stored)
+        {
+            entry["plain_size"] = section.stored->plain_size;
+            entry["compression"] = section.stored->compression;
+            entry["encryption"] = nullptr;
+            if (const auto& e = section.stored->encryption)
+                entry["encryption"] = {{"algorithm", e->algorithm}, {"key_id", e->key_id},
+                                       {"iv", e->iv},               {"tag", e->tag},
+                                       {"data_offset", e->data_offset}, {"data_size", e->data_size}};
+        }
+        sections.push_back(entry);
+    }
+    JSON signature = nullptr;
+    if (const auto& s = info.signature)
+        signature = {{"algorithm", s->algorithm},   {"signed_offset", s->signed_offset},
+                     {"signed_size", s->signed_size}, {"der_offset", s->der_offset},
+                     {"der_size", s->der_size},       {"verified", s->verified}};
+    JSON document = {{"file", path},     {"kind", info.kind},         {"format", info.format}, {"size", info.size},
+                     {"device", info.device}, {"fields", fields},          {"sections", sections},
+                     {"signature", signature}};
+    if (info.has_flash)
+        document["flash"] = JSON::parse(pgmio_flash_walk_json(info.flash));
+    document["integrity"] = {{"ok", info.integrity.empty()}, {"reason", info.integrity}};
+    return document.dump(2, ' ', false, JSON::error_handler_t::replace) + "\n";
 }

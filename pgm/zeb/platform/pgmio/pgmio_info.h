@@ -3,6 +3,8 @@
 #pragma once
 
 #include "pgm/zeb/platform/fio/fio.h"
+#include "pgm/zeb/platform/pgmsec/pgmsec.h"
+#include "pgm/zeb/platform/pgmio/pgmio_flash_walk.h"
 
 #include <cstdint>
 #include <span>
@@ -20,6 +22,8 @@ struct PGMIO_INFO_SECTION
     uint64_t size = 0;
     uint32_t crc = 0;    // as stored
     bool crc_ok = false; // the stored CRC matches the data
+    // A payload section of configuration data carries how it is stored (offsets from the file's start).
+    std::optional<PGMSEC_SECTION_INFO> stored;
 };
 
 struct PGMIO_FILE_INFO
@@ -31,7 +35,13 @@ struct PGMIO_FILE_INFO
     std::vector<std::pair<std::string, std::string>> fields; // further facts, in display order
     std::vector<PGMIO_INFO_SECTION> sections;
     std::string integrity; // "" when every check of the format passes, else the first failure
+    std::optional<PGMSEC_SIGNATURE_INFO> signature; // of the (nested) configuration data
+    bool has_flash = false; // raw programming data, or a flash file with directory records: walked
+    PGMIO_FLASH_WALK flash;
 };
+
+// The description as a JSON document (nlohmann-json), as `corvane --info --json` prints it.
+std::string pgmio_info_json(const std::string& path, const PGMIO_FILE_INFO& info);
 
 // The reason why a file's content fails a check of its format; "" when it passes. The format is
 // recognised by content (container magic), else by the extension (hex records, chain description);

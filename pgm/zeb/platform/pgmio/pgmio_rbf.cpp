@@ -2,10 +2,14 @@
 // Configuration data (.rbf): the "CFGH" header section and the payload sections.
 #include "pgm/zeb/platform/pgmio/pgmio.h"
 
+#include "pgm/zeb/platform/pgmsec/pgmsec.h"
+
 namespace
 {
 
 constexpr uint32_t k_header = pgmio_tag("CFGH");
+constexpr uint32_t k_security = pgmio_tag("SECH");
+constexpr uint32_t k_signature = pgmio_tag("SIGN");
 // Payload sections in the only order they may appear.
 constexpr uint32_t k_payload_order[] = {PGMIO_SECTION_FIRMWARE, PGMIO_SECTION_PERIPHERY, PGMIO_SECTION_CORE,
                                         PGMIO_SECTION_HPS};
@@ -94,7 +98,11 @@ bool PGMIO_RBF::validate(const PGMIO_CONFIG_DATA& data, std::string& error)
         }
         last_rank = rank;
     }
-    if (!data.find(PGMIO_SECTION_CORE))
+    // The core may be left out only by the first half of a split configuration: a CvP periphery
+    // image (its core comes over PCI Express) or an HPS image (the HPS configures the core later).
+    const bool periphery_image = (data.flags & PGMIO_DESIGN_CVP) && data.find(PGMIO_SECTION_PERIPHERY);
+    const bool hps_image = (data.flags & PGMIO_DESIGN_HPS) && data.find(PGMIO_SECTION_HPS);
+    if (!data.find(PGMIO_SECTION_CORE) && !periphery_image && !hps_image)
     {
         error = "the core section 'CORE' is missing";
         return false;
@@ -107,6 +115,17 @@ bool PGMIO_RBF::validate(const PGMIO_CONFIG_DATA& data, std::string& error)
     if (!(data.flags & PGMIO_DESIGN_HPS) && data.find(PGMIO_SECTION_HPS))
     {
         error = "an 'HPS ' section in a design without the HPS flag";
+        return false;
+    }
+    if ((data.compression || data.encryption || data.signature) && data.security_header.empty())
+    {
+        error = "compression, encryption or signature is declared but the security header 'SECH' is missing";
+        return false;
+    }
+    if ((data.signature != 0) != !data.signature_block.empty())
+    {
+        error = data.signature ? "a signature is declared but the signature block 'SIGN' is missing"
+                               : "a signature block 'SIGN' without a declared signature";
         return false;
     }
     return true;
@@ -125,8 +144,12 @@ bool PGMIO_RBF::encode(const PGMIO_CONFIG_DATA& data, PGMIO_BYTES& image, std::s
     header.u16(0);
     PGMIO_CONTAINER_BUILDER builder(PGMIO_KIND_RBF);
     builder.add(k_header, header.data());
+    if (!data.security_header.empty())
+        builder.add(k_security, data.security_header);
     for (const PGMIO_CONFIG_SECTION& section : data.sections)
         builder.add(section.tag, section.data);
+    if (!data.signature_block.empty())
+        builder.add(k_signature, data.signature_block);
     return builder.finish(image, error);
 }
 
@@ -151,12 +174,26 @@ bool PGMIO_RBF::decode(std::span<const uint8_t> image, PGMIO_CONFIG_DATA& data, 
         header.fail("reserved field is not zero");
     if (!header.finish(error))
         return false;
-    for (size_t i = 1; i < view.sections.size(); ++i)
+    size_t first = 1;
+    size_t end = view.sections.size();
+    if (first < end && view.sections[first].tag == k_security)
+    {
+        data.security_header.assign(view.sections[first].data.begin(), view.sections[first].data.end());
+        ++first;
+    }
+    if (first < end && view.sections[end - 1].tag == k_signature)
+    {
+        --end;
+        data.signature_block.assign(view.sections[end].data.begin(), view.sections[end].data.end());
+    }
+    for (size_t i = first; i < end; ++i)
     {
         const PGMIO_SECTION_VIEW& section = view.sections[i];
         data.sections.push_back({section.tag, PGMIO_BYTES(section.data.begin(), section.data.end())});
     }
-    return validate(data, error);
+    if (!validate(data, error))
+        return false;
+    return data.security_header.empty() || pgmsec_check_configuration(image, data, error);
 }
 
 bool PGMIO_RBF::write(const std::string& path, const PGMIO_CONFIG_DATA& data, std::string& error)

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+// Raw programming data (.rpd): the flash bytes from address 0 through the last used erase sector,
+// 0xFF where nothing is placed, each byte's bits reversed when bit swap is on. Streamed: one
+// content at a time is in memory, never the whole flash.
+#include "pgm/zeb/platform/pgmconv/pgmconv_engine.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace
+{
+
+constexpr size_t k_fill_piece = size_t(1) << 20;
+
+class RPD_STREAM
+{
+public:
+    RPD_STREAM(const std::string& path, bool bit_swap) : m_out(path), m_path(path), m_swap(bit_swap) {}
+
+    // Writes `bytes` at `address`; addresses must ascend.
+    void put(uint64_t address, std::span<const uint8_t> bytes)
+    {
+        fill_to(address);
+        if (!m_swap)
+            m_out.stream().write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+        else
+            for (size_t done = 0; done < bytes.size(); done += k_fill_piece)
+            {
+                const size_t piece = std::min(k_fill_piece, bytes.size() - done);
+                m_swapped.assign(bytes.begin() + done, bytes.begin() + done + piece);
+                pgmio_reverse_bits(m_swapped);
+                m_out.stream().write(reinterpret_cast<const char*>(m_swapped.data()), std::streamsize(piece));
+            }
+        m_position = address + bytes.size();
+    }
+    bool finish(uint64_t end, std::string& error)
+    {
+        fill_to(end);
+        if (!m_out.is_open() || !m_out.commit())
+        {
+            error = "cannot write '" + m_path + "': " + m_out.error();
+            return false;
+        }
+        return true;
+    }
+
+private:
+    void fill_to(uint64_t address)
+    {
+        static const std::vector<char> erased(k_fill_piece, char(0xFF)); // 0xFF stays 0xFF when bit-reversed
+        while (m_position < address)
+        {
+            const size_t piece = size_t(std::min<uint64_t>(k_fill_piece, address - m_position));
+            m_out.stream().write(erased.data(), std::streamsize(piece));
+            m_position += piece;
+        }
+    }
+    HTL_ZOFSTREAM m_out;
+    std::string m_path;
+    bool m_swap;
+    uint64_t m_position = 0;
+    PGMIO_BYTES m_swapped;
+};
+
+} // namespace
+
+bool pgmconv_write_rpd(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layout, const std::string& path,
+                       std::string& error)
+{
+    RPD_STREAM out(path, !state.no_bit_swap);
+    const bool walked = pgmconv_walk_layout(
+        state, layout,
+        [&out](const PGMCONV_ITEM& item, uint64_t offset, std::span<const uint8_t> bytes)
+        {
+            out.put(item.data_start + offset, bytes);
+            return true;
+        },
+        error);
+    return walked && out.finish(layout.used_end, error);
+}
+
+bool pgmconv_write_rpd_of_flash_file(const PGMIO_CCF::STATE& state, const FIO_PATH& input, const std::string& path,
+                                     std::string& error)
+{
+    PGMIO_FLASH_IMAGE flash;
+    if (!PGMIO_FLASH_FILE::read(input.get_full_path(), flash, error))
+        return false;
+    GFPDB_QSPI_MGR manager;
+    const DEV_FLASH_RECORD* record = manager.find_device(flash.flash_device);
+    const uint64_t sector = record && record->sector_size ? record->sector_size : 0x10000;
+    std::vector<const PGMIO_FLASH_BLOCK*> blocks;
+    for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
+        blocks.push_back(&block);
+    const PGMIO_FLASH_BLOCK option_bits{flash.option_bits_address, flash.option_bits};
+    blocks.push_back(&option_bits);
+    std::sort(blocks.begin(), blocks.end(),
+              [](const PGMIO_FLASH_BLOCK* a, const PGMIO_FLASH_BLOCK* b) { return a->address < b->address; });
+    RPD_STREAM out(path, !state.no_bit_swap);
+    uint64_t end = 0;
+    for (const PGMIO_FLASH_BLOCK* block : blocks)
+    {
+        out.put(block->address, block->data);
+        end = block->address + block->data.size();
+    }
+    return out.finish((end + sector - 1) / sector * sector, error);
+}

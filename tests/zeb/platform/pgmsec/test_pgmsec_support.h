@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+// Shared by the bitstream security tests: a scratch folder with a key file, an ECDSA P-384 key pair
+// made by openssl, configuration data of a catalogue device, and shell and CLI runners.
+#pragma once
+
+#include "test_support.h"
+
+#include "pgm/zeb/platform/bitasm/bitasm.h"
+#include "pgm/zeb/platform/pgmsec/pgmsec.h"
+
+#include <nlohmann/json.hpp>
+
+namespace corvane_test
+{
+
+// The design key of the tests, as the key file holds it.
+inline const std::string k_key_hex = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f";
+
+inline int shell(const std::string& command)
+{
+    const int status = std::system(("set -e; { " + command + "; } 2>/dev/null").c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+struct SECURITY_FIXTURE
+{
+    SCRATCH_DIR dir;
+    const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device("7TR440PA3R1");
+    PGMIO_CONFIG_DATA plain;
+
+    SECURITY_FIXTURE()
+    {
+        write_file(file("keys.txt"), "# design keys\nmain " + k_key_hex + "\nhps " + std::string(64, 'f') + "\n");
+        EXPECT_EQ(shell("cd '" + dir.path().string() +
+                        "' && openssl ecparam -name secp384r1 -genkey -noout -out key.pem && openssl ec -in key.pem "
+                        "-pubout -out pub.pem"),
+                  0);
+        BITASM_OPTIONS options;
+        options.flags = PGMIO_DESIGN_CVP | PGMIO_DESIGN_HPS;
+        options.size = 1 << 16;
+        std::string error;
+        EXPECT_TRUE(device && BITASM_MGR::assemble_configuration_data(*device, options, plain, error)) << error;
+    }
+    std::string file(const std::string& name) const { return dir.file(name); }
+
+    PGMIO_SECURITY_SETTINGS encrypted() const
+    {
+        PGMIO_SECURITY_SETTINGS s;
+        s.encryption = true;
+        s.key_file1 = file("keys.txt");
+        s.key1 = "main";
+        return s;
+    }
+
+    // Encodes `plain` with the settings into `name`; the error text when that fails, else "".
+    std::string generate(const PGMIO_SECURITY_SETTINGS& settings, const std::string& name) const
+    {
+        PGMIO_BYTES image;
+        std::string error;
+        if (!pgmsec_encode_configuration(plain, settings, *device, image, error) ||
+            !pgmio_write_file_atomic(file(name), image, error))
+            return error.empty() ? "failed without a reason" : error;
+        return {};
+    }
+};
+
+inline PROGRAM_RUN corvane(const std::string& arguments)
+{
+    return run_program(CORVANE_EXE, arguments);
+}
+
+inline nlohmann::json info_json(const std::string& path)
+{
+    const PROGRAM_RUN run = corvane("--info '" + path + "' --json");
+    EXPECT_EQ(run.status, 0) << run.output();
+    return nlohmann::json::parse(run.out);
+}
+
+} // namespace corvane_test

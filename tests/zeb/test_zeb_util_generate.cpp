@@ -1,0 +1,421 @@
+// SPDX-License-Identifier: Apache-2.0
+// Generation end to end: documents built through the assistant, checked, generated, and the files
+// read back by independent tools (srec_cat, objcopy, dd, cmp, openssl) or by the file's own
+// integrity check.
+#include "test_zeb_util_check_support.h"
+
+#include "pgm/zeb/platform/msg/msg.h"
+#include "pgm/zeb/platform/pgmio/pgmio_text.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+
+using namespace check_test;
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+// A working directory with the "output_dir" that the documents of the support header write to.
+struct WORKSPACE
+{
+    WORKSPACE() { fs::create_directory(cwd.path() / "output_dir"); }
+    std::string output(const std::string& extension) const
+    {
+        return (cwd.path() / "output_dir" / ("output." + extension)).string();
+    }
+    corvane_test::SCRATCH_CWD cwd;
+    SCRATCH_DIR dir; // inputs
+};
+
+// Checks the document (which must pass) and generates it; the messages posted are returned.
+std::vector<MSG_POSTED> check_and_generate(PGM_COMMON_XML_ZEB_ZEB* document, bool expect_generated = true)
+{
+    const CHECK_RESULT checked = run_check(document);
+    EXPECT_TRUE(checked.valid) << checked.message;
+    MSG_CAPTURE_SINK sink;
+    EXPECT_EQ(ZEB_UTIL::generate(document), expect_generated);
+    return sink.messages();
+}
+
+std::string texts_of(const std::vector<MSG_POSTED>& messages)
+{
+    std::string texts;
+    for (const MSG_POSTED& message : messages)
+        texts += std::to_string(message.number) + ": " + message.text + "\n";
+    return texts;
+}
+
+// Runs an installed tool; its exit status must be 0.
+void run_tool(const std::string& tool, const std::string& arguments)
+{
+    const corvane_test::PROGRAM_RUN run = corvane_test::run_program(tool, arguments);
+    EXPECT_EQ(run.status, 0) << tool << " " << arguments << "\n" << run.output();
+}
+
+// The bytes of the decimal text of a .ttf ("12, 255, 0, ...").
+std::string bytes_of_ttf(const std::string& text)
+{
+    std::string bytes;
+    std::istringstream in(text);
+    unsigned value = 0;
+    char comma = 0;
+    while (in >> value)
+    {
+        bytes += static_cast<char>(value);
+        in >> comma;
+    }
+    return bytes;
+}
+
+// The start address of partition `name` in a memory map (".map"), as its text "0x...".
+std::string map_start(const std::string& map, const std::string& name)
+{
+    std::istringstream in(map);
+    std::string line;
+    while (std::getline(in, line))
+        if (line.rfind(name + " ", 0) == 0)
+        {
+            std::istringstream fields(line);
+            std::string field;
+            fields >> field >> field >> field;
+            return field;
+        }
+    return "";
+}
+
+} // namespace
+
+// Configuration data for a host: the raw binary file is what the hex records and the decimal text
+// hold, read back by srec_cat and objcopy; a second generation gives the same bytes.
+TEST(GenerateConfigurationData, RbfHexoutAndTtfHoldTheSameBytes)
+{
+    WORKSPACE ws;
+    const std::string sof = make_sof(ws.dir, "design.sof", "7TR440PA3R1");
+    const auto document_for = [&](PGM_COMMON_XML_ENUM type, const PARAMS& options)
+    {
+        DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
+        add_bitstream(document.get(), "Bitstream_1", sof);
+        add_output_for_bitstream(document.get(), type, "Bitstream_1", options);
+        return document;
+    };
+    DOCUMENT rbf = document_for(PGM_COMMON_XML_ENUM_RBF, {});
+    EXPECT_EQ(texts_of(check_and_generate(rbf.get())), "");
+    const std::string image = corvane_test::read_file(ws.output("rbf"));
+    ASSERT_GT(image.size(), DESIGN_SIZE);
+    EXPECT_EQ(BITASM_MGR::check_bitstream_integrity(ws.output("rbf")), "");
+    check_and_generate(rbf.get());
+    EXPECT_EQ(corvane_test::read_file(ws.output("rbf")), image);
+
+    DOCUMENT hexout =
+        document_for(PGM_COMMON_XML_ENUM_HEX, {{ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_S_ADDR, "0x00100000"}});
+    check_and_generate(hexout.get());
+    run_tool("srec_cat",
+             "'" + ws.output("hexout") + "' -intel -offset -0x100000 -o '" + ws.dir.file("srec.bin") + "' -binary");
+    EXPECT_EQ(corvane_test::read_file(ws.dir.file("srec.bin")), image);
+    run_tool("objcopy", "-I ihex -O binary '" + ws.output("hexout") + "' '" + ws.dir.file("objcopy.bin") + "'");
+    EXPECT_EQ(corvane_test::read_file(ws.dir.file("objcopy.bin")), image);
+
+    DOCUMENT ttf = document_for(PGM_COMMON_XML_ENUM_TTF, {});
+    check_and_generate(ttf.get());
+    EXPECT_EQ(bytes_of_ttf(corvane_test::read_file(ws.output("ttf"))), image);
+}
+
+// A single-image flash: the raw programming data holds the design's raw binary file at the
+// address that the memory map gives its partition; the programming file passes its own check.
+TEST(GenerateFlash, RawProgrammingDataHoldsTheImageWhereTheMapSays)
+{
+    WORKSPACE ws;
+    const std::string sof = make_sof(ws.dir, "design.sof", "7TR440PA3R1");
+    DOCUMENT flash = make_document(PGM_COMMON_XML_ENUM_ASX4);
+    add_bitstream(flash.get(), "Bitstream_1", sof);
+    add_flash_device(flash.get(), "Flash_1", "VQ256A");
+    add_partition(flash.get(), "Flash_1", "P1", "0x00040000", "auto");
+    add_partition(flash.get(), "Flash_1", "SPARE", "0x01000000", "0x0100FFFF"); // kept free, unassigned
+    assign_bitstream(flash.get(), "P1", "Bitstream_1");
+    set_flash_loader(flash.get(), "7TR440PA3R1");
+    for (PGM_COMMON_XML_ENUM secondary : {PGM_COMMON_XML_ENUM_SEC_RPD, PGM_COMMON_XML_ENUM_MAP})
+        add_output_for_flash_device(flash.get(), PGM_COMMON_XML_ENUM_JIC, "Flash_1",
+                                    {{ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_TYPE, value_of(secondary)}});
+    EXPECT_EQ(texts_of(check_and_generate(flash.get())), "");
+    EXPECT_EQ(BITASM_MGR::check_bitstream_integrity(ws.output("jic")), "");
+    const std::string map = corvane_test::read_file(ws.output("map"));
+    EXPECT_EQ(map_start(map, "P1"), "0x00040000") << map;
+    EXPECT_EQ(map_start(map, "SPARE"), "0x01000000") << map;
+
+    DOCUMENT rbf = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
+    add_bitstream(rbf.get(), "Bitstream_1", sof);
+    add_output_for_bitstream(rbf.get(), PGM_COMMON_XML_ENUM_RBF, "Bitstream_1");
+    check_and_generate(rbf.get());
+    const auto size = fs::file_size(ws.output("rbf"));
+    run_tool("dd", "if='" + ws.output("rpd") + "' of='" + ws.dir.file("page.bin") +
+                       "' bs=1 skip=" + std::to_string(0x40000) + " count=" + std::to_string(size) + " status=none");
+    run_tool("cmp", "'" + ws.dir.file("page.bin") + "' '" + ws.output("rbf") + "'");
+}
+
+// A failed output file leaves none of its files; earlier output files stay, later ones are not tried.
+TEST(GenerateFailures, AFailedOutputFileLeavesNothingBehind)
+{
+    WORKSPACE ws;
+    const std::string sof = make_sof(ws.dir, "design.sof", "7TR440PA3R1");
+    const std::string keys = make_file(ws.dir, "design.key", "other " + std::string(64, 'a') + "\n");
+    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
+    add_bitstream(document.get(), "Plain", sof);
+    add_bitstream(document.get(), "Secret", sof,
+                  {{ZEB_CMD_PARAM_BITSTREAM_PATH_ENCRYPTION, "1"},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_KEY_FILE1, keys},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_KEY1, "design_key"}});
+    set(document.get(), ZEB_CMD_OPT_OUTPUT_FILE,
+        {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, value_of(PGM_COMMON_XML_ENUM_RBF)},
+         {ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, "output_dir"},
+         {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "plain"},
+         {ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Plain"}});
+    add_output_for_bitstream(document.get(), PGM_COMMON_XML_ENUM_TTF, "Secret");
+    const std::vector<MSG_POSTED> messages = check_and_generate(document.get(), false);
+    ASSERT_EQ(messages.size(), 1u) << texts_of(messages);
+    EXPECT_NE(messages[0].text.find("design_key"), std::string::npos) << messages[0].text;
+    EXPECT_TRUE(fs::exists(ws.cwd.path() / "output_dir" / "plain.rbf"));
+    EXPECT_FALSE(fs::exists(ws.output("ttf")));
+
+    // A missing output directory is reported with its name and nothing is written.
+    fs::remove_all(ws.cwd.path() / "output_dir");
+    MSG_CAPTURE_SINK sink;
+    EXPECT_FALSE(ZEB_UTIL::generate(document.get()));
+    ASSERT_FALSE(sink.messages().empty());
+    EXPECT_EQ(sink.messages()[0].number, EZEB_OUTPUT_DIRECTORY_DOES_NOT_EXISTS);
+    EXPECT_FALSE(fs::exists(ws.cwd.path() / "output_dir"));
+}
+
+// Outputs the generation refuses on purpose: an SRAM object file without a bootloader to embed, and
+// player files, for which no writer exists yet; each names the output file.
+TEST(GenerateFailures, RefusedOutputsSayWhich)
+{
+    WORKSPACE ws;
+    const std::string sof = make_sof(ws.dir, "design.sof", "7TR440PA3R1");
+    struct CASE
+    {
+        PGM_COMMON_XML_ENUM type;
+        std::string input;
+        int number;
+        const char* extension;
+    };
+    // A chain description file is read for its chain, which then has no writer either.
+    PGMIO_CDF_CHAIN chain;
+    chain.devices.push_back({"7TR440PA3R1", sof, PGMIO_CDF_PROGRAM});
+    std::string error;
+    const std::string cdf = ws.dir.file("chain.cdf");
+    ASSERT_TRUE(PGMIO_CDF::write(FIO_PATH(cdf), chain, error)) << error;
+    const CASE cases[] = {
+        {PGM_COMMON_XML_ENUM_SOF, sof, EZEB_GENERIC_ERROR, "sof"},
+        {PGM_COMMON_XML_ENUM_JAM, sof, EZEB_CAN_NOT_GENERATE, "jam"},
+        {PGM_COMMON_XML_ENUM_SVF, sof, EZEB_CAN_NOT_GENERATE, "svf"},
+        {PGM_COMMON_XML_ENUM_JBC, cdf, EZEB_CAN_NOT_GENERATE, "jbc"},
+    };
+    for (const CASE& c : cases)
+    {
+        DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
+        add_bitstream(document.get(), "Bitstream_1", c.input);
+        add_output_for_bitstream(document.get(), c.type, "Bitstream_1");
+        MSG_CAPTURE_SINK sink;
+        EXPECT_FALSE(ZEB_UTIL::generate(document.get())) << c.extension;
+        ASSERT_EQ(sink.messages().size(), 1u) << c.extension << texts_of(sink.messages());
+        EXPECT_EQ(sink.messages()[0].number, c.number);
+        EXPECT_NE(sink.messages()[0].text.find(ws.output(c.extension)), std::string::npos) << sink.messages()[0].text;
+        EXPECT_FALSE(fs::exists(ws.output(c.extension)));
+    }
+}
+
+// Two bitstream references make two passes; the output file counts as generated when the last one
+// succeeds, even though the first input does not exist.
+TEST(GenerateFailures, TheLastOfTwoPassesDecides)
+{
+    WORKSPACE ws;
+    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
+    add_bitstream(document.get(), "Gone", ws.dir.file("gone.sof"));
+    add_bitstream(document.get(), "Here", make_sof(ws.dir, "design.sof", "7TR440PA3R1"));
+    add_output_for_bitstream(document.get(), PGM_COMMON_XML_ENUM_RBF, "Gone",
+                             {{ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Here"}});
+    MSG_CAPTURE_SINK sink;
+    EXPECT_TRUE(ZEB_UTIL::generate(document.get())) << texts_of(sink.messages());
+    EXPECT_TRUE(fs::exists(ws.output("rbf")));
+
+    // The other way round the last pass fails, and so does the output file.
+    DOCUMENT reversed = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
+    add_bitstream(reversed.get(), "Here", ws.dir.file("design.sof"));
+    add_bitstream(reversed.get(), "Gone", ws.dir.file("gone.sof"));
+    add_output_for_bitstream(reversed.get(), PGM_COMMON_XML_ENUM_TTF, "Here",
+                             {{ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Gone"}});
+    MSG_CAPTURE_SINK reversed_sink;
+    EXPECT_FALSE(ZEB_UTIL::generate(reversed.get()));
+    EXPECT_FALSE(fs::exists(ws.output("ttf")));
+    // The refused input is named against the output file.
+    ASSERT_EQ(reversed_sink.messages().size(), 1u) << texts_of(reversed_sink.messages());
+    EXPECT_EQ(reversed_sink.messages()[0].number, EZEB_GENERIC_ERROR);
+    EXPECT_NE(reversed_sink.messages()[0].text.find(ws.output("ttf")), std::string::npos);
+    EXPECT_NE(reversed_sink.messages()[0].text.find("gone.sof"), std::string::npos);
+}
+
+// Flash layouts that the conversion shapes: a flash device with a master boot record gets no
+// partition entries; on the internal flash of family 67 a partition named exactly "UFM" is left
+// to the device.
+TEST(GenerateFlash, WhatTheConversionLeavesOut)
+{
+    WORKSPACE ws;
+    const std::string sof = make_sof(ws.dir, "design.sof", "7TR440PA3R1");
+    DOCUMENT mbr = make_document(PGM_COMMON_XML_ENUM_ASX4);
+    add_bitstream(mbr.get(), "Bitstream_1", sof);
+    add_flash_device(mbr.get(), "Flash_1", "VQ256A");
+    add_partition(mbr.get(), "Flash_1", "P1", "0x00040000", "auto");
+    assign_bitstream(mbr.get(), "P1", "Bitstream_1");
+    set(mbr.get(), ZEB_CMD_OPT_FLASH_DEVICE,
+        {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "Flash_1"}, {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_ID, "MBR_1"}});
+    set_flash_loader(mbr.get(), "7TR440PA3R1");
+    add_output_for_flash_device(mbr.get(), PGM_COMMON_XML_ENUM_JIC, "Flash_1",
+                                {{ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_TYPE, value_of(PGM_COMMON_XML_ENUM_MAP)}});
+    MSG_CAPTURE_SINK sink;
+    EXPECT_FALSE(ZEB_UTIL::generate(mbr.get())); // the design's partition was not converted
+    ASSERT_EQ(sink.messages().size(), 1u);
+    EXPECT_NE(sink.messages()[0].text.find("no page with a configuration image"), std::string::npos);
+    EXPECT_FALSE(fs::exists(ws.output("jic")) || fs::exists(ws.output("map")));
+
+    DOCUMENT internal = make_document(PGM_COMMON_XML_ENUM_INTERNAL);
+    add_bitstream(internal.get(), "Bitstream_1", make_sof(ws.dir, "small.sof", "NR08SA"));
+    add_raw_file(internal.get(), "data", make_file(ws.dir, "data.hex", ":0400000001020304F2\n:00000001FF\n"),
+                 PGM_COMMON_XML_ENUM_HEX);
+    add_flash_device(internal.get(), "Internal", "NR08SA");
+    for (const char* partition : {"UFM", "ufm", "CFM0"})
+        add_partition(internal.get(), "Internal", partition, "auto", "auto");
+    assign_raw_file(internal.get(), "UFM", "data");
+    assign_raw_file(internal.get(), "ufm", "data");
+    assign_bitstream(internal.get(), "CFM0", "Bitstream_1");
+    add_output_for_flash_device(internal.get(), PGM_COMMON_XML_ENUM_POF, "Internal",
+                                {{ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_TYPE, value_of(PGM_COMMON_XML_ENUM_MAP)}});
+    EXPECT_EQ(texts_of(check_and_generate(internal.get())), "");
+    const std::string map = corvane_test::read_file(ws.output("map"));
+    EXPECT_EQ(map_start(map, "UFM"), "") << map;
+    EXPECT_NE(map_start(map, "ufm"), "") << map;
+    EXPECT_NE(map_start(map, "CFM0"), "") << map;
+    EXPECT_EQ(BITASM_MGR::check_bitstream_integrity(ws.output("pof")), "");
+}
+
+// A compressed, encrypted and signed raw binary file with a key programming file beside it: the
+// path options reach the image, and the signature verifies with openssl from the offsets that
+// --info reports.
+TEST(GenerateSecurity, PathOptionsReachTheImage)
+{
+    WORKSPACE ws;
+    ASSERT_EQ(std::system(("cd '" + ws.dir.path().string() +
+                           "' && printf 'design_key %s\\n' $(openssl rand -hex 32) > design.key && "
+                           "openssl ecparam -name secp384r1 -genkey -noout -out sign.pem && "
+                           "openssl ec -in sign.pem -pubout -out pub.pem 2>/dev/null")
+                              .c_str()),
+              0);
+    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
+    add_bitstream(document.get(), "Bitstream_1", make_sof(ws.dir, "design.sof", "7TR440PA3R1"),
+                  {{ZEB_CMD_PARAM_BITSTREAM_PATH_COMPRESSION, "1"},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_ENCRYPTION, "1"},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_KEY_FILE1, ws.dir.file("design.key")},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_KEY1, "design_key"},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_KEY_STORAGE, "BBRAM"},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_SIGNING, value_of(PGM_COMMON_XML_ENUM_PEM)},
+                   {ZEB_CMD_PARAM_BITSTREAM_PATH_SIGNING_PEM_FILE, ws.dir.file("sign.pem")}});
+    add_output_for_bitstream(document.get(), PGM_COMMON_XML_ENUM_RBF, "Bitstream_1",
+                             {{ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_TYPE, value_of(PGM_COMMON_XML_ENUM_EKP)}});
+    EXPECT_EQ(texts_of(check_and_generate(document.get())), "");
+    EXPECT_EQ(BITASM_MGR::check_bitstream_integrity(ws.output("ekp")), "");
+
+    const corvane_test::PROGRAM_RUN run =
+        corvane_test::run_program(CORVANE_EXE, "--info --json '" + ws.output("rbf") + "'");
+    ASSERT_EQ(run.status, 0) << run.output();
+    const nlohmann::json info = nlohmann::json::parse(run.out);
+    size_t payloads = 0;
+    for (const nlohmann::json& section : info["sections"])
+        if (section.contains("plain_size"))
+        {
+            ++payloads;
+            EXPECT_EQ(section["compression"], "lz4");
+            EXPECT_EQ(section["encryption"]["key_id"], "design_key");
+        }
+    EXPECT_GT(payloads, 0u);
+    const nlohmann::json& sig = info["signature"];
+    ASSERT_TRUE(sig.is_object()) << run.out;
+    const std::string dd = "dd if='" + ws.output("rbf") + "' status=none iflag=skip_bytes,count_bytes bs=65536 ";
+    run_tool("sh",
+             "-c \"" + dd + "skip=" + std::to_string(sig["signed_offset"].get<uint64_t>()) +
+                 " count=" + std::to_string(sig["signed_size"].get<uint64_t>()) + " > '" + ws.dir.file("signed.bin") +
+                 "' && " + dd + "skip=" + std::to_string(sig["der_offset"].get<uint64_t>()) +
+                 " count=" + std::to_string(sig["der_size"].get<uint64_t>()) + " > '" + ws.dir.file("sig.der") + "'\"");
+    run_tool("openssl", "dgst -sha384 -verify '" + ws.dir.file("pub.pem") + "' -signature '" + ws.dir.file("sig.der") +
+                            "' '" + ws.dir.file("signed.bin") + "'");
+}
+
+// The special outputs: a CvP periphery image needs a design with CvP and is written apart from the
+// core, as is an HPS variant; a helper image is the catalogue image of the helper device.
+TEST(GenerateSpecialOutputs, CvpHpsAndHelperImages)
+{
+    WORKSPACE ws;
+    struct CASE
+    {
+        const char* name;
+        uint32_t design_flags;
+        PGM_COMMON_XML_ENUM type;
+        PARAMS options;
+        std::vector<std::string> files; // written into output_dir
+        std::string message;            // "" when the output is written
+    };
+    const CASE cases[] = {
+        {"cvp",
+         PGMIO_DESIGN_CVP,
+         PGM_COMMON_XML_ENUM_PERIPH_RBF,
+         {{ZEB_CMD_PARAM_OUTPUT_FILE_CVP, "1"}},
+         {"output.core.rbf", "output.periph.rbf"},
+         ""},
+        {"no_cvp",
+         0,
+         PGM_COMMON_XML_ENUM_PERIPH_RBF,
+         {{ZEB_CMD_PARAM_OUTPUT_FILE_CVP, "1"}},
+         {},
+         "Detected Corvane settings error: Fail to generate CVP programming files due to the design does not have "
+         "CVP enabled"},
+        {"hps",
+         PGMIO_DESIGN_HPS,
+         PGM_COMMON_XML_ENUM_RBF,
+         {{ZEB_CMD_PARAM_OUTPUT_FILE_HPS, "1"}},
+         {"output.core.rbf", "output.hps.rbf"},
+         ""},
+        {"helper",
+         0,
+         PGM_COMMON_XML_ENUM_HELPER_RBF_CMD,
+         {{ZEB_CMD_PARAM_OUTPUT_FILE_SUBTYPE, value_of(PGM_COMMON_XML_ENUM_FUSE)},
+          {ZEB_CMD_PARAM_OUTPUT_FILE_DEVICE, "7TR440PA3R1"}},
+         {"output.rbf"},
+         ""},
+    };
+    for (const CASE& c : cases)
+    {
+        DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
+        add_bitstream(document.get(), "Bitstream_1",
+                      make_sof(ws.dir, std::string(c.name) + ".sof", "7TR440PA3R1", c.design_flags));
+        PARAMS params = c.options;
+        if (c.type != PGM_COMMON_XML_ENUM_HELPER_RBF_CMD)
+            params.emplace_back(ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Bitstream_1");
+        add_output_file(document.get(), c.type, params);
+        MSG_CAPTURE_SINK sink;
+        EXPECT_EQ(ZEB_UTIL::generate(document.get()), c.message.empty()) << c.name << texts_of(sink.messages());
+        EXPECT_EQ(sink.messages().empty() ? "" : sink.messages()[0].text, c.message) << c.name;
+        std::vector<std::string> written;
+        for (const fs::directory_entry& entry : fs::directory_iterator(ws.cwd.path() / "output_dir"))
+        {
+            written.push_back(entry.path().filename().string());
+            EXPECT_EQ(BITASM_MGR::check_bitstream_integrity(entry.path().string()), "") << c.name;
+            fs::remove(entry.path());
+        }
+        std::sort(written.begin(), written.end());
+        EXPECT_EQ(written, c.files) << c.name;
+    }
+}
