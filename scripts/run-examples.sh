@@ -14,7 +14,7 @@ build="${CORVANE_BUILD_DIR:-$root/build}"
 if [ -n "${CORVANE_EXE:-}" ]; then
     corvane="$CORVANE_EXE"
 else
-    "$root/scripts/build.sh" >/dev/null
+    "$root/scripts/build.sh"
     corvane="$build/tools/corvane"
 fi
 out="${CORVANE_EXAMPLES_OUT:-$build/examples-out}"

@@ -44,6 +44,11 @@ bool cli_split_options(const CLI_ARGS& args, const std::vector<std::string_view>
 // `text` as a JSON string literal, quotes included, control characters escaped.
 std::string cli_json_string(std::string_view text);
 
+class PGM_COMMON_XML_ZEB_ZEB;
+// Runs the settings check and then the consistency rules on a parsed document; false when either
+// finds a problem, which is then printed with a second line naming the elements where it helps.
+bool cli_check_document(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file);
+
 // ---- Modes -------------------------------------------------------------------------------------
 int cli_mode_setup(const CLI_ARGS& args);
 int cli_mode_make_sof(const CLI_ARGS& args);

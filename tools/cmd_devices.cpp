@@ -3,7 +3,9 @@
 #include "cli.h"
 
 #include "pgm/zeb/platform/dev/dev.h"
+#include "pgm/zeb/zeb_file_assistant.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <iomanip>
 #include <iostream>
@@ -39,6 +41,21 @@ std::string family_name(DEV_FAMILY_ENUM family)
     return record ? record->name : std::to_string(family);
 }
 
+// The words a setup document's `mode` takes for the device's schemes ("ASX4", "AVSTX8"), in the
+// order of the mode enumeration; schemes that no mode word selects are left out.
+std::vector<std::string> mode_words(const std::vector<PGMIO_CONFIG_SCHEME>& schemes)
+{
+    std::vector<std::string> words;
+    for (unsigned value = PGM_COMMON_XML_ENUM_PS; value <= PGM_COMMON_XML_ENUM_INTERNAL; ++value)
+    {
+        const auto mode = static_cast<PGM_COMMON_XML_ENUM>(value);
+        const PGMIO_CONFIG_SCHEME scheme = ZEB_FILE_ASSISTANT::map_enum_to_config_mode(mode);
+        if (std::find(schemes.begin(), schemes.end(), scheme) != schemes.end())
+            words.emplace_back(pgm_common_xml_enum_name(mode));
+    }
+    return words;
+}
+
 std::string commands_json(const std::vector<DEV_COMMAND>& commands)
 {
     return "{" +
@@ -70,7 +87,8 @@ std::string device_json(const DEV_DEVICE_RECORD& d)
         << ", \"ir_length\": " << d.jtag.ir_length << ", \"instructions\": " << commands_json(d.jtag.instructions)
         << "}"
         << ",\n   \"config_data_size\": " << d.config_data_size << ", \"config_schemes\": ["
-        << join(d.config_schemes, [](PGMIO_CONFIG_SCHEME s) { return std::to_string(s); }) << "]"
+        << join(d.config_schemes, [](PGMIO_CONFIG_SCHEME s) { return std::to_string(s); }) << "], \"modes\": ["
+        << join(mode_words(d.config_schemes), [](const std::string& m) { return cli_json_string(m); }) << "]"
         << ",\n   \"capabilities\": {\"remote_update\": " << flag(c.remote_update) << ", \"cvp\": " << flag(c.cvp)
         << ", \"hps\": " << flag(c.hps) << ", \"partial_reconfiguration\": " << flag(c.partial_reconfiguration)
         << ", \"design_security\": " << flag(c.design_security) << ", \"key_length\": " << c.key_length << "}"
@@ -209,16 +227,16 @@ int cli_mode_list_devices(const CLI_ARGS& args)
         return CLI_OK;
     }
     std::cout << std::left << std::setw(13) << "NAME" << std::setw(17) << "FAMILY" << std::setw(7) << "NUMBER"
-              << std::setw(12) << "IDCODE" << std::setw(12) << "CONFIG" << std::setw(20) << "SCHEMES"
+              << std::setw(12) << "IDCODE" << std::setw(12) << "CONFIG" << std::setw(34) << "MODES"
               << "FEATURES\n";
     for (const DEV_DEVICE_RECORD* d : devices)
     {
         std::cout << std::setw(13) << d->name << std::setw(17)
                   << (std::to_string(d->family) + " " + family_name(d->family)) << std::setw(7) << d->device
                   << std::setw(12) << (d->jtag.idcode ? hex(d->jtag.idcode) : "-") << std::setw(12)
-                  << hex(d->config_data_size) << std::setw(20)
+                  << hex(d->config_data_size) << std::setw(34)
                   << join(
-                         d->config_schemes, [](PGMIO_CONFIG_SCHEME s) { return std::to_string(s); }, ",")
+                         mode_words(d->config_schemes), [](const std::string& m) { return m; }, ",")
                   << features(*d) << '\n';
     }
     return CLI_OK;

@@ -54,12 +54,8 @@ bool process(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file, SETUP_AC
 {
     if (action == SETUP_ACTION::READ_ONLY)
         return true;
-    // The settings check posts its first finding itself; the flags are of no use here.
-    bool needs_flash_loader = false;
-    bool programs_config_device = false;
-    bool error = false;
-    std::string message;
-    if (!ZEB_UTIL::check(document, needs_flash_loader, programs_config_device, message, error, true))
+    // The settings check and the consistency rules post their first finding themselves.
+    if (!cli_check_document(document, file))
         return false;
     if (action == SETUP_ACTION::CHECK_ONLY)
     {

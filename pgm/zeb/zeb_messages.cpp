@@ -18,6 +18,13 @@ constexpr MSG_RECORD k_messages[] = {
     {EZEB_GENERIC_ERROR, "EZEB_GENERIC_ERROR", MSG_KIND_ERROR, "Can't generate programming file %1!s! - %2!s!."},
     {IZEB_ZEB_SUCCESSFULLY_SAVED, "IZEB_ZEB_SUCCESSFULLY_SAVED", MSG_KIND_INFO, "Saved Corvane Setup File %1!s!"},
     {WZEB_FILE_TYPE_DOES_NOT_SUPPORT_ZEB_SETUP_FILE, "WZEB_FILE_TYPE_DOES_NOT_SUPPORT_ZEB_SETUP_FILE", MSG_KIND_WARNING, "Cannot generate Corvane Setup File (.zeb) for output file type %1!s!. The output file type can only be supported through the -c or --convert command option. Remove --save command option to avoid this warning."},
+    {EZEB_ADDRESS_TEXT_INVALID, "EZEB_ADDRESS_TEXT_INVALID", MSG_KIND_ERROR, "Address '%1!s!' of partition %2!s! of flash device %3!s! is not an address: it would be read as %4!s!. Write 0x followed by 1 to 8 hexadecimal digits (0x01F00000), or auto."},
+    {EZEB_PARTITION_RANGE_REVERSED, "EZEB_PARTITION_RANGE_REVERSED", MSG_KIND_ERROR, "Partition %1!s! of flash device %2!s! ends at %3!s!, below its start %4!s!."},
+    {EZEB_PARTITION_BEYOND_FLASH, "EZEB_PARTITION_BEYOND_FLASH", MSG_KIND_ERROR, "Partition %1!s! [%2!s!] of flash device %3!s! lies beyond the end of the flash (%4!s! bytes, last address %5!s!)."},
+    {EZEB_UNRESOLVED_REFERENCE, "EZEB_UNRESOLVED_REFERENCE", MSG_KIND_ERROR, "%1!s! '%2!s!' of %3!s! names no %4!s! of the document."},
+    {EZEB_CONTENT_DOES_NOT_FIT, "EZEB_CONTENT_DOES_NOT_FIT", MSG_KIND_ERROR, "Input %1!s! (%2!s! bytes) does not fit partition %3!s! of flash device %4!s!: %5!s!."},
+    {EZEB_INPUT_FOR_OTHER_DEVICE, "EZEB_INPUT_FOR_OTHER_DEVICE", MSG_KIND_ERROR, "Input %1!s! is a design for %2!s!, but the flash loader, the FPGA that boots from flash device %4!s!, is %3!s!."},
+    {EZEB_KEY_NOT_IN_KEY_FILE, "EZEB_KEY_NOT_IN_KEY_FILE", MSG_KIND_ERROR, "Key '%1!s!' of input %2!s! is not in key file %3!s! as a key of %4!s! hexadecimal digits, the key length of %5!s!."},
 };
 // clang-format on
 

@@ -32,6 +32,14 @@ enum ZEB_MSG_ID : int
     EZEB_GENERIC_ERROR = 20809,
     IZEB_ZEB_SUCCESSFULLY_SAVED = 20810,
     WZEB_FILE_TYPE_DOES_NOT_SUPPORT_ZEB_SETUP_FILE = 20811,
+    // Consistency rules (zeb_util_check_consistency.h)
+    EZEB_ADDRESS_TEXT_INVALID = 21001,
+    EZEB_PARTITION_RANGE_REVERSED = 21002,
+    EZEB_PARTITION_BEYOND_FLASH = 21003,
+    EZEB_UNRESOLVED_REFERENCE = 21004,
+    EZEB_CONTENT_DOES_NOT_FIT = 21005,
+    EZEB_INPUT_FOR_OTHER_DEVICE = 21006,
+    EZEB_KEY_NOT_IN_KEY_FILE = 21007,
 };
 
 // Reserved partition row: a partition that the system places itself (boot information, factory
