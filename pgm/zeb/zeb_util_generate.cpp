@@ -227,9 +227,12 @@ bool ZEB_UTIL::generate_output_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_X
         if (is_engine_written(type))
         {
             result = PGMIO_F2P::convert_sram_files(*ccf);
+            // Key programming is written only when the output file asks for it (an EKP secondary
+            // file, under its own name when it has one).
             const FIO_PATH key_programming = key_programming_path(output_file, ccf->get_output_file());
-            if (result && !key_programming.is_empty())
-                result = ccf->generate_key_prog_file(key_programming);
+            if (result)
+                result = ccf->generate_key_prog_file(key_programming.is_empty() ? ccf->get_output_file()
+                                                                                 : key_programming);
             if (!result)
                 report_engine_failure(ccf.get());
         }

@@ -1,11 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 // Key programming file output: the keys that the security settings of the asked pages name, for
-// the device their images target (pgmsec builds and writes them).
+// the device their images target (pgmsec builds and writes them). Nothing is written unless the
+// setup asks for key programming (set_gen_kpf); a path of another kind than .ekp names the file
+// beside which the .ekp goes, so that a configuration output is never overwritten by its keys.
 #include "pgm/zeb/platform/pgmconv/pgmconv_engine.h"
 
 bool PGMIO_CCF::generate_key_prog_file(const FIO_PATH& path)
 {
     const STATE& s = *m_state;
+    if (!s.gen_kpf)
+        return true;
+    FIO_PATH target = path;
+    if (target.get_extension_type() != FIO_EXTENSION_TYPE_EKP)
+        target.set_extension(fio_get_extension_string(FIO_EXTENSION_TYPE_EKP));
     PGMSEC_KEY_PROGRAMMING programming;
     bool asked = false;
     for (uint32_t page = 0; page < s.pages.size(); ++page)
@@ -22,5 +29,5 @@ bool PGMIO_CCF::generate_key_prog_file(const FIO_PATH& path)
         asked = true;
     }
     std::string fuse_path;
-    return !asked || pgmsec_write_key_programming(path.get_full_path(), programming, fuse_path, s.error);
+    return !asked || pgmsec_write_key_programming(target.get_full_path(), programming, fuse_path, s.error);
 }

@@ -6,6 +6,7 @@
 
 #include "pgm/zeb/platform/pgmconv/pgmconv.h"
 
+#include <filesystem>
 #include <sys/stat.h>
 
 using namespace corvane_test;
@@ -28,8 +29,12 @@ TEST(PgmsecKeyProgramming, EkpAndFuseFilesHoldWhatTheSettingsName)
     s.signing_pem_file = f.file("key.pem");
     s.options[PGMIO_SECURITY_OPT_NO_JTAG] = 1;
     ccf.set_security_settings(s, 0);
+    // Unasked, nothing is written; asked with a configuration output's path, the keys go beside it.
+    ASSERT_TRUE(ccf.generate_key_prog_file(FIO_PATH(f.file("keys.rbf")))) << ccf.get_error();
+    EXPECT_FALSE(std::filesystem::exists(f.file("keys.rbf")) || std::filesystem::exists(f.file("keys.ekp")));
     ccf.set_gen_kpf(true, PGMIO_CCF_ALL_PAGES, 0, PGMIO_CCF_ALL_PAGES);
-    ASSERT_TRUE(ccf.generate_key_prog_file(FIO_PATH(f.file("keys.ekp")))) << ccf.get_error();
+    ASSERT_TRUE(ccf.generate_key_prog_file(FIO_PATH(f.file("keys.rbf")))) << ccf.get_error();
+    EXPECT_FALSE(std::filesystem::exists(f.file("keys.rbf")));
 
     PGMIO_EKP_IMAGE ekp;
     ASSERT_TRUE(PGMIO_EKP::read(f.file("keys.ekp"), ekp, error)) << error;
