@@ -7,6 +7,7 @@
 #include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_messages.h"
 #include "pgm/zeb/zeb_util.h"
+#include "pgm/zeb/zeb_util_check_consistency.h"
 
 #include <filesystem>
 #include <memory>
@@ -166,6 +167,11 @@ bool ZEB_UTIL::generate(PGM_COMMON_XML_ZEB_ZEB* object, const GENERATE_PROGRESS&
     ZEB_UTIL_ASSERT(object);
     const std::vector<PGM_COMMON_XML_ZEB_OUTPUT_FILE*> output_files =
         ZEB_FILE_ASSISTANT::get_output_file_elements(object);
+    // A document that the settings check lets through but from which no correct file can be made
+    // (an address read only in part, a reference that names nothing, content larger than its
+    // partition, ...) is refused before anything is written.
+    if (!output_files.empty() && !zeb_check_consistency_and_report(object))
+        return false;
     for (size_t i = 0; i < output_files.size(); ++i)
     {
         if (progress)

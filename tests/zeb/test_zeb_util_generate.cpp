@@ -158,7 +158,8 @@ TEST(GenerateFlash, RawProgrammingDataHoldsTheImageWhereTheMapSays)
     run_tool("cmp", "'" + ws.dir.file("page.bin") + "' '" + ws.output("rbf") + "'");
 }
 
-// A failed output file leaves none of its files; earlier output files stay, later ones are not tried.
+// A key the key file does not hold is refused before anything is written; a failing output file
+// (its directory is missing) leaves nothing of its own behind while earlier output files stay.
 TEST(GenerateFailures, AFailedOutputFileLeavesNothingBehind)
 {
     WORKSPACE ws;
@@ -176,19 +177,25 @@ TEST(GenerateFailures, AFailedOutputFileLeavesNothingBehind)
          {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "plain"},
          {ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Plain"}});
     add_output_for_bitstream(document.get(), PGM_COMMON_XML_ENUM_TTF, "Secret");
-    const std::vector<MSG_POSTED> messages = check_and_generate(document.get(), false);
+    std::vector<MSG_POSTED> messages = check_and_generate(document.get(), false);
     ASSERT_EQ(messages.size(), 1u) << texts_of(messages);
     EXPECT_NE(messages[0].text.find("design_key"), std::string::npos) << messages[0].text;
-    EXPECT_TRUE(fs::exists(ws.cwd.path() / "output_dir" / "plain.rbf"));
+    EXPECT_FALSE(fs::exists(ws.cwd.path() / "output_dir" / "plain.rbf"));
     EXPECT_FALSE(fs::exists(ws.output("ttf")));
 
-    // A missing output directory is reported with its name and nothing is written.
-    fs::remove_all(ws.cwd.path() / "output_dir");
+    // With the key id right, a third output file fails on its missing directory.
+    make_file(ws.dir, "design.key", "design_key " + std::string(64, 'a') + "\n");
+    set(document.get(), ZEB_CMD_OPT_OUTPUT_FILE,
+        {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, value_of(PGM_COMMON_XML_ENUM_HEX)},
+         {ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, "missing_dir"},
+         {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "secret"},
+         {ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Secret"}});
     MSG_CAPTURE_SINK sink;
     EXPECT_FALSE(ZEB_UTIL::generate(document.get()));
     ASSERT_FALSE(sink.messages().empty());
-    EXPECT_EQ(sink.messages()[0].number, EZEB_OUTPUT_DIRECTORY_DOES_NOT_EXISTS);
-    EXPECT_FALSE(fs::exists(ws.cwd.path() / "output_dir"));
+    EXPECT_EQ(sink.messages().back().number, EZEB_OUTPUT_DIRECTORY_DOES_NOT_EXISTS) << texts_of(sink.messages());
+    EXPECT_TRUE(fs::exists(ws.cwd.path() / "output_dir" / "plain.rbf")) << texts_of(sink.messages());
+    EXPECT_FALSE(fs::exists(ws.cwd.path() / "missing_dir"));
 }
 
 // An SRAM object file output without a bootloader to embed is refused on purpose and names the
