@@ -6,6 +6,8 @@
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 namespace
 {
@@ -61,7 +63,7 @@ bool stream_file(const std::string& path, uint64_t offset, uint64_t size,
     std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"), std::fclose);
     if (!file || fseeko(file.get(), off_t(offset), SEEK_SET) != 0)
     {
-        error = "cannot open '" + path + "'";
+        error = "cannot open '" + path + "': " + std::strerror(errno);
         return false;
     }
     // Pieces small enough to stay in the cache between reading, checking and writing them.
@@ -78,7 +80,7 @@ bool stream_file(const std::string& path, uint64_t offset, uint64_t size,
     }
     if (std::ferror(file.get()))
     {
-        error = "cannot read '" + path + "'";
+        error = "cannot read '" + path + "': " + std::strerror(errno);
         return false;
     }
     return true;
