@@ -362,7 +362,8 @@ TEST(HexOracle, WrittenFilesReadBackWithSrecCatAndObjcopy)
         std::string streamed;
         PGMIO_HEX_FORMATTER formatter;
         for (size_t done = 0; done < data.size(); done += piece)
-            formatter.append(0x3FFF5 + done, std::span(data).subspan(done, std::min(piece, data.size() - done)), streamed);
+            formatter.append(0x3FFF5 + done, std::span(data).subspan(done, std::min(piece, data.size() - done)),
+                             streamed);
         formatter.finish(streamed);
         EXPECT_TRUE(streamed == formatted) << piece;
     }

@@ -78,8 +78,9 @@ struct PGMCONV_ITEM
     FIO_PATH source;
     std::string device;
     uint64_t spill_offset = 0; // where a page's bytes are in the layout's spill file
-    uint64_t source_offset = PGMCONV_NOT_IN_SOURCE; // else where they lie unchanged in `source`
-    std::string source_sha;    // SHA-256 of the source file (memory map outputs), "-" without
+    // Else where they lie unchanged in `source`, streamed from there.
+    uint64_t source_offset = PGMCONV_NOT_IN_SOURCE;
+    std::string source_sha; // SHA-256 of the source file (memory map outputs), "-" without
 };
 
 struct PGMCONV_LAYOUT

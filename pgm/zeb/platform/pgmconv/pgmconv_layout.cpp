@@ -674,7 +674,8 @@ bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& la
         if (item.size == 0)
             continue;
         const bool raw_binary = item.kind == PGMCONV_ITEM_RAW && !raw_of(state, item).hex;
-        const bool from_file = raw_binary || (item.kind == PGMCONV_ITEM_PAGE && item.source_offset != PGMCONV_NOT_IN_SOURCE);
+        const bool from_file =
+            raw_binary || (item.kind == PGMCONV_ITEM_PAGE && item.source_offset != PGMCONV_NOT_IN_SOURCE);
         if (!from_file && !(item.kind == PGMCONV_ITEM_PAGE && layout.spill))
         {
             PGMIO_BYTES bytes;
