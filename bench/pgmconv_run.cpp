@@ -7,15 +7,10 @@
 
 #include <cstdlib>
 #include <iostream>
-#include <malloc.h>
 #include <string>
 
 int main(int argc, char** argv)
 {
-    // Buffers of a MiB or more go back to the system when freed: conversions allocate and free
-    // configuration images of tens of MiB one after the other, and the allocator's adaptive
-    // threshold would otherwise keep each of them in the heap and raise peak memory.
-    mallopt(M_MMAP_THRESHOLD, 1 << 20);
     if (argc < 4)
     {
         std::cerr << "usage: pgmconv_run rpd|hexout|rbf OUT [FLASH] SOF... [--raw FILE@ADDRESS]\n";

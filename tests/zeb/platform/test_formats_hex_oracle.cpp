@@ -352,6 +352,21 @@ TEST(HexOracle, WrittenFilesReadBackWithSrecCatAndObjcopy)
     }
     std::string formatted;
     std::string error;
+    // Fed in pieces that split records and 64 KiB segments, the formatter writes the same records.
+    PGMIO_BYTES data(0x20011);
+    for (size_t i = 0; i < data.size(); ++i)
+        data[i] = uint8_t(i * 13 + 5);
+    ASSERT_TRUE(pgmio_format_hex(0x3FFF5, data, formatted, error)) << error;
+    for (const size_t piece : {size_t(1), size_t(7), size_t(16), size_t(0x10003)})
+    {
+        std::string streamed;
+        PGMIO_HEX_FORMATTER formatter;
+        for (size_t done = 0; done < data.size(); done += piece)
+            formatter.append(0x3FFF5 + done, std::span(data).subspan(done, std::min(piece, data.size() - done)),
+                             streamed);
+        formatter.finish(streamed);
+        EXPECT_TRUE(streamed == formatted) << piece;
+    }
     EXPECT_FALSE(pgmio_format_hex(0xFFFFFFF0, PGMIO_BYTES(17), formatted, error));
     EXPECT_NE(error.find("does not fit"), std::string::npos) << error;
 }

@@ -16,6 +16,8 @@
 
 // The configuration data a page's partition holds: exactly the bytes of a .rbf made from the same
 // bitstream with the same settings.
+constexpr uint64_t PGMCONV_NOT_IN_SOURCE = UINT64_MAX;
+
 struct PGMCONV_PAGE_IMAGE
 {
     const PGM_DEVICE* device = nullptr;
@@ -23,6 +25,10 @@ struct PGMCONV_PAGE_IMAGE
     PGMIO_CONFIG_DATA plain; // before the security settings were applied
     PGMIO_BYTES bytes;
     PGMIO_HASH source_sha{}; // SHA-256 of the input file (with `hash_source`)
+    // Where `bytes` lie unchanged in the input file, when they do (no security settings, firmware
+    // or split to apply): writers can then stream them from there.
+    uint64_t source_offset = PGMCONV_NOT_IN_SOURCE;
+    uint32_t crc = 0; // CRC-32 of `bytes`, set with `source_offset`
 };
 // Reads the page's input, applies its firmware source and security settings. False with the reason.
 bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t page, PGMCONV_PAGE_IMAGE& image, std::string& error,
@@ -72,7 +78,9 @@ struct PGMCONV_ITEM
     FIO_PATH source;
     std::string device;
     uint64_t spill_offset = 0; // where a page's bytes are in the layout's spill file
-    std::string source_sha;    // SHA-256 of the source file (memory map outputs), "-" without
+    // Else where they lie unchanged in `source`, streamed from there.
+    uint64_t source_offset = PGMCONV_NOT_IN_SOURCE;
+    std::string source_sha; // SHA-256 of the source file (memory map outputs), "-" without
 };
 
 struct PGMCONV_LAYOUT

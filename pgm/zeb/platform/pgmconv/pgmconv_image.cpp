@@ -51,30 +51,36 @@ bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_P
     const PGMIO_CCF_PAGE& page = state.pages[index];
     const std::string path = page.input.get_full_path();
     std::string device_name;
+    // The file is read once: decoded, checked, hashed for the memory map, and, when the page's
+    // bytes are the file's own configuration data, kept as they are.
+    PGMIO_BYTES file;
+    std::span<const uint8_t> config_in_file;
     switch (page.input.get_extension_type())
     {
     case FIO_EXTENSION_TYPE_SOF:
     {
         PGMIO_SOF_IMAGE sof;
-        PGMIO_BYTES file;
         if (!pgmio_read_file(path, file, error) || !PGMIO_SOF::decode(file, sof, error))
             return error = "'" + path + "': " + error, false;
-        if (hash_source)
-            image.source_sha = pgmio_sha256(file);
         device_name = sof.device_name;
         image.plain = std::move(sof.config);
+        config_in_file = PGMIO_SOF::config_bytes(file);
         break;
     }
     case FIO_EXTENSION_TYPE_POF:
     case FIO_EXTENSION_TYPE_JIC:
-        if (!config_of_flash_file(path, image.plain, device_name, error))
+        if (!config_of_flash_file(path, image.plain, device_name, error) ||
+            (hash_source && !pgmio_read_file(path, file, error)))
             return false;
         break;
     default:
-        if (!PGMIO_RBF::read(path, image.plain, error))
+        if (!pgmio_read_file(path, file, error) || !PGMIO_RBF::decode(file, image.plain, error))
             return false;
+        config_in_file = file;
         break;
     }
+    if (hash_source)
+        image.source_sha = pgmio_sha256(file);
     image.device = device_name.empty() ? PGMIO_POFIO_UTIL_EXPORT::find_device_by_idcode(image.plain.idcode)
                                        : PGM_DEVICE_INDEX::lookup_device(std::string_view(device_name));
     if (!image.device || !image.device->get_fpga_record())
@@ -91,20 +97,31 @@ bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_P
             return false;
         pgmconv_set_firmware(image.plain, std::move(firmware));
     }
-    if (hash_source && page.input.get_extension_type() != FIO_EXTENSION_TYPE_SOF)
-    {
-        PGMIO_BYTES file;
-        if (!pgmio_read_file(path, file, error))
-            return false;
-        image.source_sha = pgmio_sha256(file);
-    }
     image.design_flags = image.plain.flags;
+    // A decoded image re-encodes to the very bytes it was decoded from (the layout is canonical),
+    // so without settings to apply the page's bytes are the file's configuration data.
+    const bool split = state.cvp || state.hps_iocsr;
+    if (!config_in_file.empty() && page.fw_source.is_empty() && !split && !page.security.any())
+    {
+        const size_t offset = size_t(config_in_file.data() - file.data());
+        const size_t size = config_in_file.size();
+        file.resize(offset + size);
+        file.erase(file.begin(), file.begin() + long(offset));
+        image.bytes = std::move(file);
+        image.source_offset = offset;
+        // The image ends with the CRC of everything before it, checked by the decoder: the CRC of
+        // the whole image continues from it over those four bytes.
+        const std::span<const uint8_t> trailer = std::span<const uint8_t>(image.bytes).last(4);
+        image.crc = pgmio_crc32(trailer, uint32_t(trailer[0]) | uint32_t(trailer[1]) << 8 | uint32_t(trailer[2]) << 16 |
+                                             uint32_t(trailer[3]) << 24);
+        return true;
+    }
     // A split configuration (CvP, HPS I/O first): the flash and the .rbf hold the first half.
     PGMIO_CONFIG_DATA first;
     PGMIO_CONFIG_DATA core;
-    if (state.cvp || state.hps_iocsr)
+    if (split)
         pgmconv_split_configuration(image.plain, first, core);
-    const PGMIO_CONFIG_DATA& encoded = state.cvp || state.hps_iocsr ? first : image.plain;
+    const PGMIO_CONFIG_DATA& encoded = split ? first : image.plain;
     if (!pgmsec_encode_configuration(encoded, page.security, *image.device, image.bytes, error))
     {
         error = "page " + std::to_string(page.number) + " ('" + path + "'): " + error;

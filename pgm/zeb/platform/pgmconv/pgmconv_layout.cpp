@@ -6,6 +6,8 @@
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 namespace
 {
@@ -15,6 +17,7 @@ constexpr uint64_t k_factory_extra_space = 0x40000; // the factory image keeps a
 constexpr uint32_t k_internal_flash_sector = 0x4000;
 constexpr uint32_t k_sof_layout_sector = 0x10000;
 constexpr uint64_t k_walk_piece = uint64_t(4) << 20; // alignment of pages laid out without a flash device
+constexpr size_t k_stream_piece = size_t(256) << 10;
 
 uint64_t align_up(uint64_t value, uint64_t unit)
 {
@@ -51,9 +54,76 @@ std::string page_name(const PGMIO_CCF_PAGE& page)
     return page.user_name.empty() ? "Page_" + std::to_string(page.number) : page.user_name;
 }
 
+// Reads `size` bytes of a file from `offset` (to its end with UINT64_MAX) in pieces, handing each
+// to `use`; `count` is how many were read. False with the reason when the file cannot be read.
+bool stream_file(const std::string& path, uint64_t offset, uint64_t size,
+                 const std::function<void(std::span<const uint8_t>)>& use, uint64_t& count, std::string& error)
+{
+    count = 0;
+    std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"), std::fclose);
+    if (!file || fseeko(file.get(), off_t(offset), SEEK_SET) != 0)
+    {
+        error = "cannot open '" + path + "': " + std::strerror(errno);
+        return false;
+    }
+    // Pieces small enough to stay in the cache between reading, checking and writing them.
+    PGMIO_BYTES piece(k_stream_piece);
+    while (count < size)
+    {
+        const size_t wanted = size_t(std::min<uint64_t>(piece.size(), size - count));
+        const size_t got = std::fread(piece.data(), 1, wanted, file.get());
+        if (got > 0)
+            use(std::span<const uint8_t>(piece.data(), got));
+        count += got;
+        if (got < wanted)
+            break;
+    }
+    if (std::ferror(file.get()))
+    {
+        error = "cannot read '" + path + "': " + std::strerror(errno);
+        return false;
+    }
+    return true;
+}
+
 // Size and CRC-32 of a raw data file as it lies in the flash, and where its first byte goes.
 bool measure_raw(const PGMIO_CCF::STATE& state, PGMCONV_ITEM& item, std::string& error)
 {
+    const PGMIO_CCF_RAW_FILE raw = raw_of(state, item);
+    if (!raw.hex)
+    {
+        // A binary file is streamed: its bytes are placed as they are read, never held whole.
+        PGMIO_SHA256 sha;
+        PGMIO_BYTES swapped;
+        uint32_t crc = 0;
+        const std::string path = raw.record.path.get_full_path();
+        const bool read = stream_file(
+            path, 0, UINT64_MAX,
+            [&](std::span<const uint8_t> bytes)
+            {
+                if (state.mem_map)
+                    sha.update(bytes);
+                if (raw.record.byte_swap)
+                {
+                    swapped.assign(bytes.begin(), bytes.end());
+                    pgmio_reverse_bits(swapped);
+                    bytes = swapped;
+                }
+                crc = pgmio_crc32(bytes, crc);
+            },
+            item.size, error);
+        if (!read)
+            return false;
+        if (item.size == 0)
+        {
+            error = "raw data file '" + path + "' holds no data";
+            return false;
+        }
+        item.crc = crc;
+        if (state.mem_map)
+            item.source_sha = pgmio_hex_text(sha.finish());
+        return true;
+    }
     PGMIO_BYTES bytes;
     if (!pgmconv_item_bytes(state, PGMCONV_LAYOUT{}, item, bytes, error))
         return false;
@@ -61,15 +131,11 @@ bool measure_raw(const PGMIO_CCF::STATE& state, PGMCONV_ITEM& item, std::string&
     item.crc = pgmio_crc32(bytes);
     if (!state.mem_map)
         return true;
-    const PGMIO_CCF_RAW_FILE raw = raw_of(state, item);
+    // The bytes in the flash are not the file's: hash the file itself.
     PGMIO_BYTES file;
-    if (raw.hex || raw.record.byte_swap)
-    {
-        // The bytes in the flash are not the file's: hash the file itself.
-        if (!pgmio_read_file(item.source.get_full_path(), file, error))
-            return false;
-    }
-    item.source_sha = pgmio_hex_text(pgmio_sha256(file.empty() ? bytes : file));
+    if (!pgmio_read_file(item.source.get_full_path(), file, error))
+        return false;
+    item.source_sha = pgmio_hex_text(pgmio_sha256(file));
     return true;
 }
 
@@ -162,8 +228,11 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
             continue;
         PGMCONV_PAGE_IMAGE image;
         PGMCONV_ITEM item;
-        if (!pgmconv_page_image(state, i, image, error, state.mem_map) ||
-            !layout.spill->put(image.bytes, item.spill_offset, error))
+        if (!pgmconv_page_image(state, i, image, error, state.mem_map))
+            return false;
+        // Bytes that lie unchanged in the input are streamed from there; others are kept aside.
+        item.source_offset = image.source_offset;
+        if (item.source_offset == PGMCONV_NOT_IN_SOURCE && !layout.spill->put(image.bytes, item.spill_offset, error))
             return false;
         if (state.mem_map)
             item.source_sha = pgmio_hex_text(image.source_sha);
@@ -171,7 +240,7 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
         item.name = page_name(page);
         item.index = i;
         item.size = image.bytes.size();
-        item.crc = pgmio_crc32(image.bytes);
+        item.crc = item.source_offset != PGMCONV_NOT_IN_SOURCE ? image.crc : pgmio_crc32(image.bytes);
         item.source = page.input;
         item.device = image.device->get_name();
         item.extra = page.extra_space;
@@ -538,6 +607,22 @@ bool pgmconv_item_bytes(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& lay
     {
     case PGMCONV_ITEM_PAGE:
     {
+        if (item.source_offset != PGMCONV_NOT_IN_SOURCE)
+        {
+            uint64_t count = 0;
+            const std::string path = item.source.get_full_path();
+            if (!stream_file(
+                    path, item.source_offset, item.size,
+                    [&bytes](std::span<const uint8_t> piece) { bytes.insert(bytes.end(), piece.begin(), piece.end()); },
+                    count, error))
+                return false;
+            if (count != item.size || pgmio_crc32(bytes) != item.crc)
+            {
+                error = "'" + path + "' changed while the conversion ran";
+                return false;
+            }
+            return true;
+        }
         if (layout.spill)
             return layout.spill->get(item.spill_offset, item.size, bytes, error);
         PGMCONV_PAGE_IMAGE image;
@@ -589,47 +674,55 @@ bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& la
         if (item.size == 0)
             continue;
         const bool raw_binary = item.kind == PGMCONV_ITEM_RAW && !raw_of(state, item).hex;
-        if (!raw_binary && !(item.kind == PGMCONV_ITEM_PAGE && layout.spill))
+        const bool from_file =
+            raw_binary || (item.kind == PGMCONV_ITEM_PAGE && item.source_offset != PGMCONV_NOT_IN_SOURCE);
+        if (!from_file && !(item.kind == PGMCONV_ITEM_PAGE && layout.spill))
         {
             PGMIO_BYTES bytes;
             if (!pgmconv_item_bytes(state, layout, item, bytes, error) || !sink(item, 0, bytes))
                 return false;
             continue;
         }
-        // Pages from the spill file and raw binary files from their own, in pieces.
-        std::unique_ptr<std::FILE, decltype(&std::fclose)> file(
-            raw_binary ? std::fopen(item.source.get_full_path().c_str(), "rb") : nullptr, std::fclose);
-        if (raw_binary && !file)
+        if (!from_file)
         {
-            error = "cannot open raw data file '" + item.source.get_full_path() + "'";
-            return false;
+            // Pages kept aside, in pieces.
+            PGMIO_BYTES piece;
+            for (uint64_t offset = 0; offset < item.size; offset += piece.size())
+                if (!layout.spill->get(item.spill_offset + offset, std::min<uint64_t>(k_walk_piece, item.size - offset),
+                                       piece, error) ||
+                    !sink(item, offset, piece))
+                    return false;
+            continue;
         }
-        PGMIO_BYTES piece;
+        // Raw binary files and pages that lie unchanged in their input are read again, in pieces:
+        // they must not have changed since they were measured.
+        const std::string path = item.source.get_full_path();
+        const bool swap = raw_binary && raw_of(state, item).record.byte_swap;
+        PGMIO_BYTES swapped;
         uint32_t crc = 0;
-        for (uint64_t offset = 0; offset < item.size; offset += piece.size())
-        {
-            const uint64_t count = std::min<uint64_t>(k_walk_piece, item.size - offset);
-            if (raw_binary)
+        uint64_t offset = 0;
+        bool sunk = true;
+        uint64_t count = 0;
+        const bool read = stream_file(
+            path, raw_binary ? 0 : item.source_offset, item.size,
+            [&](std::span<const uint8_t> bytes)
             {
-                piece.resize(size_t(count));
-                if (std::fread(piece.data(), 1, piece.size(), file.get()) != piece.size())
-                    piece.clear();
-                if (raw_of(state, item).record.byte_swap)
-                    pgmio_reverse_bits(piece);
-            }
-            else if (!layout.spill->get(item.spill_offset + offset, count, piece, error))
-                return false;
-            if (piece.empty())
-                break;
-            if (raw_binary)
-                crc = pgmio_crc32(piece, crc);
-            if (!sink(item, offset, piece))
-                return false;
-        }
-        // A raw data file is read again: it must not have changed since it was measured.
-        if (raw_binary && crc != item.crc)
+                if (swap)
+                {
+                    swapped.assign(bytes.begin(), bytes.end());
+                    pgmio_reverse_bits(swapped);
+                    bytes = swapped;
+                }
+                crc = pgmio_crc32(bytes, crc);
+                sunk = sunk && sink(item, offset, bytes);
+                offset += bytes.size();
+            },
+            count, error);
+        if (!read || !sunk)
+            return false;
+        if (count != item.size || crc != item.crc)
         {
-            error = "'" + item.source.get_full_path() + "' changed while the conversion ran";
+            error = "'" + path + "' changed while the conversion ran";
             return false;
         }
     }

@@ -2,14 +2,16 @@
 // Writers of a page's configuration data: .rbf (the bytes themselves), .hexout (hex records of
 // them) and .ttf (decimal text of them). Each is written beside its target and renamed into place.
 #include "pgm/zeb/platform/pgmconv/pgmconv_engine.h"
+#include "pgm/zeb/platform/pgmio/pgmio_text.h"
 
-#include <array>
+#include <algorithm>
 
 namespace
 {
 
 constexpr size_t k_ttf_values_per_line = 16;
 constexpr size_t k_flush_size = size_t(1) << 20;
+constexpr size_t k_hex_piece = size_t(256) << 10; // data bytes formatted between flushes
 
 bool first_page_image(const PGMIO_CCF::STATE& state, PGMCONV_PAGE_IMAGE& image, std::string& error)
 {
@@ -24,7 +26,7 @@ bool first_page_image(const PGMIO_CCF::STATE& state, PGMCONV_PAGE_IMAGE& image, 
 class TEXT_SINK
 {
 public:
-    explicit TEXT_SINK(const std::string& path) : m_out(path), m_path(path) { m_buffer.reserve(k_flush_size + 256); }
+    explicit TEXT_SINK(const std::string& path) : m_out(path), m_path(path) { m_buffer.reserve(2 * k_flush_size); }
     std::string& buffer() { return m_buffer; }
     void flush_if_full()
     {
@@ -52,44 +54,6 @@ private:
     std::string m_path;
     std::string m_buffer;
 };
-
-// The two upper-case hexadecimal digits of every byte value.
-constexpr std::array<std::array<char, 2>, 256> make_hex_pairs()
-{
-    constexpr char digits[] = "0123456789ABCDEF";
-    std::array<std::array<char, 2>, 256> pairs{};
-    for (unsigned value = 0; value < 256; ++value)
-        pairs[value] = {digits[value >> 4], digits[value & 0xF]};
-    return pairs;
-}
-constexpr std::array<std::array<char, 2>, 256> k_hex_pairs = make_hex_pairs();
-
-// One hex record: ":LLAAAATT<data>CC" and a newline.
-void hex_record(std::string& out, uint8_t type, uint16_t address, std::span<const uint8_t> data)
-{
-    const size_t at = out.size();
-    out.resize(at + 12 + 2 * data.size());
-    char* p = out.data() + at;
-    unsigned sum = unsigned(data.size()) + (address >> 8) + (address & 0xFF) + type;
-    auto put = [&p](uint8_t byte)
-    {
-        p[0] = k_hex_pairs[byte][0];
-        p[1] = k_hex_pairs[byte][1];
-        p += 2;
-    };
-    *p++ = ':';
-    put(uint8_t(data.size()));
-    put(uint8_t(address >> 8));
-    put(uint8_t(address));
-    put(type);
-    for (uint8_t byte : data)
-    {
-        put(byte);
-        sum += byte;
-    }
-    put(uint8_t(0x100 - (sum & 0xFF)));
-    *p = '\n';
-}
 
 } // namespace
 
@@ -154,23 +118,14 @@ bool pgmconv_write_hexout(const PGMIO_CCF::STATE& state, const std::string& path
     }
     const uint64_t base = up ? anchor : anchor - (data.size() - 1);
     TEXT_SINK sink(path);
-    std::string& out = sink.buffer();
-    uint64_t upper = UINT64_MAX;
-    for (size_t done = 0; done < data.size();)
+    PGMIO_HEX_FORMATTER formatter;
+    for (size_t done = 0; done < data.size(); done += k_hex_piece)
     {
-        const uint64_t address = base + done;
-        if ((address >> 16) != upper)
-        {
-            upper = address >> 16;
-            const uint8_t payload[2] = {uint8_t(upper >> 8), uint8_t(upper)};
-            hex_record(out, 0x04, 0, payload);
-        }
-        const size_t piece = size_t(std::min<uint64_t>({16, data.size() - done, 0x10000 - (address & 0xFFFF)}));
-        hex_record(out, 0x00, uint16_t(address), data.subspan(done, piece));
-        done += piece;
+        const size_t piece = std::min(k_hex_piece, data.size() - done);
+        formatter.append(base + done, data.subspan(done, piece), sink.buffer());
         sink.flush_if_full();
     }
-    hex_record(out, 0x01, 0, {});
+    formatter.finish(sink.buffer());
     return sink.commit(error);
 }
 

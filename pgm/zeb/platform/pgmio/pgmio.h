@@ -90,6 +90,8 @@ public:
     static bool validate(const PGMIO_SOF_IMAGE& sof, std::string& error);
     static bool encode(const PGMIO_SOF_IMAGE& sof, PGMIO_BYTES& image, std::string& error);
     static bool decode(std::span<const uint8_t> image, PGMIO_SOF_IMAGE& sof, std::string& error);
+    // Where the embedded configuration data (a .rbf image) lies in an image that decode accepted.
+    static std::span<const uint8_t> config_bytes(std::span<const uint8_t> image);
     static bool write(const std::string& path, const PGMIO_SOF_IMAGE& sof, std::string& error);
     static bool read(const std::string& path, PGMIO_SOF_IMAGE& sof, std::string& error);
 };

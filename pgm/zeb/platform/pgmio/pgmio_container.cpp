@@ -101,14 +101,35 @@ uint32_t pgmio_crc32(std::span<const uint8_t> data, uint32_t crc)
 
 PGMIO_HASH pgmio_sha256(std::span<const uint8_t> data)
 {
+    PGMIO_SHA256 sha;
+    sha.update(data);
+    return sha.finish();
+}
+
+PGMIO_SHA256::PGMIO_SHA256() : m_context(EVP_MD_CTX_new())
+{
+    m_ok = m_context && EVP_DigestInit_ex(static_cast<EVP_MD_CTX*>(m_context), EVP_sha256(), nullptr) == 1;
+}
+
+PGMIO_SHA256::~PGMIO_SHA256()
+{
+    EVP_MD_CTX_free(static_cast<EVP_MD_CTX*>(m_context));
+}
+
+void PGMIO_SHA256::update(std::span<const uint8_t> data)
+{
+    m_ok = m_ok && EVP_DigestUpdate(static_cast<EVP_MD_CTX*>(m_context), data.data(), data.size()) == 1;
+}
+
+PGMIO_HASH PGMIO_SHA256::finish()
+{
     PGMIO_HASH hash{};
-    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
     unsigned int length = 0;
     // The digest fails only when the crypto library is unusable; the hash is then all zero.
-    if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1 ||
-        EVP_DigestUpdate(context.get(), data.data(), data.size()) != 1 ||
-        EVP_DigestFinal_ex(context.get(), hash.data(), &length) != 1 || length != hash.size())
+    if (!m_ok || EVP_DigestFinal_ex(static_cast<EVP_MD_CTX*>(m_context), hash.data(), &length) != 1 ||
+        length != hash.size())
         hash.fill(0);
+    m_ok = false;
     return hash;
 }
 

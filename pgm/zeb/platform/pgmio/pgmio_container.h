@@ -46,6 +46,22 @@ constexpr uint64_t PGMIO_MAX_FILE_SIZE = uint64_t(2) << 30;
 uint32_t pgmio_crc32(std::span<const uint8_t> data, uint32_t crc = 0);
 // SHA-256 of `data`.
 PGMIO_HASH pgmio_sha256(std::span<const uint8_t> data);
+// SHA-256 of data fed in pieces, for inputs streamed rather than held whole.
+class PGMIO_SHA256
+{
+public:
+    PGMIO_SHA256();
+    ~PGMIO_SHA256();
+    PGMIO_SHA256(const PGMIO_SHA256&) = delete;
+    PGMIO_SHA256& operator=(const PGMIO_SHA256&) = delete;
+    void update(std::span<const uint8_t> data);
+    // The digest of everything fed; all zero when the crypto library is unusable.
+    PGMIO_HASH finish();
+
+private:
+    void* m_context = nullptr; // the crypto library's digest context
+    bool m_ok = false;
+};
 // "0x" and at least eight lower-case hexadecimal digits: 0x0001f000.
 std::string pgmio_hex_number(uint64_t value);
 // Lower-case hexadecimal text of bytes.

@@ -3,7 +3,9 @@
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
+#include <cstring>
 #include <numeric>
 
 namespace
@@ -38,7 +40,7 @@ std::string byte_text(unsigned value)
 std::string char_text(char c)
 {
     if (c > ' ' && c < 0x7F)
-        return "'" + std::string(1, c) + "'";
+        return std::string{'\'', c, '\''};
     return c == ' ' ? "' ' (space)" : byte_text(uint8_t(c));
 }
 
@@ -246,6 +248,110 @@ bool PGMIO_HEX_READER::get_image(uint64_t max_size, uint8_t fill, uint32_t& base
     return true;
 }
 
+namespace
+{
+
+// The two upper-case hexadecimal digits of every byte value.
+constexpr std::array<std::array<char, 2>, 256> make_hex_pairs()
+{
+    constexpr char digits[] = "0123456789ABCDEF";
+    std::array<std::array<char, 2>, 256> pairs{};
+    for (unsigned value = 0; value < 256; ++value)
+        pairs[value] = {digits[value >> 4], digits[value & 0xF]};
+    return pairs;
+}
+constexpr std::array<std::array<char, 2>, 256> k_hex_pairs = make_hex_pairs();
+constexpr size_t k_record_data = 16;
+constexpr size_t k_record_overhead = 12; // ':', count, address, type, checksum, newline
+
+// Writes the record ":LLAAAATT<data>CC\n" at `p`; returns the position after it.
+char* put_record(char* p, uint8_t type, uint16_t address, std::span<const uint8_t> data)
+{
+    unsigned sum = 0;
+    auto put = [&p, &sum](uint8_t byte)
+    {
+        std::memcpy(p, k_hex_pairs[byte].data(), 2);
+        p += 2;
+        sum += byte;
+    };
+    *p++ = ':';
+    put(uint8_t(data.size()));
+    put(uint8_t(address >> 8));
+    put(uint8_t(address));
+    put(type);
+    for (uint8_t byte : data)
+        put(byte);
+    std::memcpy(p, k_hex_pairs[uint8_t(0x100 - (sum & 0xFF))].data(), 2);
+    p[2] = '\n';
+    return p + 3;
+}
+
+} // namespace
+
+// Writes the records of a data record's bytes at `p`, the address record first when the upper
+// address half changes; returns the position after them.
+char* PGMIO_HEX_FORMATTER::put(char* p, uint64_t address, std::span<const uint8_t> data)
+{
+    if ((address >> 16) != m_upper)
+    {
+        m_upper = address >> 16;
+        const uint8_t payload[2] = {uint8_t(m_upper >> 8), uint8_t(m_upper)};
+        p = put_record(p, k_linear, 0, payload);
+    }
+    return put_record(p, k_data, uint16_t(address), data);
+}
+
+void PGMIO_HEX_FORMATTER::append(uint64_t address, std::span<const uint8_t> data, std::string& text)
+{
+    // Room for the worst case: a short record and an address record at every 64 KiB boundary.
+    const size_t boundaries = data.size() / 0x10000 + 3;
+    const size_t records = data.size() / k_record_data + boundaries;
+    const size_t at = text.size();
+    text.resize(at + records * (k_record_overhead + 2 * k_record_data) + boundaries * (k_record_overhead + 4));
+    char* const begin = text.data() + at;
+    char* p = begin;
+    if (m_count > 0 && address != m_address + m_count)
+    {
+        p = put(p, m_address, std::span(m_held.data(), m_count));
+        m_count = 0;
+    }
+    while (!data.empty())
+    {
+        const uint64_t start = m_count > 0 ? m_address : address;
+        // A record never crosses a 64 KiB boundary, so its 16-bit address field does not wrap.
+        const size_t length = size_t(std::min<uint64_t>(k_record_data, 0x10000 - (start & 0xFFFF)));
+        if (m_count == 0 && data.size() >= length)
+        {
+            p = put(p, start, data.first(length));
+            data = data.subspan(length);
+            address += length;
+            continue;
+        }
+        const size_t take = std::min(length - m_count, data.size());
+        std::copy_n(data.begin(), take, m_held.begin() + long(m_count));
+        m_address = start;
+        m_count += take;
+        data = data.subspan(take);
+        address += take;
+        if (m_count == length)
+        {
+            p = put(p, m_address, std::span(m_held.data(), m_count));
+            m_count = 0;
+        }
+    }
+    text.resize(at + size_t(p - begin));
+}
+
+void PGMIO_HEX_FORMATTER::finish(std::string& text)
+{
+    char record[2 * (k_record_overhead + 2 * k_record_data)];
+    char* p = record;
+    if (m_count > 0)
+        p = put(p, m_address, std::span(m_held.data(), m_count));
+    m_count = 0;
+    text.append(record, size_t(put_record(p, k_end, 0, {}) - record));
+}
+
 bool pgmio_format_hex(uint32_t base, std::span<const uint8_t> data, std::string& text, std::string& error)
 {
     text.clear();
@@ -256,38 +362,9 @@ bool pgmio_format_hex(uint32_t base, std::span<const uint8_t> data, std::string&
                 ") does not fit, the available range is only (0x00000000..0xffffffff)";
         return false;
     }
-    auto emit = [&text](uint8_t type, uint16_t address, std::span<const uint8_t> payload)
-    {
-        unsigned sum = unsigned(payload.size()) + (address >> 8) + (address & 0xFF) + type;
-        char field[16];
-        std::snprintf(field, sizeof field, ":%02X%04X%02X", unsigned(payload.size()), unsigned(address), type);
-        text += field;
-        for (uint8_t byte : payload)
-        {
-            std::snprintf(field, sizeof field, "%02X", byte);
-            text += field;
-            sum += byte;
-        }
-        std::snprintf(field, sizeof field, "%02X\n", (0x100 - (sum & 0xFF)) & 0xFF);
-        text += field;
-    };
-    uint64_t upper = UINT64_MAX;
-    size_t done = 0;
-    while (done < data.size())
-    {
-        const uint64_t address = uint64_t(base) + done;
-        if ((address >> 16) != upper)
-        {
-            upper = address >> 16;
-            const uint8_t payload[2] = {uint8_t(upper >> 8), uint8_t(upper)};
-            emit(k_linear, 0, payload);
-        }
-        // A record never crosses a 64 KiB boundary, so its 16-bit address field does not wrap.
-        const size_t piece = size_t(std::min<uint64_t>({16, data.size() - done, 0x10000 - (address & 0xFFFF)}));
-        emit(k_data, uint16_t(address), data.subspan(done, piece));
-        done += piece;
-    }
-    emit(k_end, 0, {});
+    PGMIO_HEX_FORMATTER formatter;
+    formatter.append(base, data, text);
+    formatter.finish(text);
     return true;
 }
 

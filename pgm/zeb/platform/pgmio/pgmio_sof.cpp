@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // SRAM object file (.sof): "SOFH" design header, "CDAT" nested configuration data, optional "HBLD"
 // HPS bootloader.
+#include "pgm/zeb/platform/msg/msg.h"
 #include "pgm/zeb/platform/pgmio/pgmio.h"
 
 #include <algorithm>
@@ -81,6 +82,15 @@ bool PGMIO_SOF::encode(const PGMIO_SOF_IMAGE& sof, PGMIO_BYTES& image, std::stri
     if (sof.has_bootloader)
         builder.add(k_bootloader, bootloader.data());
     return builder.finish(image, error);
+}
+
+std::span<const uint8_t> PGMIO_SOF::config_bytes(std::span<const uint8_t> image)
+{
+    PGMIO_CONTAINER_VIEW view;
+    std::string error;
+    const bool parsed = pgmio_parse_container(image, view, error, false) && !view.find_all(k_config).empty();
+    MSG_ASSERT_AT(parsed, "pgmio", __FILE__);
+    return view.find_all(k_config)[0]->data;
 }
 
 bool PGMIO_SOF::decode(std::span<const uint8_t> image, PGMIO_SOF_IMAGE& sof, std::string& error)

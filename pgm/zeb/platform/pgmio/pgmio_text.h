@@ -6,6 +6,7 @@
 #include "pgm/zeb/platform/fio/fio.h"
 #include "pgm/zeb/platform/pgmio/pgmio_container.h"
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -61,6 +62,28 @@ private:
     bool m_read = false;
     bool m_has_entry = false;
     uint32_t m_entry = 0;
+};
+
+// Hex records of data fed in pieces, so that large data is formatted as it streams: 16 data bytes
+// a record, never across a 64 KiB boundary, an extended linear address record wherever the upper
+// 16 address bits change, upper-case digits, one record a line. Contiguous pieces give the same
+// records as the data fed whole.
+class PGMIO_HEX_FORMATTER
+{
+public:
+    // Appends the records of `data` loading from `address`; the caller keeps it below 4 GiB. The
+    // bytes of a record not yet complete are held for the next piece.
+    void append(uint64_t address, std::span<const uint8_t> data, std::string& text);
+    // Appends the held bytes and the end-of-file record.
+    void finish(std::string& text);
+
+private:
+    char* put(char* p, uint64_t address, std::span<const uint8_t> data);
+
+    uint64_t m_upper = UINT64_MAX; // upper address half of the last extended linear address record
+    uint64_t m_address = 0;        // address of the held bytes
+    size_t m_count = 0;            // number of held bytes
+    std::array<uint8_t, 16> m_held{};
 };
 
 // Hex text of `data` loaded at `base`: 16 data bytes a record, an extended linear address record
