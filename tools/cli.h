@@ -54,4 +54,13 @@ int cli_mode_sign(const CLI_ARGS& args);
 int cli_mode_finalize_encryption(const CLI_ARGS& args);
 int cli_mode_make_hky(const CLI_ARGS& args);
 int cli_mode_make_hek(const CLI_ARGS& args);
+int cli_mode_convert(const CLI_ARGS& args);
 // -- end of modes (add one declaration per mode above this line)
+
+// ---- Shared steps of the modes ------------------------------------------------------------------
+class PGM_COMMON_XML_ZEB_ZEB;
+// Checks a document and, unless `check_only`, generates it with one line per file written and a
+// summary line; false when the check or the generation failed (their messages are posted).
+bool cli_check_and_generate(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& label, bool check_only);
+// Applies "--ini NAME=VALUE" for this run; false after a usage error.
+bool cli_apply_ini(const std::string& name_value);

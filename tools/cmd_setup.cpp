@@ -68,6 +68,20 @@ bool process(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file, SETUP_AC
 
 } // namespace
 
+bool cli_check_and_generate(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& label, bool check_only)
+{
+    return process(document, label, check_only ? SETUP_ACTION::CHECK_ONLY : SETUP_ACTION::GENERATE);
+}
+
+bool cli_apply_ini(const std::string& name_value)
+{
+    const size_t eq = name_value.find('=');
+    if (eq == std::string::npos || eq == 0)
+        return cli_usage_error("--ini needs NAME=VALUE, got '" + name_value + "'"), false;
+    PGM_COMMON_INI::set_value(name_value.substr(0, eq), name_value.substr(eq + 1));
+    return true;
+}
+
 int cli_mode_setup(const CLI_ARGS& args)
 {
     std::vector<CLI_OPTION> options;
@@ -90,13 +104,8 @@ int cli_mode_setup(const CLI_ARGS& args)
                 return cli_usage_error("--check and --no-check exclude each other");
             action = chosen;
         }
-        else if (option.name == "--ini")
-        {
-            const size_t eq = option.value.find('=');
-            if (eq == std::string::npos || eq == 0)
-                return cli_usage_error("--ini needs NAME=VALUE, got '" + option.value + "'");
-            PGM_COMMON_INI::set_value(option.value.substr(0, eq), option.value.substr(eq + 1));
-        }
+        else if (option.name == "--ini" && !cli_apply_ini(option.value))
+            return CLI_USAGE;
     }
     if (!save_path.empty() && files.size() != 1)
         return cli_usage_error("--save takes exactly one setup document");

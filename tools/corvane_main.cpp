@@ -60,6 +60,16 @@ constexpr CLI_MODE k_modes[] = {
      "Writes the owner root key file of an ECDSA P-384 public key."},
     {"--make-hek", cli_mode_make_hek, "corvane --make-hek OUT.hek [--password-file F]",
      "Writes a key-encryption key file with a fresh random key (mode 0600), protected by the password of F."},
+    {"-c", cli_mode_convert,
+     "corvane -c|--convert [-o NAME=VALUE]... [--secondary TYPE[,TYPE]...|none] [--save FILE.zeb] [--no-check] "
+     "INPUT... OUTPUT",
+     "Converts INPUT files into OUTPUT in one line: builds the setup document that says so, checks it and "
+     "generates it. OUTPUT's extension gives the output type. A programming-file input becomes a bitstream; "
+     "a raw data file is written FILE@ADDRESS (a .hex without @ loads at its own addresses). -o sets an option "
+     "of the command parameter table (see OPTIONS); a flash output names its flash device with -o device=NAME. "
+     "--secondary names the secondary files to write, or none; --save also writes the document built; "
+     "--no-check only builds (and saves) it."},
+    {"--convert", cli_mode_convert, "corvane --convert ...", "Same as -c."},
     // -- end of modes (add one row per mode above this line)
     {"--help", mode_help, "corvane --help", "Prints this text."},
     {"--version", mode_version, "corvane --version", "Prints the version."},
