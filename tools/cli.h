@@ -2,6 +2,8 @@
 // Command-line front end: the modes of the `corvane` executable and their shared helpers.
 #pragma once
 
+#include <iosfwd>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -64,3 +66,11 @@ class PGM_COMMON_XML_ZEB_ZEB;
 bool cli_check_and_generate(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& label, bool check_only);
 // Applies "--ini NAME=VALUE" for this run; false after a usage error.
 bool cli_apply_ini(const std::string& name_value);
+
+// ---- Help from the tables (cli_help.cpp) ---------------------------------------------------------
+// The accepted, listed options of convert mode with their descriptions, by the element they set.
+void cli_print_options_help(std::ostream& out);
+// One option with its allowed values, dependencies and exclusions; a usage error when unknown.
+int cli_help_option(std::string_view name);
+void cli_print_man_page(std::ostream& out, std::span<const CLI_MODE> modes, std::string_view version);
+void cli_print_bash_completion(std::ostream& out, std::span<const CLI_MODE> modes);

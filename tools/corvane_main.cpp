@@ -14,6 +14,8 @@ namespace
 
 int mode_help(const CLI_ARGS& args);
 int mode_version(const CLI_ARGS& args);
+int mode_man(const CLI_ARGS& args);
+int mode_completion(const CLI_ARGS& args);
 
 // One row per mode. The default mode (flag nullptr) handles setup documents.
 constexpr CLI_MODE k_modes[] = {
@@ -71,7 +73,11 @@ constexpr CLI_MODE k_modes[] = {
      "--no-check only builds (and saves) it."},
     {"--convert", cli_mode_convert, "corvane --convert ...", "Same as -c."},
     // -- end of modes (add one row per mode above this line)
-    {"--help", mode_help, "corvane --help", "Prints this text."},
+    {"--help", mode_help, "corvane --help[=OPTION] [--ini NAME=VALUE]",
+     "Prints this text, or one option of convert mode with its values, dependencies and exclusions. Options that "
+     "a switch unlocks are listed once it is on (--ini)."},
+    {"--man", mode_man, "corvane --man", "Prints the manual page (troff)."},
+    {"--completion", mode_completion, "corvane --completion", "Prints the bash completion script."},
     {"--version", mode_version, "corvane --version", "Prints the version."},
 };
 
@@ -104,8 +110,23 @@ void print_wrapped(const char* text, size_t indent, size_t width)
         std::cout << pad << line << '\n';
 }
 
-int mode_help(const CLI_ARGS&)
+int mode_help(const CLI_ARGS& args)
 {
+    std::string option;
+    for (size_t i = 0; i < args.size(); ++i)
+    {
+        if (args[i] == "--ini" && i + 1 < args.size())
+        {
+            if (!cli_apply_ini(args[++i]))
+                return CLI_USAGE;
+        }
+        else if (args[i].rfind("--", 0) != 0 && option.empty())
+            option = args[i];
+        else
+            return cli_usage_error("unknown argument '" + args[i] + "' of --help");
+    }
+    if (!option.empty())
+        return cli_help_option(option);
     std::cout << "NAME\n"
                  "    corvane - make FPGA programming files from setup documents\n"
                  "\n"
@@ -124,7 +145,8 @@ int mode_help(const CLI_ARGS&)
         print_wrapped(mode.description, 8, 100);
         std::cout << '\n';
     }
-    std::cout << "EXIT STATUS\n"
+    cli_print_options_help(std::cout);
+    std::cout << "\nEXIT STATUS\n"
                  "    0 success, 1 the work failed (the messages say why), 2 bad usage, 3 internal error (a defect:\n"
                  "    the condition and the source position are printed).\n"
                  "\n"
@@ -132,6 +154,18 @@ int mode_help(const CLI_ARGS&)
                  "    CORVANE_DATA_DIR  directory holding xsd/zeb.xsd and the device catalogue\n"
                  "    CORVANE_INI       switch file read after ./corvane.ini\n"
                  "    CORVANE_DEBUG     debug log level (2 shows the library's progress lines)\n";
+    return CLI_OK;
+}
+
+int mode_man(const CLI_ARGS&)
+{
+    cli_print_man_page(std::cout, k_modes, CORVANE_VERSION);
+    return CLI_OK;
+}
+
+int mode_completion(const CLI_ARGS&)
+{
+    cli_print_bash_completion(std::cout, k_modes);
     return CLI_OK;
 }
 
@@ -234,6 +268,13 @@ int main(int argc, char** argv)
         {
             if (mode.flag && args[0] == mode.flag)
                 return mode.handler(CLI_ARGS(args.begin() + 1, args.end()));
+            // "--help=NAME": the value becomes the mode's first argument.
+            if (mode.flag && args[0].rfind(std::string(mode.flag) + "=", 0) == 0)
+            {
+                CLI_ARGS rest(args.begin() + 1, args.end());
+                rest.insert(rest.begin(), args[0].substr(std::strlen(mode.flag) + 1));
+                return mode.handler(rest);
+            }
         }
         return k_modes[0].handler(args);
     }
