@@ -4,6 +4,7 @@
 #include "cli.h"
 
 #include "pgm/zeb/platform/ini/pgm_common_ini.h"
+#include "pgm/zeb/platform/msg/msg_json.h"
 #include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_util.h"
 
@@ -66,6 +67,29 @@ bool process(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file, SETUP_AC
     return generated;
 }
 
+// --check --json: one JSON line per document with its result instead of the messages.
+int check_as_json(const std::vector<std::string>& files)
+{
+    int status = CLI_OK;
+    for (const std::string& file : files)
+    {
+        MSG_CAPTURE_SINK capture;
+        PGM_COMMON_XML_ZEB_ZEB* raw = nullptr;
+        const bool parsed = ZEB_UTIL::parse(&raw, file);
+        std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB> document(raw);
+        bool needs_flash_loader = false;
+        bool programs_config_device = false;
+        bool error = false;
+        std::string message;
+        const bool ok = parsed && ZEB_UTIL::check(document.get(), needs_flash_loader, programs_config_device, message,
+                                                  error, true);
+        std::cout << msg_check_result_json(file, ok, capture.messages()) << '\n';
+        if (!ok)
+            status = CLI_FAILED;
+    }
+    return status;
+}
+
 } // namespace
 
 bool cli_check_and_generate(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& label, bool check_only)
@@ -86,13 +110,14 @@ int cli_mode_setup(const CLI_ARGS& args)
 {
     std::vector<CLI_OPTION> options;
     std::vector<std::string> files;
-    if (!cli_split_options(args, {"--save", "--ini"}, {"--no-check", "--check"}, options, files))
+    if (!cli_split_options(args, {"--save", "--ini"}, {"--no-check", "--check", "--json"}, options, files))
         return CLI_USAGE;
     if (files.empty())
         return cli_usage_error("no setup document given");
 
     std::string save_path;
     SETUP_ACTION action = SETUP_ACTION::GENERATE;
+    bool json = false;
     for (const CLI_OPTION& option : options)
     {
         if (option.name == "--save")
@@ -104,9 +129,15 @@ int cli_mode_setup(const CLI_ARGS& args)
                 return cli_usage_error("--check and --no-check exclude each other");
             action = chosen;
         }
+        else if (option.name == "--json")
+            json = true;
         else if (option.name == "--ini" && !cli_apply_ini(option.value))
             return CLI_USAGE;
     }
+    if (json && action != SETUP_ACTION::CHECK_ONLY)
+        return cli_usage_error("--json goes with --check");
+    if (json)
+        return check_as_json(files);
     if (!save_path.empty() && files.size() != 1)
         return cli_usage_error("--save takes exactly one setup document");
 
