@@ -203,6 +203,17 @@ const GIVEN_OPTION* find_option(const REQUEST& request, PGM_COMMON_XML_ZEB_CMD_P
     return nullptr;
 }
 
+bool converts_flash_file(const REQUEST& request)
+{
+    for (const INPUT& input : request.inputs)
+    {
+        const FIO_FILE_TYPE type = fio_get_file_type(FIO_PATH(input.path).get_extension_type());
+        if (type == FIO_FILE_TYPE_JIC || type == FIO_FILE_TYPE_POF || type == FIO_FILE_TYPE_RPD)
+            return true;
+    }
+    return false;
+}
+
 bool set(PGM_COMMON_XML_ZEB_ZEB* document, PGM_COMMON_XML_ZEB_CMD_OPT_ENUM opt, const PARAMS& params)
 {
     return ZEB_FILE_ASSISTANT::set(document, opt, params);
@@ -333,10 +344,15 @@ bool build_document(PGM_COMMON_XML_ZEB_ZEB* document, const REQUEST& request)
         for (const GIVEN_OPTION& option : request.options)
             if (option.info.element == ZEB_CMD_OPT_BITSTREAM)
                 bitstream.emplace_back(option.param, option.text);
+        // Naming a key is what asks for encryption; the document says so in an attribute of its own.
+        if (find_option(request, ZEB_CMD_PARAM_BITSTREAM_PATH_KEY1))
+            bitstream.emplace_back(ZEB_CMD_PARAM_BITSTREAM_PATH_ENCRYPTION, "1");
         ok = set(document, ZEB_CMD_OPT_BITSTREAM, bitstream) && ok;
     }
 
-    const bool flash = is_flash_output(request.output_type);
+    // A flash output from a flash file (an .rpd from a .jic) converts that file rather than laying out
+    // a flash device.
+    const bool flash = is_flash_output(request.output_type) && !converts_flash_file(request);
     PARAMS output{{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, decimal(ZEB_DB::get_xml_enum(request.output_type))},
                   {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, request.output.get_base_name()},
                   {ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, request.output.get_directory()}};
