@@ -236,7 +236,9 @@ bool build_flash(PGM_COMMON_XML_ZEB_ZEB* document, const REQUEST& request, const
     ok = set(document, ZEB_CMD_OPT_FLASH_DEVICE, device) && ok;
 
     std::string factory;
-    if (!bitstreams.empty())
+    PGMIO_CONFIG_SCHEME scheme{};
+    // Without a mode there are no reserved partitions to place; the check reports the missing mode.
+    if (!bitstreams.empty() && ZEB_FILE_ASSISTANT::get_config_mode(document, scheme))
     {
         for (const ZEB_UTIL_PARTITION_INFO& reserved :
              ZEB_UTIL::get_reserved_partitions(document, ZEB_UTIL::get_family(document)))
@@ -370,7 +372,9 @@ bool build_document(PGM_COMMON_XML_ZEB_ZEB* document, const REQUEST& request)
                       {ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_TYPE, decimal(ZEB_DB::get_xml_enum(secondary))},
                       {ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_NAME, request.output.get_base_name()}};
         for (const GIVEN_OPTION& option : request.options)
-            if (option.info.element_name == "secondary file options")
+            if (option.info.element_name == "secondary file options" &&
+                (ZEB_DB::get_supported_output_file_type(option.param).empty() ||
+                 ZEB_DB::supports_supported_output_file_type(option.param, secondary)))
                 params.emplace_back(option.param, option.text);
         ok = set(document, ZEB_CMD_OPT_OUTPUT_FILE, params) && ok;
     }
