@@ -100,7 +100,7 @@ int cli_mode_make_sof(const CLI_ARGS& args)
 {
     std::vector<CLI_OPTION> options;
     std::vector<std::string> files;
-    if (!cli_split_options(args, {"--device", "--seed", "--size", "--data", "--design"}, {"--cvp", "--hps", "--pr"},
+    if (!cli_split_options(args, {"--device", "--seed", "--size", "--data", "--design", "--utilization"}, {"--cvp", "--hps", "--pr"},
                            options, files))
         return CLI_USAGE;
     if (files.size() != 1)
@@ -119,6 +119,13 @@ int cli_mode_make_sof(const CLI_ARGS& args)
             assemble.design_name = option.value;
         else if (option.name == "--seed" && !parse_number(option.value, assemble.seed))
             return cli_usage_error("--seed needs a number, got '" + option.value + "'");
+        else if (option.name == "--utilization")
+        {
+            uint64_t percent = 0;
+            if (!parse_number(option.value, percent) || percent > 100)
+                return cli_usage_error("--utilization needs a percentage 0 to 100, got '" + option.value + "'");
+            assemble.utilization = uint32_t(percent);
+        }
         else if (option.name == "--size" && (!parse_number(option.value, assemble.size) || assemble.size == 0))
             return cli_usage_error("--size needs a positive number of bytes, got '" + option.value + "'");
         else if (option.name == "--cvp")

@@ -12,6 +12,8 @@
 #include <iostream>
 #include <memory>
 
+#include <unistd.h>
+
 namespace
 {
 
@@ -42,6 +44,12 @@ void report_written_files(PGM_COMMON_XML_ZEB_ZEB* document, std::filesystem::fil
     std::cout << written << (written == 1 ? " output file" : " output files") << " written\n";
 }
 
+// On a terminal: which output file is being written, on one line that the next one replaces.
+void show_progress(size_t index, size_t count, const FIO_PATH& output)
+{
+    std::cerr << "\r\033[Kgenerating " << index + 1 << " of " << count << ": " << output.get_full_path() << std::flush;
+}
+
 // Checks (unless reading only) and generates or reports one parsed document; false on failure.
 bool process(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file, SETUP_ACTION action)
 {
@@ -62,7 +70,10 @@ bool process(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file, SETUP_AC
     // Files written in this run are those changed after this moment; the margin covers file
     // systems whose time stamps are coarser than the clock.
     const auto start = std::filesystem::file_time_type::clock::now() - std::chrono::seconds(2);
-    const bool generated = ZEB_UTIL::generate(document);
+    const bool generated =
+        isatty(STDERR_FILENO) ? ZEB_UTIL::generate(document, show_progress) : ZEB_UTIL::generate(document);
+    if (isatty(STDERR_FILENO))
+        std::cerr << "\r\033[K" << std::flush; // the progress line goes before the report
     report_written_files(document, start);
     return generated;
 }

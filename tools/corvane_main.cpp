@@ -6,6 +6,7 @@
 #include "pgm/zeb/platform/msg/msg.h"
 
 #include <cstdio>
+#include <malloc.h>
 #include <cstring>
 #include <iostream>
 
@@ -32,11 +33,13 @@ constexpr CLI_MODE k_modes[] = {
      "replaced only when it was written completely. --ini sets a configuration switch for this run "
      "(see docs/switches.md)."},
     {"--make-sof", cli_mode_make_sof,
-     "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--cvp] [--hps] [--pr] [--data RAW.bin] "
-     "[--design NAME] OUT.sof",
+     "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--utilization PERCENT] [--cvp] [--hps] [--pr] "
+     "[--data RAW.bin] [--design NAME] OUT.sof",
      "Writes an SRAM object file for a device of the catalogue. Its configuration data is the content of "
      "RAW.bin (--data) or deterministic synthetic content from the seed (default 1) of the device's size or "
-     "--size bytes; --cvp, --hps and --pr declare those design capabilities, which the device must have."},
+     "--size bytes, structured like a real design: zero frames for unused resources, sparse bits in used "
+     "frames, repeated frames; --utilization sets the share of used frames (default 30); --cvp, --hps and --pr "
+     "declare those design capabilities, which the device must have."},
     {"--info", cli_mode_info, "corvane --info FILE [--json]",
      "Describes a programming file (SRAM object, configuration data, flash, mask, key, helper image, hex or "
      "chain description file): kind, device, sections with offsets, sizes and CRCs, flags, and whether every "
@@ -259,6 +262,10 @@ std::string cli_json_string(std::string_view text)
 
 int main(int argc, char** argv)
 {
+    // Buffers of a MiB or more go back to the system when freed: conversions allocate and free
+    // configuration images of tens of MiB one after the other, and the allocator's adaptive
+    // threshold would otherwise keep each of them in the heap and raise peak memory.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
     CLI_ARGS args(argv + 1, argv + argc);
     if (args.empty())
         return cli_usage_error("no setup document given");

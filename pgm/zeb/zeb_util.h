@@ -14,6 +14,7 @@
 #include "pgm/zeb/zeb_db_util.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -207,6 +208,9 @@ public:
     // file that fails (its messages are posted; later output files are not attempted); true for a
     // document without output files. A null document is an internal error.
     static bool generate(PGM_COMMON_XML_ZEB_ZEB* object);
+    // The same, telling `progress` which output file (index from 0, of count, its path) starts.
+    using GENERATE_PROGRESS = std::function<void(size_t index, size_t count, const FIO_PATH& output)>;
+    static bool generate(PGM_COMMON_XML_ZEB_ZEB* object, const GENERATE_PROGRESS& progress);
 
     // The files an output file writes: its own path, then one per secondary file (named, or with
     // the output file's name), each with the extension of its type. Never fails; an output file

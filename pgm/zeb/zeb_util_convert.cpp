@@ -230,7 +230,8 @@ bool ZEB_UTIL::convert_zeb_to_ccf_output_file_options_properties(PGM_COMMON_XML_
     {
         const uint32_t mask = ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(file_options->get_operation());
         const long frequency = frequency_from_text(file_options->get_frequency(), options.svf_frequency);
-        const SVFE_PROG_VOLTAGE voltage = ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(file_options->get_voltage());
+        const SVFE_PROG_VOLTAGE voltage =
+            ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(file_options->get_voltage());
         // Verify alone is operation 3; anything that programs is 0 with the mask of the chain.
         const bool verify_only = (mask & PGMIO_PGM_OP_VERIFY) && !(mask & PGMIO_PGM_OP_PROGRAM);
         options.set_svf_options(verify_only ? 3 : 0, static_cast<int>(voltage), frequency,

@@ -8,6 +8,7 @@
 #include "pgm/zeb/zeb_messages.h"
 #include "pgm/zeb/zeb_util.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace
@@ -40,6 +41,24 @@ PLACEMENT placement_of(const PGM_COMMON_XML_ZEB_PARTITION* partition)
     return placement;
 }
 
+// The data width that pages in a partition are laid out for: one bit, as a configuration flash is
+// read serially, unless the flash device that holds the partition is never read one bit wide (a
+// parallel flash); then 0, the device's own width.
+uint32_t data_width_of(PGM_COMMON_XML_ZEB_ZEB* object, const PGM_COMMON_XML_ZEB_PARTITION* partition)
+{
+    for (const PGM_COMMON_XML_ZEB_FLASH_DEVICE* flash_device : ZEB_FILE_ASSISTANT::get_flash_device_elements(object))
+    {
+        const auto& partitions = flash_device->get_partition_list();
+        if (std::find(partitions.begin(), partitions.end(), partition) == partitions.end())
+            continue;
+        const DEV_FLASH_RECORD* record = GFPDB_QSPI_MGR().find_device(flash_device->get_type());
+        if (record && !record->data_widths.empty() &&
+            std::find(record->data_widths.begin(), record->data_widths.end(), 1u) == record->data_widths.end())
+            return 0;
+    }
+    return 1;
+}
+
 bool is_page_image(FIO_EXTENSION_TYPE extension)
 {
     return extension == FIO_EXTENSION_TYPE_SOF || extension == FIO_EXTENSION_TYPE_POF ||
@@ -68,8 +87,8 @@ FIO_PATH with_hps_bootloader(const PGM_COMMON_XML_ZEB_PATH* path)
     msg_local_vdebug("ZEB_COMMON", 2, "Add hps bootlooder %s to %s, then write to %s",
                      bootloader.get_full_path().c_str(), input.get_full_path().c_str(),
                      derived.get_full_path().c_str());
-    const std::string reason = BITASM_MGR::embedded_bootloader_into_sof(
-        input.get_full_path(), derived.get_full_path(), bootloader.get_full_path());
+    const std::string reason = BITASM_MGR::embedded_bootloader_into_sof(input.get_full_path(), derived.get_full_path(),
+                                                                        bootloader.get_full_path());
     if (reason.empty())
         return derived;
     zeb_post_message(EZEB_SETTINGS_CHECK_ERROR, {reason});
@@ -79,11 +98,16 @@ FIO_PATH with_hps_bootloader(const PGM_COMMON_XML_ZEB_PATH* path)
 // The security option levels of a path, in the order of PGMIO_SECURITY_OPTION.
 std::array<PGM_COMMON_XML_ENUM, PGMIO_SECURITY_OPT_COUNT> security_options_of(const PGM_COMMON_XML_ZEB_PATH* path)
 {
-    return {path->get_security_opt_no_hps_jtag(),   path->get_security_opt_secure(),
-            path->get_security_opt_epof_only(),     path->get_security_opt_no_config(),
-            path->get_security_opt_no_battery_key(), path->get_security_opt_no_jtag(),
-            path->get_security_opt_lock_battery_key(), path->get_security_opt_no_otp_key(),
-            path->get_security_opt_no_jtag_ext(),   path->get_security_opt_no_jtag_key(),
+    return {path->get_security_opt_no_hps_jtag(),
+            path->get_security_opt_secure(),
+            path->get_security_opt_epof_only(),
+            path->get_security_opt_no_config(),
+            path->get_security_opt_no_battery_key(),
+            path->get_security_opt_no_jtag(),
+            path->get_security_opt_lock_battery_key(),
+            path->get_security_opt_no_otp_key(),
+            path->get_security_opt_no_jtag_ext(),
+            path->get_security_opt_no_jtag_key(),
             path->get_security_opt_no_pr()};
 }
 
@@ -108,9 +132,8 @@ bool check_key(const std::string& key_file, const std::string& key_id, uint32_t 
         return true;
     if (!ZEB_KEY_FILE_ASSISTANT::get_key_from_key_file(FIO_PATH(key_file).get_full_path(), key_id, key_bits).empty())
         return true;
-    zeb_post_message(EZEB_SETTINGS_CHECK_ERROR,
-                     {msg_printf("Cannot read key '%s' of %u bits from key file %s", key_id.c_str(), key_bits,
-                                 key_file.c_str())});
+    zeb_post_message(EZEB_SETTINGS_CHECK_ERROR, {msg_printf("Cannot read key '%s' of %u bits from key file %s",
+                                                            key_id.c_str(), key_bits, key_file.c_str())});
     return false;
 }
 
@@ -145,7 +168,7 @@ bool ZEB_UTIL::convert_zeb_to_ccf_bitstreams(PGM_COMMON_XML_ZEB_ZEB* object, PGM
     if (partition)
     {
         placement = placement_of(partition);
-        ccf->set_width(1);
+        ccf->set_width(data_width_of(object, partition));
     }
 
     for (PGM_COMMON_XML_ZEB_PATH* path : paths)

@@ -47,7 +47,8 @@ bool ZEB_UTIL::convert_zeb_to_ccf_helper_image(PGM_COMMON_XML_ZEB_ZEB* object, P
 {
     ZEB_UTIL_ASSERT(object);
     ZEB_UTIL_ASSERT(ccf);
-    PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file = first_of(first_of(object->get_output_files_list())->get_output_file_list());
+    PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file =
+        first_of(first_of(object->get_output_files_list())->get_output_file_list());
     const std::string& name = output_file->get_device();
     ccf->set_hlpr_device(name);
     const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(name);
@@ -81,8 +82,7 @@ bool ZEB_UTIL::convert_zeb_to_ccf_setup_cvp(PGMIO_CCF* ccf)
 {
     ZEB_UTIL_ASSERT(ccf);
     std::vector<PGM_CHAIN_ELEMENT*>& chain = ccf->get_device_chain(0, 0);
-    const char* reason =
-        "Fail to generate CVP programming files due to there are more than one devices in the chain";
+    const char* reason = "Fail to generate CVP programming files due to there are more than one devices in the chain";
     if (chain.size() == 1)
     {
         PGM_CHAIN_ELEMENT* element = chain.front();

@@ -27,9 +27,8 @@ bool ZEB_UTIL::convert_zeb_to_ccf_reserved_partition(PGM_COMMON_XML_ZEB_ZEB* obj
         if (name == "OPTIONS")
         {
             ccf->set_options_area(true);
-            ccf->set_options_start_address(partition->get_s_addr() == k_auto
-                                               ? 0
-                                               : convert_string_to_dword(partition->get_s_addr()));
+            ccf->set_options_start_address(
+                partition->get_s_addr() == k_auto ? 0 : convert_string_to_dword(partition->get_s_addr()));
             return true;
         }
     }

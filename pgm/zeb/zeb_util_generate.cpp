@@ -11,8 +11,8 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <utility>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -152,10 +152,24 @@ std::vector<FIO_PATH> ZEB_UTIL::get_output_file_paths(PGM_COMMON_XML_ZEB_OUTPUT_
 
 bool ZEB_UTIL::generate(PGM_COMMON_XML_ZEB_ZEB* object)
 {
+    return generate(object, GENERATE_PROGRESS());
+}
+
+bool ZEB_UTIL::generate(PGM_COMMON_XML_ZEB_ZEB* object, const GENERATE_PROGRESS& progress)
+{
     ZEB_UTIL_ASSERT(object);
-    for (PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file : ZEB_FILE_ASSISTANT::get_output_file_elements(object))
-        if (!generate_output_file(object, output_file))
+    const std::vector<PGM_COMMON_XML_ZEB_OUTPUT_FILE*> output_files =
+        ZEB_FILE_ASSISTANT::get_output_file_elements(object);
+    for (size_t i = 0; i < output_files.size(); ++i)
+    {
+        if (progress)
+        {
+            const std::vector<FIO_PATH> paths = get_output_file_paths(output_files[i]);
+            progress(i, output_files.size(), paths.empty() ? FIO_PATH() : paths.front());
+        }
+        if (!generate_output_file(object, output_files[i]))
             return false;
+    }
     return true;
 }
 
@@ -181,7 +195,12 @@ bool ZEB_UTIL::generate_output_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_X
         result = convert_zeb_to_ccf(object, output_file, pass, &raw);
         ccf.reset(raw); // a pass replaces the setup of the pass before
         if (!result)
+        {
+            // The conversion posts its own messages; an input that the engine refused is told here.
+            if (ccf && !ccf->get_error().empty())
+                post_generic_error(FIO_PATH(get_output_file_paths(output_file).front()), ccf->get_error());
             continue;
+        }
 
         if (is_partial_reconfiguration(type))
         {

@@ -103,11 +103,10 @@ bool ZEB_UTIL::generate_player_file(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_FILE_TYP
     {
         std::vector<PGM_CHAIN_ELEMENT*>& chain = ccf->get_device_chain(0, 0);
         if (type == ZEB_FILE_TYPE_SVF && !chain.empty())
-            chain.front()->operation_mask = ccf->get_file_options()->svf_operation == 3
-                                                ? PGMIO_PGM_OP_VERIFY
-                                                : PGMIO_PGM_OP_PROGRAM | (ccf->get_file_options()->svf_flag_a
-                                                                              ? PGMIO_PGM_OP_BLANK_CHECK
-                                                                              : 0u);
+            chain.front()->operation_mask =
+                ccf->get_file_options()->svf_operation == 3
+                    ? PGMIO_PGM_OP_VERIFY
+                    : PGMIO_PGM_OP_PROGRAM | (ccf->get_file_options()->svf_flag_a ? PGMIO_PGM_OP_BLANK_CHECK : 0u);
     }
     if (!result)
         return false;

@@ -111,10 +111,11 @@ TEST(GenerateConfigurationData, RbfHexoutAndTtfHoldTheSameBytes)
     check_and_generate(rbf.get());
     EXPECT_EQ(corvane_test::read_file(ws.output("rbf")), image);
 
-    DOCUMENT hexout = document_for(PGM_COMMON_XML_ENUM_HEX, {{ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_S_ADDR, "0x00100000"}});
+    DOCUMENT hexout =
+        document_for(PGM_COMMON_XML_ENUM_HEX, {{ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_S_ADDR, "0x00100000"}});
     check_and_generate(hexout.get());
-    run_tool("srec_cat", "'" + ws.output("hexout") + "' -intel -offset -0x100000 -o '" + ws.dir.file("srec.bin") +
-                             "' -binary");
+    run_tool("srec_cat",
+             "'" + ws.output("hexout") + "' -intel -offset -0x100000 -o '" + ws.dir.file("srec.bin") + "' -binary");
     EXPECT_EQ(corvane_test::read_file(ws.dir.file("srec.bin")), image);
     run_tool("objcopy", "-I ihex -O binary '" + ws.output("hexout") + "' '" + ws.dir.file("objcopy.bin") + "'");
     EXPECT_EQ(corvane_test::read_file(ws.dir.file("objcopy.bin")), image);
@@ -151,8 +152,8 @@ TEST(GenerateFlash, RawProgrammingDataHoldsTheImageWhereTheMapSays)
     add_output_for_bitstream(rbf.get(), PGM_COMMON_XML_ENUM_RBF, "Bitstream_1");
     check_and_generate(rbf.get());
     const auto size = fs::file_size(ws.output("rbf"));
-    run_tool("dd", "if='" + ws.output("rpd") + "' of='" + ws.dir.file("page.bin") + "' bs=1 skip=" +
-                       std::to_string(0x40000) + " count=" + std::to_string(size) + " status=none");
+    run_tool("dd", "if='" + ws.output("rpd") + "' of='" + ws.dir.file("page.bin") +
+                       "' bs=1 skip=" + std::to_string(0x40000) + " count=" + std::to_string(size) + " status=none");
     run_tool("cmp", "'" + ws.dir.file("page.bin") + "' '" + ws.output("rbf") + "'");
 }
 
@@ -248,8 +249,14 @@ TEST(GenerateFailures, TheLastOfTwoPassesDecides)
     add_bitstream(reversed.get(), "Gone", ws.dir.file("gone.sof"));
     add_output_for_bitstream(reversed.get(), PGM_COMMON_XML_ENUM_TTF, "Here",
                              {{ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Gone"}});
+    MSG_CAPTURE_SINK reversed_sink;
     EXPECT_FALSE(ZEB_UTIL::generate(reversed.get()));
     EXPECT_FALSE(fs::exists(ws.output("ttf")));
+    // The refused input is named against the output file.
+    ASSERT_EQ(reversed_sink.messages().size(), 1u) << texts_of(reversed_sink.messages());
+    EXPECT_EQ(reversed_sink.messages()[0].number, EZEB_GENERIC_ERROR);
+    EXPECT_NE(reversed_sink.messages()[0].text.find(ws.output("ttf")), std::string::npos);
+    EXPECT_NE(reversed_sink.messages()[0].text.find("gone.sof"), std::string::npos);
 }
 
 // Flash layouts that the conversion shapes: a flash device with a master boot record gets no
@@ -321,7 +328,8 @@ TEST(GenerateSecurity, PathOptionsReachTheImage)
     EXPECT_EQ(texts_of(check_and_generate(document.get())), "");
     EXPECT_EQ(BITASM_MGR::check_bitstream_integrity(ws.output("ekp")), "");
 
-    const corvane_test::PROGRAM_RUN run = corvane_test::run_program(CORVANE_EXE, "--info --json '" + ws.output("rbf") + "'");
+    const corvane_test::PROGRAM_RUN run =
+        corvane_test::run_program(CORVANE_EXE, "--info --json '" + ws.output("rbf") + "'");
     ASSERT_EQ(run.status, 0) << run.output();
     const nlohmann::json info = nlohmann::json::parse(run.out);
     size_t payloads = 0;
@@ -336,10 +344,11 @@ TEST(GenerateSecurity, PathOptionsReachTheImage)
     const nlohmann::json& sig = info["signature"];
     ASSERT_TRUE(sig.is_object()) << run.out;
     const std::string dd = "dd if='" + ws.output("rbf") + "' status=none iflag=skip_bytes,count_bytes bs=65536 ";
-    run_tool("sh", "-c \"" + dd + "skip=" + std::to_string(sig["signed_offset"].get<uint64_t>()) + " count=" +
-                       std::to_string(sig["signed_size"].get<uint64_t>()) + " > '" + ws.dir.file("signed.bin") +
-                       "' && " + dd + "skip=" + std::to_string(sig["der_offset"].get<uint64_t>()) + " count=" +
-                       std::to_string(sig["der_size"].get<uint64_t>()) + " > '" + ws.dir.file("sig.der") + "'\"");
+    run_tool("sh",
+             "-c \"" + dd + "skip=" + std::to_string(sig["signed_offset"].get<uint64_t>()) +
+                 " count=" + std::to_string(sig["signed_size"].get<uint64_t>()) + " > '" + ws.dir.file("signed.bin") +
+                 "' && " + dd + "skip=" + std::to_string(sig["der_offset"].get<uint64_t>()) +
+                 " count=" + std::to_string(sig["der_size"].get<uint64_t>()) + " > '" + ws.dir.file("sig.der") + "'\"");
     run_tool("openssl", "dgst -sha384 -verify '" + ws.dir.file("pub.pem") + "' -signature '" + ws.dir.file("sig.der") +
                             "' '" + ws.dir.file("signed.bin") + "'");
 }

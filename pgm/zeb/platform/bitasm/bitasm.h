@@ -20,6 +20,10 @@ struct BITASM_OPTIONS
     std::string design_name;
     uint32_t flags = 0;                    // PGMIO_DESIGN_*; each must be a capability of the device
     uint64_t seed = 1;                     // synthetic content: the same seed, device and size give the same bytes
+    // Synthetic content has the structure of a real design: frames of unused resources are zero,
+    // used frames hold sparse set bits, and many used frames repeat earlier ones (replicated logic).
+    // The share of used frames, in percent (0 to 100).
+    uint32_t utilization = 30;
     uint64_t size = 0;                     // payload bytes; 0 takes the device's configuration data size
     const PGMIO_BYTES* raw_data = nullptr; // payload to use instead of synthetic content
 };

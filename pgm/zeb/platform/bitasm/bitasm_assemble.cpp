@@ -11,24 +11,56 @@ namespace
 // Largest payload assembled in one piece; the device catalogue's sizes are far below it.
 constexpr uint64_t k_max_payload = uint64_t(1) << 30;
 
-// A splitmix64 stream: fast, and the same seed gives the same bytes on every platform.
-void fill_synthetic(PGMIO_BYTES& bytes, uint64_t seed)
+// A splitmix64 stream: fast, and the same seed gives the same numbers on every platform.
+class SPLITMIX
 {
-    uint64_t state = seed;
-    size_t i = 0;
-    uint8_t word[8];
-    while (i < bytes.size())
+public:
+    explicit SPLITMIX(uint64_t seed) : m_state(seed) {}
+    uint64_t next()
     {
-        state += 0x9E3779B97F4A7C15ull;
-        uint64_t z = state;
+        m_state += 0x9E3779B97F4A7C15ull;
+        uint64_t z = m_state;
         z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
         z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-        z ^= z >> 31;
-        for (int b = 0; b < 8; ++b)
-            word[b] = uint8_t(z >> (8 * b));
-        const size_t piece = std::min<size_t>(8, bytes.size() - i);
-        std::memcpy(bytes.data() + i, word, piece);
-        i += piece;
+        return z ^ (z >> 31);
+    }
+
+private:
+    uint64_t m_state;
+};
+
+// Configuration frames as a real design leaves them: a frame of unused resources is all zero; a
+// used frame sets about one bit in sixty-four (routing and LUT bits are sparse); two in five used
+// frames repeat an earlier one, as replicated logic does.
+constexpr size_t k_frame_size = 128;
+
+void fill_synthetic(PGMIO_BYTES& bytes, uint64_t seed, uint32_t utilization)
+{
+    SPLITMIX random(seed);
+    std::vector<size_t> used;
+    for (size_t start = 0; start < bytes.size(); start += k_frame_size)
+    {
+        const size_t count = std::min(k_frame_size, bytes.size() - start);
+        uint8_t* frame = bytes.data() + start;
+        if (random.next() % 100 >= utilization)
+            continue;
+        if (!used.empty() && random.next() % 5 < 2)
+        {
+            const size_t from = used[random.next() % used.size()];
+            std::memcpy(frame, bytes.data() + from, std::min(count, bytes.size() - from));
+            continue;
+        }
+        for (size_t i = 0; i < count; i += 8)
+        {
+            const uint64_t a = random.next();
+            const uint64_t b = random.next();
+            const uint64_t c = random.next();
+            const uint64_t d = random.next() & random.next() & random.next();
+            const uint64_t word = a & b & c & d; // each bit set with probability 1/64
+            for (size_t k = 0; k < 8 && i + k < count; ++k)
+                frame[i + k] = uint8_t(word >> (8 * k));
+        }
+        used.push_back(start);
     }
 }
 
@@ -94,13 +126,18 @@ bool BITASM_MGR::assemble_configuration_data(const PGM_DEVICE& device, const BIT
                 "' takes at most " + std::to_string(limit);
         return false;
     }
+    if (options.utilization > 100)
+    {
+        error = "a utilization of " + std::to_string(options.utilization) + " percent is asked for; it is 0 to 100";
+        return false;
+    }
     PGMIO_BYTES payload;
     if (options.raw_data)
         payload = *options.raw_data;
     else
     {
         payload.resize(size_t(size));
-        fill_synthetic(payload, options.seed ^ (uint64_t(record->jtag.idcode) << 32));
+        fill_synthetic(payload, options.seed ^ (uint64_t(record->jtag.idcode) << 32), options.utilization);
     }
 
     // Sizes of the sections; the core takes what is left.

@@ -7,7 +7,9 @@
 #include "pgm/zeb/platform/pgmio/pgmio.h"
 #include "pgm/zeb/platform/pgmio/pgmio_flash_dir.h"
 
+#include <cstdio>
 #include <functional>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -20,9 +22,29 @@ struct PGMCONV_PAGE_IMAGE
     uint32_t design_flags = 0;
     PGMIO_CONFIG_DATA plain; // before the security settings were applied
     PGMIO_BYTES bytes;
+    PGMIO_HASH source_sha{}; // SHA-256 of the input file (with `hash_source`)
 };
 // Reads the page's input, applies its firmware source and security settings. False with the reason.
-bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t page, PGMCONV_PAGE_IMAGE& image, std::string& error);
+bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t page, PGMCONV_PAGE_IMAGE& image, std::string& error,
+                        bool hash_source = false);
+
+// Page images made while the layout is measured, kept in an anonymous temporary file so that
+// the writers stream them without decoding every input twice or holding them in memory.
+class PGMCONV_SPILL
+{
+public:
+    PGMCONV_SPILL();
+    ~PGMCONV_SPILL();
+    PGMCONV_SPILL(const PGMCONV_SPILL&) = delete;
+    PGMCONV_SPILL& operator=(const PGMCONV_SPILL&) = delete;
+    // Appends bytes; their offset goes to `offset`. False with the reason.
+    bool put(std::span<const uint8_t> bytes, uint64_t& offset, std::string& error);
+    bool get(uint64_t offset, uint64_t size, PGMIO_BYTES& bytes, std::string& error) const;
+
+private:
+    std::FILE* m_file = nullptr;
+    uint64_t m_size = 0;
+};
 
 enum PGMCONV_ITEM_KIND
 {
@@ -49,6 +71,8 @@ struct PGMCONV_ITEM
     uint32_t crc = 0;        // CRC-32 of the content as it lies in the flash
     FIO_PATH source;
     std::string device;
+    uint64_t spill_offset = 0; // where a page's bytes are in the layout's spill file
+    std::string source_sha;    // SHA-256 of the source file (memory map outputs), "-" without
 };
 
 struct PGMCONV_LAYOUT
@@ -61,6 +85,7 @@ struct PGMCONV_LAYOUT
     bool remote_update = false;
     std::vector<PGMCONV_ITEM> items; // ascending start addresses after pgmconv_build_layout
     uint64_t used_end = 0;           // first address after the last used erase sector
+    std::shared_ptr<PGMCONV_SPILL> spill;
 };
 
 // Places every page, raw data file, reserved partition and directory into one address map and
@@ -72,10 +97,20 @@ bool pgmconv_build_layout(const PGMIO_CCF::STATE& state, bool with_flash, PGMCON
 bool pgmconv_item_bytes(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layout, const PGMCONV_ITEM& item,
                         PGMIO_BYTES& bytes, std::string& error);
 
-// Calls `sink` for every item with content, in address order, one item's bytes at a time.
-bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layout,
-                         const std::function<bool(const PGMCONV_ITEM&, std::span<const uint8_t>)>& sink,
+// Calls `sink` for every item with content, in address order, with the item's bytes in pieces
+// (`offset` is the piece's position in the item), so that no whole input needs to be in memory.
+using PGMCONV_SINK = std::function<bool(const PGMCONV_ITEM& item, uint64_t offset, std::span<const uint8_t> bytes)>;
+bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layout, const PGMCONV_SINK& sink,
                          std::string& error);
+
+// The two halves of a split configuration (CvP or HPS I/O first): everything but the core, and
+// the core alone.
+void pgmconv_split_configuration(const PGMIO_CONFIG_DATA& plain, PGMIO_CONFIG_DATA& first, PGMIO_CONFIG_DATA& core);
+// The core half to `core_path` and, unless `first_path` is "", the other half to `first_path`.
+bool pgmconv_write_split(const PGMIO_CCF::STATE& state, const std::string& core_path, const std::string& first_path,
+                         std::string& error);
+// "out.rbf" -> "out.core.rbf": a split configuration's file with its suffix.
+std::string pgmconv_split_path(const FIO_PATH& path, const char* suffix);
 
 // Firmware bytes from a firmware source: the firmware section of an SRAM object or configuration
 // data file, else the file's bytes. False with the reason.

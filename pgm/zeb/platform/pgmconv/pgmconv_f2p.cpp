@@ -22,7 +22,7 @@ public:
             std::remove(staged.c_str());
     }
     // The staging path of a target.
-    const std::string& stage(const std::string& target, bool container)
+    std::string stage(const std::string& target, bool container)
     {
         m_files.emplace_back(target, target + k_staging_suffix);
         m_container.push_back(container);
@@ -80,8 +80,17 @@ bool write_all(const PGMIO_CCF::STATE& s, STAGED_OUTPUTS& staged, std::string& e
         error = "no output file is set";
         return false;
     }
-    if (o.write_rbf && !s.helper_output && !pgmconv_write_rbf(s, staged.stage(out.get_full_path(), true), error))
+    const bool split = s.cvp || s.hps_iocsr;
+    if (o.write_rbf && !s.helper_output && !split && !pgmconv_write_rbf(s, staged.stage(out.get_full_path(), true), error))
         return false;
+    // A split configuration: the core file always, the first half as the .rbf output asks.
+    if (split)
+    {
+        const std::string first =
+            o.write_rbf ? staged.stage(pgmconv_split_path(out, s.cvp ? ".periph" : ".hps"), true) : "";
+        if (!pgmconv_write_split(s, staged.stage(pgmconv_split_path(out, ".core"), true), first, error))
+            return false;
+    }
     if ((s.helper_output || (o.write_rbf && s.helper_output)) &&
         !pgmconv_write_helper(s, staged.stage(chosen_path(s.helper_file, out, "rbf"), true), error))
         return false;

@@ -39,7 +39,8 @@ bool config_of_flash_file(const std::string& path, PGMIO_CONFIG_DATA& config, st
 
 } // namespace
 
-bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_PAGE_IMAGE& image, std::string& error)
+bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_PAGE_IMAGE& image, std::string& error,
+                        bool hash_source)
 {
     image = PGMCONV_PAGE_IMAGE{};
     if (index >= state.pages.size() || state.pages[index].input.is_empty())
@@ -55,8 +56,11 @@ bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_P
     case FIO_EXTENSION_TYPE_SOF:
     {
         PGMIO_SOF_IMAGE sof;
-        if (!PGMIO_SOF::read(path, sof, error))
-            return false;
+        PGMIO_BYTES file;
+        if (!pgmio_read_file(path, file, error) || !PGMIO_SOF::decode(file, sof, error))
+            return error = "'" + path + "': " + error, false;
+        if (hash_source)
+            image.source_sha = pgmio_sha256(file);
         device_name = sof.device_name;
         image.plain = std::move(sof.config);
         break;
@@ -87,8 +91,21 @@ bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_P
             return false;
         pgmconv_set_firmware(image.plain, std::move(firmware));
     }
+    if (hash_source && page.input.get_extension_type() != FIO_EXTENSION_TYPE_SOF)
+    {
+        PGMIO_BYTES file;
+        if (!pgmio_read_file(path, file, error))
+            return false;
+        image.source_sha = pgmio_sha256(file);
+    }
     image.design_flags = image.plain.flags;
-    if (!pgmsec_encode_configuration(image.plain, page.security, *image.device, image.bytes, error))
+    // A split configuration (CvP, HPS I/O first): the flash and the .rbf hold the first half.
+    PGMIO_CONFIG_DATA first;
+    PGMIO_CONFIG_DATA core;
+    if (state.cvp || state.hps_iocsr)
+        pgmconv_split_configuration(image.plain, first, core);
+    const PGMIO_CONFIG_DATA& encoded = state.cvp || state.hps_iocsr ? first : image.plain;
+    if (!pgmsec_encode_configuration(encoded, page.security, *image.device, image.bytes, error))
     {
         error = "page " + std::to_string(page.number) + " ('" + path + "'): " + error;
         return false;
@@ -145,6 +162,49 @@ void pgmconv_set_firmware(PGMIO_CONFIG_DATA& config, PGMIO_BYTES firmware)
         found->data = std::move(firmware);
     else
         sections.insert(sections.begin(), PGMIO_CONFIG_SECTION{PGMIO_SECTION_FIRMWARE, std::move(firmware)});
+}
+
+PGMCONV_SPILL::PGMCONV_SPILL() : m_file(std::tmpfile()) {}
+
+PGMCONV_SPILL::~PGMCONV_SPILL()
+{
+    if (m_file)
+        std::fclose(m_file);
+}
+
+bool PGMCONV_SPILL::put(std::span<const uint8_t> bytes, uint64_t& offset, std::string& error)
+{
+    offset = m_size;
+    if (!m_file || fseeko(m_file, off_t(m_size), SEEK_SET) != 0 ||
+        std::fwrite(bytes.data(), 1, bytes.size(), m_file) != bytes.size())
+    {
+        error = "cannot keep a page image in a temporary file (disk full?)";
+        return false;
+    }
+    m_size += bytes.size();
+    return true;
+}
+
+bool PGMCONV_SPILL::get(uint64_t offset, uint64_t size, PGMIO_BYTES& bytes, std::string& error) const
+{
+    bytes.resize(size_t(size));
+    if (!m_file || std::fflush(m_file) != 0 || fseeko(m_file, off_t(offset), SEEK_SET) != 0 ||
+        std::fread(bytes.data(), 1, bytes.size(), m_file) != bytes.size())
+    {
+        error = "cannot read a page image back from its temporary file";
+        return false;
+    }
+    return true;
+}
+
+void pgmconv_split_configuration(const PGMIO_CONFIG_DATA& plain, PGMIO_CONFIG_DATA& first, PGMIO_CONFIG_DATA& core)
+{
+    first = plain;
+    first.sections.clear();
+    core = first;
+    core.flags &= ~(PGMIO_DESIGN_CVP | PGMIO_DESIGN_HPS);
+    for (const PGMIO_CONFIG_SECTION& section : plain.sections)
+        (section.tag == PGMIO_SECTION_CORE ? core : first).sections.push_back(section);
 }
 
 std::string pgmconv_sibling_path(const FIO_PATH& path, const char* extension)

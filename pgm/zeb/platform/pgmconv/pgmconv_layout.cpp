@@ -2,6 +2,7 @@
 // The flash layout: pages, raw data files, reserved partitions and the directory records placed
 // into one address map of the flash device, checked, and walked in address order.
 #include "pgm/zeb/platform/pgmconv/pgmconv_engine.h"
+#include "pgm/zeb/platform/pgmio/pgmio_precheck.h"
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
 
 #include <algorithm>
@@ -12,7 +13,8 @@ namespace
 constexpr uint64_t k_remote_table_size = 0x8000;   // each sub-partition table and pointer block
 constexpr uint64_t k_factory_extra_space = 0x40000; // the factory image keeps at least this free
 constexpr uint32_t k_internal_flash_sector = 0x4000;
-constexpr uint32_t k_sof_layout_sector = 0x10000;   // alignment of pages laid out without a flash device
+constexpr uint32_t k_sof_layout_sector = 0x10000;
+constexpr uint64_t k_walk_piece = uint64_t(4) << 20;   // alignment of pages laid out without a flash device
 
 uint64_t align_up(uint64_t value, uint64_t unit)
 {
@@ -42,6 +44,17 @@ bool measure_raw(const PGMIO_CCF::STATE& state, PGMCONV_ITEM& item, std::string&
         return false;
     item.size = bytes.size();
     item.crc = pgmio_crc32(bytes);
+    if (!state.mem_map)
+        return true;
+    const PGMIO_CCF_RAW_FILE& raw = state.raw_files[item.index];
+    PGMIO_BYTES file;
+    if (raw.hex || raw.record.byte_swap)
+    {
+        // The bytes in the flash are not the file's: hash the file itself.
+        if (!pgmio_read_file(item.source.get_full_path(), file, error))
+            return false;
+    }
+    item.source_sha = pgmio_hex_text(pgmio_sha256(file.empty() ? bytes : file));
     return true;
 }
 
@@ -57,6 +70,16 @@ bool find_flash(const PGMIO_CCF::STATE& state, PGMCONV_LAYOUT& layout, bool& int
     GFPDB_QSPI_MGR manager;
     if (const DEV_FLASH_RECORD* flash = manager.find_device(state.flash_device))
     {
+        const auto& widths = flash->data_widths;
+        if (state.width != 0 && !widths.empty() && std::find(widths.begin(), widths.end(), state.width) == widths.end())
+        {
+            std::string allowed;
+            for (uint32_t width : widths)
+                allowed += (allowed.empty() ? "" : ", ") + std::to_string(width);
+            error = "flash device " + state.flash_device + " is not read with a data width of " +
+                    std::to_string(state.width) + " bits (it takes " + allowed + ")";
+            return false;
+        }
         layout.flash_size = flash->size;
         layout.sector = flash->sector_size ? flash->sector_size : 0x10000;
         return true;
@@ -123,9 +146,12 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
         if (page.input.is_empty())
             continue;
         PGMCONV_PAGE_IMAGE image;
-        if (!pgmconv_page_image(state, i, image, error))
-            return false;
         PGMCONV_ITEM item;
+        if (!pgmconv_page_image(state, i, image, error, state.mem_map) ||
+            !layout.spill->put(image.bytes, item.spill_offset, error))
+            return false;
+        if (state.mem_map)
+            item.source_sha = pgmio_hex_text(image.source_sha);
         item.kind = PGMCONV_ITEM_PAGE;
         item.name = page_name(page);
         item.index = i;
@@ -170,6 +196,21 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
         return true;
     }
 
+    if (!state.boot_info_input.is_empty())
+    {
+        // The boot information describes the design of this input: it must be for the same device.
+        const PGM_DEVICE* device = nullptr;
+        const FIO_PATH& input = state.boot_info_input;
+        const bool read = input.get_extension_type() == FIO_EXTENSION_TYPE_RBF
+                              ? PGMIO_POFIO_UTIL_EXPORT::precheck_raw_binary_file(input, &device, nullptr, error)
+                              : PGMIO_POFIO_UTIL_EXPORT::precheck_object_file(input, &device, nullptr, error);
+        if (!read)
+            return error = "boot information input: " + error, false;
+        if (device != layout.fpga)
+            return error = "boot information input '" + input.get_full_path() + "' is for " + device->get_name() +
+                           ", the pages for " + layout.fpga->get_name(),
+                   false;
+    }
     const DEV_DEVICE_RECORD* fpga = layout.fpga->get_fpga_record();
     std::vector<PGMCONV_ITEM>& items = layout.items;
     if (fpga->has_cmf_flash_block_layout && !internal)
@@ -219,6 +260,7 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
         item.index = i;
         item.name = raw.record.partition_name.empty() ? raw.record.path.get_file_name() : raw.record.partition_name;
         item.source = raw.record.path;
+        item.index = i;
         if (!measure_raw(state, item, error))
             return false;
         if (raw.partition_start != PGMIO_CCF_AUTO)
@@ -295,8 +337,10 @@ PGMIO_FLASH_DIR directory_of(const PGMCONV_LAYOUT& layout, const PGMCONV_ITEM& s
         PGMIO_DIR_ENTRY entry{item.name.substr(0, PGMIO_DIR_NAME_SIZE - 1), item.data_start, item.size, item.crc, 0, 0};
         if (item.kind == PGMCONV_ITEM_PAGE)
         {
+            // A sub-partition table lists a page under its table entry, the others by page number.
+            const PGMIO_CCF_PAGE& page = state.pages[item.index];
             entry.flags = PGMIO_DIR_ENTRY_IMAGE;
-            entry.page = state.pages[item.index].number;
+            entry.page = self.dir_kind == PGMIO_DIR_PARTITION_TABLE ? page.table : page.number;
         }
         else if (item.kind == PGMCONV_ITEM_RAW)
             entry.flags = PGMIO_DIR_ENTRY_RAW;
@@ -442,6 +486,7 @@ bool place_items(const PGMIO_CCF::STATE& state, bool with_flash, PGMCONV_LAYOUT&
 bool pgmconv_build_layout(const PGMIO_CCF::STATE& state, bool with_flash, PGMCONV_LAYOUT& layout, std::string& error)
 {
     layout = PGMCONV_LAYOUT{};
+    layout.spill = std::make_shared<PGMCONV_SPILL>();
     bool internal = false;
     if (with_flash)
     {
@@ -464,6 +509,8 @@ bool pgmconv_item_bytes(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& lay
     {
     case PGMCONV_ITEM_PAGE:
     {
+        if (layout.spill)
+            return layout.spill->get(item.spill_offset, item.size, bytes, error);
         PGMCONV_PAGE_IMAGE image;
         if (!pgmconv_page_image(state, item.index, image, error))
             return false;
@@ -505,24 +552,56 @@ bool pgmconv_item_bytes(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& lay
     }
 }
 
-bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layout,
-                         const std::function<bool(const PGMCONV_ITEM&, std::span<const uint8_t>)>& sink,
+bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layout, const PGMCONV_SINK& sink,
                          std::string& error)
 {
     for (const PGMCONV_ITEM& item : layout.items)
     {
         if (item.size == 0)
             continue;
-        PGMIO_BYTES bytes;
-        if (!pgmconv_item_bytes(state, layout, item, bytes, error))
+        const bool raw_binary = item.kind == PGMCONV_ITEM_RAW && !state.raw_files[item.index].hex;
+        if (!raw_binary && !(item.kind == PGMCONV_ITEM_PAGE && layout.spill))
+        {
+            PGMIO_BYTES bytes;
+            if (!pgmconv_item_bytes(state, layout, item, bytes, error) || !sink(item, 0, bytes))
+                return false;
+            continue;
+        }
+        // Pages from the spill file and raw binary files from their own, in pieces.
+        std::unique_ptr<std::FILE, decltype(&std::fclose)> file(
+            raw_binary ? std::fopen(item.source.get_full_path().c_str(), "rb") : nullptr, std::fclose);
+        if (raw_binary && !file)
+        {
+            error = "cannot open raw data file '" + item.source.get_full_path() + "'";
             return false;
-        if (bytes.size() != item.size || pgmio_crc32(bytes) != item.crc)
+        }
+        PGMIO_BYTES piece;
+        uint32_t crc = 0;
+        for (uint64_t offset = 0; offset < item.size; offset += piece.size())
+        {
+            const uint64_t count = std::min<uint64_t>(k_walk_piece, item.size - offset);
+            if (raw_binary)
+            {
+                piece.resize(size_t(count));
+                if (std::fread(piece.data(), 1, piece.size(), file.get()) != piece.size())
+                    piece.clear();
+                if (state.raw_files[item.index].record.byte_swap)
+                    pgmio_reverse_bits(piece);
+            }
+            else if (!layout.spill->get(item.spill_offset + offset, count, piece, error))
+                return false;
+            if (piece.empty())
+                break;
+            crc = pgmio_crc32(piece, crc);
+            if (!sink(item, offset, piece))
+                return false;
+        }
+        // A raw data file is read again: it must not have changed since it was measured.
+        if (crc != item.crc)
         {
             error = "'" + item.source.get_full_path() + "' changed while the conversion ran";
             return false;
         }
-        if (!sink(item, bytes))
-            return false;
     }
     return true;
 }

@@ -53,20 +53,31 @@ private:
     std::string m_buffer;
 };
 
-constexpr char k_hex_digits[] = "0123456789ABCDEF";
+// The two upper-case hexadecimal digits of every byte value.
+constexpr std::array<std::array<char, 2>, 256> make_hex_pairs()
+{
+    constexpr char digits[] = "0123456789ABCDEF";
+    std::array<std::array<char, 2>, 256> pairs{};
+    for (unsigned value = 0; value < 256; ++value)
+        pairs[value] = {digits[value >> 4], digits[value & 0xF]};
+    return pairs;
+}
+constexpr std::array<std::array<char, 2>, 256> k_hex_pairs = make_hex_pairs();
 
 // One hex record: ":LLAAAATT<data>CC" and a newline.
 void hex_record(std::string& out, uint8_t type, uint16_t address, std::span<const uint8_t> data)
 {
-    char line[64];
-    size_t n = 0;
+    const size_t at = out.size();
+    out.resize(at + 12 + 2 * data.size());
+    char* p = out.data() + at;
     unsigned sum = unsigned(data.size()) + (address >> 8) + (address & 0xFF) + type;
-    auto put = [&line, &n](uint8_t byte)
+    auto put = [&p](uint8_t byte)
     {
-        line[n++] = k_hex_digits[byte >> 4];
-        line[n++] = k_hex_digits[byte & 0xF];
+        p[0] = k_hex_pairs[byte][0];
+        p[1] = k_hex_pairs[byte][1];
+        p += 2;
     };
-    line[n++] = ':';
+    *p++ = ':';
     put(uint8_t(data.size()));
     put(uint8_t(address >> 8));
     put(uint8_t(address));
@@ -77,8 +88,7 @@ void hex_record(std::string& out, uint8_t type, uint16_t address, std::span<cons
         sum += byte;
     }
     put(uint8_t(0x100 - (sum & 0xFF)));
-    line[n++] = '\n';
-    out.append(line, n);
+    *p = '\n';
 }
 
 } // namespace
@@ -88,6 +98,43 @@ bool pgmconv_write_rbf(const PGMIO_CCF::STATE& state, const std::string& path, s
     PGMCONV_PAGE_IMAGE image;
     return first_page_image(state, image, error) &&
            pgmio_write_file_atomic(path, image.bytes, error);
+}
+
+std::string pgmconv_split_path(const FIO_PATH& path, const char* suffix)
+{
+    FIO_PATH half = path;
+    half.set_base_name(path.get_base_name() + suffix);
+    half.set_extension("rbf");
+    return half.get_full_path();
+}
+
+bool pgmconv_write_split(const PGMIO_CCF::STATE& state, const std::string& core_path, const std::string& first_path,
+                         std::string& error)
+{
+    PGMCONV_PAGE_IMAGE image;
+    if (!first_page_image(state, image, error))
+        return false;
+    const PGMIO_CCF_PAGE* page = nullptr;
+    for (const PGMIO_CCF_PAGE& candidate : state.pages)
+        if (!page && !candidate.input.is_empty())
+            page = &candidate;
+    PGMIO_CONFIG_DATA first;
+    PGMIO_CONFIG_DATA core;
+    pgmconv_split_configuration(image.plain, first, core);
+    if (!core.find(PGMIO_SECTION_CORE) || (state.cvp && !first.find(PGMIO_SECTION_PERIPHERY)) ||
+        (!state.cvp && !first.find(PGMIO_SECTION_HPS)))
+    {
+        error = "'" + page->input.get_full_path() + "' cannot be split: the design has no " +
+                (state.cvp ? "periphery (CvP)" : "HPS") + " configuration of its own";
+        return false;
+    }
+    PGMIO_BYTES bytes;
+    if (!pgmsec_encode_configuration(core, page->security, *image.device, bytes, error) ||
+        !pgmio_write_file_atomic(core_path, bytes, error))
+        return false;
+    return first_path.empty() ||
+           (pgmsec_encode_configuration(first, page->security, *image.device, bytes, error) &&
+            pgmio_write_file_atomic(first_path, bytes, error));
 }
 
 bool pgmconv_write_hexout(const PGMIO_CCF::STATE& state, const std::string& path, std::string& error)
@@ -101,10 +148,10 @@ bool pgmconv_write_hexout(const PGMIO_CCF::STATE& state, const std::string& path
     const bool up = state.options->hex_count_up;
     if ((up && anchor + data.size() - 1 > 0xFFFFFFFFu) || (!up && data.size() - 1 > anchor))
     {
-        error = "hex record address range " +
-                (up ? "(" + pgmio_hex_number(anchor) + ".." + pgmio_hex_number(anchor + data.size() - 1) + ")"
-                    : "ending at " + pgmio_hex_number(anchor) + " for " + std::to_string(data.size()) + " bytes") +
-                " does not fit, the available range is only (0x00000000..0xffffffff)";
+        const std::string wanted = up ? pgmio_hex_number(anchor) + ".." + pgmio_hex_number(anchor + data.size() - 1)
+                                      : "below 0 .." + pgmio_hex_number(anchor);
+        error = "hex record address range (" + wanted + ") of " + std::to_string(data.size()) +
+                " bytes does not fit, the available range is only (0x00000000..0xffffffff)";
         return false;
     }
     const uint64_t base = up ? anchor : anchor - (data.size() - 1);

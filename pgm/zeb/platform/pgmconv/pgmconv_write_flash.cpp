@@ -48,7 +48,7 @@ bool pgmconv_write_flash_file(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOU
             flash.pages.push_back({item.name, item.start, item.end});
     const bool walked = pgmconv_walk_layout(
         state, layout,
-        [&](const PGMCONV_ITEM& item, std::span<const uint8_t> bytes)
+        [&](const PGMCONV_ITEM& item, uint64_t offset, std::span<const uint8_t> bytes)
         {
             if (item.kind == PGMCONV_ITEM_DIRECTORY && !have_option_bits)
             {
@@ -56,8 +56,10 @@ bool pgmconv_write_flash_file(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOU
                 flash.option_bits_address = item.data_start;
                 flash.option_bits.assign(bytes.begin(), bytes.end());
             }
-            else
+            else if (offset == 0)
                 flash.blocks.push_back({item.data_start, PGMIO_BYTES(bytes.begin(), bytes.end())});
+            else
+                flash.blocks.back().data.insert(flash.blocks.back().data.end(), bytes.begin(), bytes.end());
             return true;
         },
         error);

@@ -29,22 +29,16 @@ bool pgmconv_write_map(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layo
 {
     HTL_ZOFSTREAM out(path);
     std::ostream& text = out.stream();
-    text << "# corvane memory map 1\n"
+    text << "# corvane memory map 1: " << state.name << (state.comment.empty() ? "" : " - " + state.comment) << "\n"
          << "# flash " << (layout.flash_device.empty() ? "-" : layout.flash_device) << ", "
          << msg_printf("0x%08llX", static_cast<unsigned long long>(layout.flash_size)) << " bytes, erase sector "
          << msg_printf("0x%08X", layout.sector) << ", device " << (layout.fpga ? layout.fpga->get_name() : "-")
-         << ", rpd bit swap " << (state.no_bit_swap ? "off" : "on") << "\n"
+         << ", data width " << (state.width ? std::to_string(state.width) + " bits" : "-") << ", rpd bit swap "
+         << (state.no_bit_swap ? "off" : "on") << "\n"
          << "# name kind start end size partition_start partition_end crc32 sha256 source\n";
     for (const PGMCONV_ITEM& item : layout.items)
     {
-        std::string sha = "-";
-        if (!item.source.is_empty())
-        {
-            PGMIO_BYTES source;
-            if (!pgmio_read_file(item.source.get_full_path(), source, error))
-                return false;
-            sha = pgmio_hex_text(pgmio_sha256(source));
-        }
+        const std::string& sha = item.source_sha.empty() ? std::string("-") : item.source_sha;
         const uint64_t end = item.size ? item.data_start + item.size - 1 : item.data_start;
         text << item.name << ' ' << kind_name(item) << ' '
              << msg_printf("0x%08llX 0x%08llX %llu 0x%08llX 0x%08llX 0x%08X ",

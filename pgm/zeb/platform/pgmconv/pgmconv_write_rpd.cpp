@@ -70,9 +70,9 @@ bool pgmconv_write_rpd(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layo
     RPD_STREAM out(path, !state.no_bit_swap);
     const bool walked = pgmconv_walk_layout(
         state, layout,
-        [&out](const PGMCONV_ITEM& item, std::span<const uint8_t> bytes)
+        [&out](const PGMCONV_ITEM& item, uint64_t offset, std::span<const uint8_t> bytes)
         {
-            out.put(item.data_start, bytes);
+            out.put(item.data_start + offset, bytes);
             return true;
         },
         error);

@@ -45,7 +45,7 @@ bool PGMIO_FLASH_DIR_CODEC::encode(const PGMIO_FLASH_DIR& dir, PGMIO_BYTES& byte
         return false;
     }
     PGMIO_BYTE_WRITER out;
-    out.bytes(k_magic);
+    out.u32(pgmio_tag("CVFD")); // the magic bytes "CVFD"
     out.u16(k_version);
     out.u16(dir.kind);
     out.u32(uint32_t(dir.entries.size()));

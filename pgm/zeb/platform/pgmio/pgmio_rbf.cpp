@@ -98,7 +98,11 @@ bool PGMIO_RBF::validate(const PGMIO_CONFIG_DATA& data, std::string& error)
         }
         last_rank = rank;
     }
-    if (!data.find(PGMIO_SECTION_CORE))
+    // The core may be left out only by the first half of a split configuration: a CvP periphery
+    // image (its core comes over PCI Express) or an HPS image (the HPS configures the core later).
+    const bool periphery_image = (data.flags & PGMIO_DESIGN_CVP) && data.find(PGMIO_SECTION_PERIPHERY);
+    const bool hps_image = (data.flags & PGMIO_DESIGN_HPS) && data.find(PGMIO_SECTION_HPS);
+    if (!data.find(PGMIO_SECTION_CORE) && !periphery_image && !hps_image)
     {
         error = "the core section 'CORE' is missing";
         return false;

@@ -25,9 +25,17 @@ struct LZ4_DCTX_FREE
     void operator()(LZ4F_dctx* ctx) const { LZ4F_freeDecompressionContext(ctx); }
 };
 
+struct CIPHER_FREE
+{
+    void operator()(EVP_CIPHER* cipher) const { EVP_CIPHER_free(cipher); }
+};
+
+// Fetched once: an implicit fetch on every initialisation costs more than encrypting a small section.
 const EVP_CIPHER* gcm_cipher(size_t key_size)
 {
-    return key_size == 32 ? EVP_aes_256_gcm() : key_size == 16 ? EVP_aes_128_gcm() : nullptr;
+    static const std::unique_ptr<EVP_CIPHER, CIPHER_FREE> aes256(EVP_CIPHER_fetch(nullptr, "AES-256-GCM", nullptr));
+    static const std::unique_ptr<EVP_CIPHER, CIPHER_FREE> aes128(EVP_CIPHER_fetch(nullptr, "AES-128-GCM", nullptr));
+    return key_size == 32 ? aes256.get() : key_size == 16 ? aes128.get() : nullptr;
 }
 
 const EVP_CIPHER* wrap_cipher(size_t key_size)

@@ -67,8 +67,9 @@ bool check_settings(const PGMIO_SECURITY_SETTINGS& s, const PGMIO_CONFIG_DATA& p
         return refuse("options 'signing' and 'sign_later' exclude each other");
     if (s.signing != PGMIO_SIGNING_OFF && s.signing_pem_file.empty())
         return refuse("option 'signing' needs option 'signing_pem_file'");
-    if (s.signing == PGMIO_SIGNING_OFF && !s.sign_later && !s.signing_pem_file.empty())
-        return refuse("option 'signing_pem_file' needs option 'signing'");
+    if (s.signing == PGMIO_SIGNING_OFF && !s.signing_pem_file.empty())
+        return refuse(std::string("option 'signing_pem_file' needs option 'signing'") +
+                      (s.sign_later ? " (with sign_later the file is signed later by corvane --sign)" : ""));
     if (!s.hlk_file.empty())
         return refuse("option 'hlk_file' is not available" + on_device);
     return true;
@@ -218,6 +219,5 @@ bool pgmsec_encode_configuration(const PGMIO_CONFIG_DATA& plain, const PGMIO_SEC
                             error) ||
         !pgmsec_public_key_der(key.get(), block.public_key, error))
         return false;
-    data.signature_block = pgmsec_encode_sign_block(block);
-    return PGMIO_RBF::encode(data, image, error);
+    return pgmsec_store_sign_block(image, block, error);
 }

@@ -46,9 +46,7 @@ bool store_signature(const std::string& path, SIGNABLE& file, EVP_PKEY* key, PGM
     block.der = std::move(der);
     if (!pgmsec_public_key_der(key, block.public_key, error))
         return false;
-    file.data.signature_block = pgmsec_encode_sign_block(block);
-    PGMIO_BYTES image;
-    return PGMIO_RBF::encode(file.data, image, error) && pgmio_write_file_atomic(path, image, error);
+    return pgmsec_store_sign_block(file.image, block, error) && pgmio_write_file_atomic(path, file.image, error);
 }
 
 // A small file: magic, body, CRC-32 of both.

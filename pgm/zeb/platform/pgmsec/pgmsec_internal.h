@@ -146,6 +146,8 @@ struct PGMSEC_SIGNED_RANGE
     uint64_t block_offset = 0; // of the signature block's data
 };
 bool pgmsec_signed_range(std::span<const uint8_t> image, PGMSEC_SIGNED_RANGE& range, std::string& error);
+// Writes the signature block into an encoded image in place, with its section CRC and the file CRC.
+bool pgmsec_store_sign_block(PGMIO_BYTES& image, const PGMSEC_SIGN_BLOCK& block, std::string& error);
 
 // A stored payload section: plain size, and with encryption the IV and tag, then the data.
 struct PGMSEC_STORED

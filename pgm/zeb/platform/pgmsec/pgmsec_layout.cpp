@@ -196,6 +196,31 @@ bool pgmsec_signed_range(std::span<const uint8_t> image, PGMSEC_SIGNED_RANGE& ra
     return true;
 }
 
+bool pgmsec_store_sign_block(PGMIO_BYTES& image, const PGMSEC_SIGN_BLOCK& block, std::string& error)
+{
+    PGMIO_CONTAINER_VIEW view;
+    if (!pgmio_parse_container(image, view, error, false))
+        return false;
+    if (view.sections.empty() || view.sections.back().tag != PGMSEC_SECTION_SIGNATURE ||
+        view.sections.back().data.size() != PGMSEC_SIGN_BLOCK_SIZE)
+    {
+        error = "the file has no signature block (generate it with signing or sign_later)";
+        return false;
+    }
+    const PGMIO_BYTES bytes = pgmsec_encode_sign_block(block);
+    const size_t index = view.sections.size() - 1;
+    std::copy(bytes.begin(), bytes.end(), image.begin() + ptrdiff_t(view.sections.back().offset));
+    // Only the block, its CRC in the section table and the file CRC change.
+    auto put = [&image](size_t at, uint32_t value)
+    {
+        for (int i = 0; i < 4; ++i)
+            image[at + size_t(i)] = uint8_t(value >> (8 * i));
+    };
+    put(PGMIO_CONTAINER_HEADER_SIZE + PGMIO_CONTAINER_ENTRY_SIZE * index + 4, pgmio_crc32(bytes));
+    put(image.size() - 4, pgmio_crc32(std::span<const uint8_t>(image).first(image.size() - 4)));
+    return true;
+}
+
 bool pgmsec_parse_stored(std::span<const uint8_t> section, bool encrypted, PGMSEC_STORED& stored,
                          std::string& error)
 {

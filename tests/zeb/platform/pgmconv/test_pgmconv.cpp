@@ -333,6 +333,23 @@ TEST(PgmconvChain, ElementsReadTheirFileAndHelperImagesComeFromTheCatalogue)
     bool hps = true;
     EXPECT_FALSE(plain.support_hps_iocsr(true, &hps, true));
     EXPECT_FALSE(hps);
+
+    // A CvP conversion writes the periphery and the core apart; together they are the design.
+    auto split = new_ccf(dir.file("cvp.rbf"));
+    split->get_file_options()->write_rbf = true;
+    split->set_cvp(true);
+    ASSERT_TRUE(split->add_sof_file(FIO_PATH(dir.file("cvp.sof")), 0, 0, 0));
+    ASSERT_TRUE(PGMIO_F2P::convert_sram_files(*split)) << split->get_error();
+    PGMIO_CONFIG_DATA periphery;
+    PGMIO_CONFIG_DATA core;
+    ASSERT_TRUE(PGMIO_RBF::read(dir.file("cvp.periph.rbf"), periphery, error) &&
+                PGMIO_RBF::read(dir.file("cvp.core.rbf"), core, error))
+        << error;
+    EXPECT_FALSE(std::filesystem::exists(dir.file("cvp.rbf")));
+    periphery.sections.insert(periphery.sections.end(), core.sections.begin(), core.sections.end());
+    std::stable_sort(periphery.sections.begin(), periphery.sections.end(),
+                     [](const auto& a, const auto& b) { return (a.tag == PGMIO_SECTION_CORE) < (b.tag == PGMIO_SECTION_CORE); });
+    EXPECT_EQ(periphery.sections, cvp.config.sections);
 }
 
 } // namespace

@@ -217,3 +217,32 @@ TEST(PgmsecImage, PlainIdentityRepeatabilityAndRefusals)
     EXPECT_FALSE(PGMIO_RBF::decode(image, data, error));
     EXPECT_NE(error.find("(truncated)"), std::string::npos) << error;
 }
+
+// Synthetic content compresses as real designs do: the more of the device is used, the less.
+TEST(PgmsecImage, SyntheticContentCompressesByUtilization)
+{
+    const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device("7TR440PA3R1");
+    ASSERT_NE(device, nullptr);
+    size_t previous = 0;
+    for (uint32_t utilization : {5u, 30u, 90u})
+    {
+        BITASM_OPTIONS options;
+        options.size = 1 << 20;
+        options.utilization = utilization;
+        PGMIO_CONFIG_DATA data;
+        PGMIO_BYTES frame;
+        std::string error;
+        ASSERT_TRUE(BITASM_MGR::assemble_configuration_data(*device, options, data, error)) << error;
+        const PGMIO_BYTES& core = data.find(PGMIO_SECTION_CORE)->data;
+        ASSERT_TRUE(pgmsec_lz4_compress(core, false, frame, error));
+        EXPECT_GT(frame.size(), previous) << utilization;
+        EXPECT_LT(frame.size(), core.size() / (utilization < 90 ? 3 : 1)) << utilization;
+        previous = frame.size();
+    }
+    BITASM_OPTIONS options;
+    options.utilization = 101;
+    PGMIO_CONFIG_DATA data;
+    std::string error;
+    EXPECT_FALSE(BITASM_MGR::assemble_configuration_data(*device, options, data, error));
+    EXPECT_NE(error.find("0 to 100"), std::string::npos) << error;
+}

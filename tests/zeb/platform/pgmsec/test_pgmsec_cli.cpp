@@ -3,6 +3,8 @@
 // against one-step generation; and no key or password in any output, log or file made.
 #include "test_pgmsec_support.h"
 
+#include "pgm/zeb/platform/pgmconv/pgmconv.h"
+
 #include <sys/stat.h>
 
 using namespace corvane_test;
@@ -192,9 +194,28 @@ TEST(PgmsecCli, SecretsStayOutOfOutputsAndLogs)
     s.compression = true;
     s.finalize_encryption_later = true;
     s.sign_later = true;
-    ASSERT_EQ(f.generate(s, "out.rbf"), "");
+    // The engine's generation of a .rbf, with every debug line captured.
+    PGMIO_SOF_IMAGE sof;
+    BITASM_OPTIONS options;
+    options.size = 4096;
+    std::string error, logs;
+    ASSERT_TRUE(BITASM_MGR::assemble_sof(*f.device, options, sof, error) && PGMIO_SOF::write(f.file("d.sof"), sof, error));
+    {
+        MSG_CAPTURE_SINK capture;
+        PGMIO_CCF ccf("secrets", "", new PGMIO_FILE_OPTIONS, 1, 0, false, 10.0, 1.0, false, true);
+        const FIO_PATH out(f.file("out.rbf"));
+        ccf.set_output_file(&out);
+        ccf.get_file_options()->write_rbf = true;
+        ASSERT_TRUE(ccf.add_sof_file(FIO_PATH(f.file("d.sof")), 0, 0, 0));
+        ccf.set_security_settings(s, 0);
+        ASSERT_TRUE(PGMIO_F2P::convert_sram_files(ccf)) << ccf.get_error();
+        for (const std::string& line : capture.debug_lines())
+            logs += line + "\n";
+        for (const MSG_POSTED& message : capture.messages())
+            logs += message.text + "\n";
+    }
+    EXPECT_EQ(info_json(f.file("out.rbf"))["sections"][2]["encryption"]["key_id"], "main");
     ASSERT_EQ(setenv("CORVANE_DEBUG", "3", 1), 0);
-    std::string logs;
     for (const std::string& args :
          {"--finalize-encryption '" + f.file("out.rbf") + "' --hek '" + f.file("k.hek") + "' --key-file '" +
               f.file("keys.txt") + "' --password-file '" + f.file("pw") + "'",
