@@ -64,6 +64,9 @@ class PGM_COMMON_XML_ZEB_ZEB;
 // Checks a document and, unless `check_only`, generates it with one line per file written and a
 // summary line; false when the check or the generation failed (their messages are posted).
 bool cli_check_and_generate(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& label, bool check_only);
+// Draws every flash device of the document's flash outputs as an SVG picture at `path` (written
+// completely or not at all); false with a message when nothing can be drawn or written.
+bool cli_write_layout(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& path);
 // Applies "--ini NAME=VALUE" for this run; false after a usage error.
 bool cli_apply_ini(const std::string& name_value);
 

@@ -393,7 +393,7 @@ int cli_mode_convert(const CLI_ARGS& args)
         normalised.push_back(arg == "-o" ? "--option" : arg);
     std::vector<CLI_OPTION> options;
     std::vector<std::string> positional;
-    if (!cli_split_options(normalised, {"--option", "--secondary", "--save", "--ini"}, {"--no-check"},
+    if (!cli_split_options(normalised, {"--option", "--secondary", "--save", "--ini", "--layout"}, {"--no-check"},
                            options, positional))
         return CLI_USAGE;
     if (positional.size() < 2)
@@ -412,6 +412,7 @@ int cli_mode_convert(const CLI_ARGS& args)
     std::vector<std::string> pairs;
     const std::string* secondary = nullptr;
     std::string save_path;
+    std::string layout_path;
     bool check = true;
     for (const CLI_OPTION& option : options)
     {
@@ -421,6 +422,8 @@ int cli_mode_convert(const CLI_ARGS& args)
             secondary = &option.value;
         else if (option.name == "--save")
             save_path = option.value;
+        else if (option.name == "--layout")
+            layout_path = option.value;
         else if (option.name == "--no-check")
             check = false;
         else if (option.name == "--ini" && !cli_apply_ini(option.value))
@@ -446,6 +449,8 @@ int cli_mode_convert(const CLI_ARGS& args)
         return CLI_FAILED;
     }
     if (check && !cli_check_and_generate(document.get(), positional.back(), false))
+        return CLI_FAILED;
+    if (!layout_path.empty() && !cli_write_layout(document.get(), layout_path))
         return CLI_FAILED;
     if (!save_path.empty() && !ZEB_UTIL::save(document.get(), save_path))
         return CLI_FAILED;

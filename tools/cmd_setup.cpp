@@ -121,12 +121,13 @@ int cli_mode_setup(const CLI_ARGS& args)
 {
     std::vector<CLI_OPTION> options;
     std::vector<std::string> files;
-    if (!cli_split_options(args, {"--save", "--ini"}, {"--no-check", "--check", "--json"}, options, files))
+    if (!cli_split_options(args, {"--save", "--ini", "--layout"}, {"--no-check", "--check", "--json"}, options, files))
         return CLI_USAGE;
     if (files.empty())
         return cli_usage_error("no setup document given");
 
     std::string save_path;
+    std::string layout_path;
     SETUP_ACTION action = SETUP_ACTION::GENERATE;
     bool json = false;
     for (const CLI_OPTION& option : options)
@@ -140,6 +141,8 @@ int cli_mode_setup(const CLI_ARGS& args)
                 return cli_usage_error("--check and --no-check exclude each other");
             action = chosen;
         }
+        else if (option.name == "--layout")
+            layout_path = option.value;
         else if (option.name == "--json")
             json = true;
         else if (option.name == "--ini" && !cli_apply_ini(option.value))
@@ -151,6 +154,8 @@ int cli_mode_setup(const CLI_ARGS& args)
         return check_as_json(files);
     if (!save_path.empty() && files.size() != 1)
         return cli_usage_error("--save takes exactly one setup document");
+    if (!layout_path.empty() && files.size() != 1)
+        return cli_usage_error("--layout takes exactly one setup document");
 
     int status = CLI_OK;
     for (const std::string& file : files)
@@ -159,6 +164,11 @@ int cli_mode_setup(const CLI_ARGS& args)
         const bool parsed = ZEB_UTIL::parse(&raw, file);
         std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB> document(raw); // owned even when normalising failed
         if (!parsed || !process(document.get(), file, action))
+        {
+            status = CLI_FAILED;
+            continue;
+        }
+        if (!layout_path.empty() && !cli_write_layout(document.get(), layout_path))
         {
             status = CLI_FAILED;
             continue;

@@ -20,7 +20,8 @@ int mode_completion(const CLI_ARGS& args);
 
 // One row per mode. The default mode (flag nullptr) handles setup documents.
 constexpr CLI_MODE k_modes[] = {
-    {nullptr, cli_mode_setup, "corvane [--check | --no-check] [--save OUT.zeb] [--ini NAME=VALUE]... SETUP.zeb...",
+    {nullptr, cli_mode_setup, "corvane [--check [--json] | --no-check] [--save OUT.zeb] [--layout OUT.svg] [--ini NAME=VALUE]... "
+     "SETUP.zeb...",
      "Reads each setup document, validates it against the schema, normalises it and checks its settings: "
      "modes and output file types, input files (which must exist and suit the target device), helper "
      "images, flash loader, flash devices and partition ranges, assignments, pages, signing and "
@@ -31,7 +32,8 @@ constexpr CLI_MODE k_modes[] = {
      "--check stops after the check and says 'check passed'; --no-check stops after normalising. "
      "With --save the (single) document is written to OUT.zeb after a passing check; the file is "
      "replaced only when it was written completely. --ini sets a configuration switch for this run "
-     "(see docs/switches.md)."},
+     "(see docs/switches.md). --check --json prints one JSON line per document: ok, or the first problem "
+     "with its message number. --layout draws each flash device of the (single) document to scale as SVG."},
     {"--make-sof", cli_mode_make_sof,
      "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--utilization PERCENT] [--cvp] [--hps] [--pr] "
      "[--data RAW.bin] [--design NAME] OUT.sof",
@@ -73,7 +75,7 @@ constexpr CLI_MODE k_modes[] = {
      "a raw data file is written FILE@ADDRESS (a .hex without @ loads at its own addresses). -o sets an option "
      "of the command parameter table (see OPTIONS); a flash output names its flash device with -o device=NAME. "
      "--secondary names the secondary files to write, or none; --save also writes the document built; "
-     "--no-check only builds (and saves) it."},
+     "--no-check only builds (and saves) it; --layout draws the flash layout as SVG, as in the default mode."},
     {"--convert", cli_mode_convert, "corvane --convert ...", "Same as -c."},
     // -- end of modes (add one row per mode above this line)
     {"--help", mode_help, "corvane --help[=OPTION] [--ini NAME=VALUE]",

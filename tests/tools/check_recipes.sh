@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # Runs every `corvane` line of the README's recipes section in a scratch directory and checks the
 # files they write with independent readers: objcopy and srec_cat for the hex records, dd and cmp
-# for the raw programming data, and the integrity check of `corvane --info`.
+# for the raw programming data, rsvg-convert for the layout picture, and `corvane --info`.
 # Usage: check_recipes.sh CORVANE_EXE SOURCE_DIR
 set -eu
 exe=$1
@@ -37,6 +37,13 @@ for file in single.jic update.jic secure.rbf; do
 done
 grep -q '"ok":true' out.txt || fail "--check --json: $(cat out.txt)"
 [ "$(grep -c ' page ' update.map)" -eq 3 ] || fail "update.map does not hold three pages"
+
+# The layout picture renders, and names every area of the memory map.
+rsvg-convert update.svg -o update.png || fail "rsvg-convert cannot render update.svg"
+[ "$(head -c 4 update.png | od -An -c | tr -d ' ')" = "211PNG" ] || fail "update.png is not a PNG"
+for name in $(awk '!/^#/ { print $1 }' update.map); do
+    grep -q ">$name " update.svg || fail "update.svg does not label $name"
+done
 
 # Hex records and the flash's raw data hold the same configuration data as a plain raw binary.
 "$exe" -c -o mode=AVSTX8 design.sof plain.rbf >/dev/null
