@@ -6,8 +6,8 @@
 #include "pgm/zeb/platform/pgmconv/pgmconv.h"
 
 #include <cstdlib>
-#include <malloc.h>
 #include <iostream>
+#include <malloc.h>
 #include <string>
 
 int main(int argc, char** argv)

@@ -75,7 +75,7 @@ struct NAME_ROW
 constexpr NAME_ROW NAME_ROWS[] = {
     {ZEB_FILE_TYPE_RBF, "Raw Binary File (.rbf)", PGM_COMMON_XML_ENUM_RBF, FIO_EXTENSION_TYPE_RBF, "", ""},
     {ZEB_FILE_TYPE_SOF, "SRAM Object File (.sof)", PGM_COMMON_XML_ENUM_SOF, FIO_EXTENSION_TYPE_SOF, "", ""},
-    {ZEB_FILE_TYPE_HEXOUT, "Hexadecimal (Orvik-Format) Output File for SRAM (.hexout)", PGM_COMMON_XML_ENUM_HEX, FIO_EXTENSION_TYPE_HEXOUT, "", ""},
+    {ZEB_FILE_TYPE_HEXOUT, "Hexadecimal (Hex Record Format) Output File for SRAM (.hexout)", PGM_COMMON_XML_ENUM_HEX, FIO_EXTENSION_TYPE_HEXOUT, "", ""},
     {ZEB_FILE_TYPE_TTF, "Tabular Text File (.ttf)", PGM_COMMON_XML_ENUM_TTF, FIO_EXTENSION_TYPE_TTF, "", ""},
     {ZEB_FILE_TYPE_JIC, "JTAG Indirect Configuration File (.jic)", PGM_COMMON_XML_ENUM_JIC, FIO_EXTENSION_TYPE_JIC, "", ""},
     {ZEB_FILE_TYPE_POF, "Programmer Object File (.pof)", PGM_COMMON_XML_ENUM_POF, FIO_EXTENSION_TYPE_POF, "", ""},
@@ -86,7 +86,7 @@ constexpr NAME_ROW NAME_ROWS[] = {
     {ZEB_FILE_TYPE_MSF, "Merged Mask Settings File (.msf)", PGM_COMMON_XML_ENUM__INVALID__, FIO_EXTENSION_TYPE_MSF, "", ""},
     {ZEB_FILE_TYPE_MERGED_PMSF, "Merged Partial-Masked SRAM Object File (.pmsf)", PGM_COMMON_XML_ENUM__INVALID__, FIO_EXTENSION_TYPE_PMSF, "", ""},
     {ZEB_FILE_TYPE_HIOF, "HPS IO File (.hiof)", PGM_COMMON_XML_ENUM__INVALID__, FIO_EXTENSION_TYPE_HIOF, "", ""},
-    {ZEB_FILE_TYPE_HEXOUT_CONFIG_DEVICE, "Hexadecimal (Orvik-Format) Output File for Dravek(4|8|16)/Tromm(4|8|16) (.hexout)", PGM_COMMON_XML_ENUM__INVALID__, FIO_EXTENSION_TYPE_HEXOUT, "", ""},
+    {ZEB_FILE_TYPE_HEXOUT_CONFIG_DEVICE, "Hexadecimal (Hex Record Format) Output File for Dravek(4|8|16)/Tromm(4|8|16) (.hexout)", PGM_COMMON_XML_ENUM__INVALID__, FIO_EXTENSION_TYPE_HEXOUT, "", ""},
     {ZEB_FILE_TYPE_RBF_CVP_CORE, "Raw Binary File for CvP Core Configuration (.rbf)", PGM_COMMON_XML_ENUM_CVP_CORE_RBF, FIO_EXTENSION_TYPE_RBF, ".core", ".periph"},
     {ZEB_FILE_TYPE_RBF_HPS_CORE, "Raw Binary File for HPS Core Configuration (.rbf)", PGM_COMMON_XML_ENUM_HPS_CORE_RBF, FIO_EXTENSION_TYPE_RBF, ".core", ".hps"},
     {ZEB_FILE_TYPE_RBF_PERIPHERY, "Raw Binary File for Periphery Configuration (.rbf)", PGM_COMMON_XML_ENUM_PERIPH_RBF, FIO_EXTENSION_TYPE_RBF, "", ""},
@@ -173,8 +173,8 @@ constexpr const char* PERIPHERY_TOOLTIP = "A binary file containing configuratio
 // clang-format off
 constexpr TOOLTIP_ROW TOOLTIP_ROWS[] = {
     {ZEB_FILE_TYPE_RBF, "A binary file containing configuration data for use outside the Halcyra Prime software."},
-    {ZEB_FILE_TYPE_SOF, "A binary file containing the data for configuring all SRAM-based Orvik devices."},
-    {ZEB_FILE_TYPE_HEXOUT, "An ASCII text file in Orvik hexadecimal format containing configuration data for use outside the Halcyra Prime software."},
+    {ZEB_FILE_TYPE_SOF, "A binary file containing the data for configuring all SRAM-based FPGA devices."},
+    {ZEB_FILE_TYPE_HEXOUT, "An ASCII text file of hex records containing configuration data for use outside the Halcyra Prime software."},
     {ZEB_FILE_TYPE_TTF, "An ASCII text file in tabular format containing configuration data for use outside the Halcyra Prime software."},
     {ZEB_FILE_TYPE_JIC, "A binary file containing serial configuration device data and the serial flash loader device name."},
     {ZEB_FILE_TYPE_POF, "A binary file containing the data for programming a Kestor device or a configuration device that can configure other devices."},

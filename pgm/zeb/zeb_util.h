@@ -213,9 +213,10 @@ public:
     using GENERATE_PROGRESS = std::function<void(size_t index, size_t count, const FIO_PATH& output)>;
     static bool generate(PGM_COMMON_XML_ZEB_ZEB* object, const GENERATE_PROGRESS& progress);
 
-    // The files an output file writes: its own path, then one per secondary file (named, or with
-    // the output file's name), each with the extension of its type. Never fails; an output file
-    // without directory or name gives an empty list.
+    // The files an output file writes: its own path (and the core and first half of a CvP or HPS
+    // variant), then one per secondary file (named, or with the output file's name), each with the
+    // extension of its type. Never fails; an output file without directory or name gives an empty
+    // list.
     static std::vector<FIO_PATH> get_output_file_paths(PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file);
     // The flash layout of every flash output file of a checked document, as generation would place
     // it (zeb_util_layout.cpp). False with the message posted when a conversion fails.

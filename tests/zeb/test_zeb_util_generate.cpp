@@ -9,6 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
@@ -351,4 +352,70 @@ TEST(GenerateSecurity, PathOptionsReachTheImage)
                  " count=" + std::to_string(sig["der_size"].get<uint64_t>()) + " > '" + ws.dir.file("sig.der") + "'\"");
     run_tool("openssl", "dgst -sha384 -verify '" + ws.dir.file("pub.pem") + "' -signature '" + ws.dir.file("sig.der") +
                             "' '" + ws.dir.file("signed.bin") + "'");
+}
+
+// The special outputs: a CvP periphery image needs a design with CvP and is written apart from the
+// core, as is an HPS variant; a helper image is the catalogue image of the helper device.
+TEST(GenerateSpecialOutputs, CvpHpsAndHelperImages)
+{
+    WORKSPACE ws;
+    struct CASE
+    {
+        const char* name;
+        uint32_t design_flags;
+        PGM_COMMON_XML_ENUM type;
+        PARAMS options;
+        std::vector<std::string> files; // written into output_dir
+        std::string message;            // "" when the output is written
+    };
+    const CASE cases[] = {
+        {"cvp",
+         PGMIO_DESIGN_CVP,
+         PGM_COMMON_XML_ENUM_PERIPH_RBF,
+         {{ZEB_CMD_PARAM_OUTPUT_FILE_CVP, "1"}},
+         {"output.core.rbf", "output.periph.rbf"},
+         ""},
+        {"no_cvp",
+         0,
+         PGM_COMMON_XML_ENUM_PERIPH_RBF,
+         {{ZEB_CMD_PARAM_OUTPUT_FILE_CVP, "1"}},
+         {},
+         "Detected Corvane settings error: Fail to generate CVP programming files due to the design does not have "
+         "CVP enabled"},
+        {"hps",
+         PGMIO_DESIGN_HPS,
+         PGM_COMMON_XML_ENUM_RBF,
+         {{ZEB_CMD_PARAM_OUTPUT_FILE_HPS, "1"}},
+         {"output.core.rbf", "output.hps.rbf"},
+         ""},
+        {"helper",
+         0,
+         PGM_COMMON_XML_ENUM_HELPER_RBF_CMD,
+         {{ZEB_CMD_PARAM_OUTPUT_FILE_SUBTYPE, value_of(PGM_COMMON_XML_ENUM_FUSE)},
+          {ZEB_CMD_PARAM_OUTPUT_FILE_DEVICE, "7TR440PA3R1"}},
+         {"output.rbf"},
+         ""},
+    };
+    for (const CASE& c : cases)
+    {
+        DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
+        add_bitstream(document.get(), "Bitstream_1",
+                      make_sof(ws.dir, std::string(c.name) + ".sof", "7TR440PA3R1", c.design_flags));
+        PARAMS params = c.options;
+        if (c.type != PGM_COMMON_XML_ENUM_HELPER_RBF_CMD)
+            params.emplace_back(ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Bitstream_1");
+        add_output_file(document.get(), c.type, params);
+        MSG_CAPTURE_SINK sink;
+        EXPECT_EQ(ZEB_UTIL::generate(document.get()), c.message.empty()) << c.name << texts_of(sink.messages());
+        EXPECT_EQ(sink.messages().empty() ? "" : sink.messages()[0].text, c.message) << c.name;
+        std::vector<std::string> written;
+        for (const fs::directory_entry& entry : fs::directory_iterator(ws.cwd.path() / "output_dir"))
+        {
+            written.push_back(entry.path().filename().string());
+            EXPECT_EQ(BITASM_MGR::check_bitstream_integrity(entry.path().string()), "") << c.name;
+            fs::remove(entry.path());
+        }
+        std::sort(written.begin(), written.end());
+        EXPECT_EQ(written, c.files) << c.name;
+    }
 }

@@ -154,17 +154,24 @@ public:
     const std::string& get_error() const;
 
     // -- What to write
+    // The configuration scheme; the memory map names it.
     void set_passive_prog_mode(PGMIO_CONFIG_SCHEME scheme);
     PGMIO_CONFIG_SCHEME get_passive_prog_mode() const;
+    // The main output; secondary outputs without a path of their own are written beside it.
     void set_output_file(const FIO_PATH* path);
     FIO_PATH get_output_file() const;
     PGMIO_FILE_OPTIONS* get_file_options();
+    // False: every byte of a .rpd is written with its bits reversed.
     void set_no_bit_swap(bool no_bit_swap);
+    // Also write the flash layout as a JTAG indirect configuration file (.jic).
     void set_jic_output(bool jic);
+    // Write a memory map (.map) of the flash layout, at the path given or beside the output.
     void set_mem_map_output(bool map);
     void set_mem_map_file_path(const FIO_PATH& path);
+    // Write the secondary .rpd of the flash layout, at the path given or beside the output.
     void set_auto_create_rpd_output(bool rpd);
     void set_auto_create_rpd_path(const FIO_PATH& path);
+    // Write the helper image of the chain's element, at the helper file path or the output path.
     void set_helper_image_output(bool helper);
     void set_hlpr_file(const FIO_PATH* path);
     // The helper device (helper images) or flash loader device (.jic).
@@ -173,12 +180,15 @@ public:
     void set_gen_kpf(bool generate, uint32_t page, uint32_t reserved, uint32_t device);
 
     // -- Target flash device
+    // The flash device (flash-device database, or a device with internal flash) of the layout.
     void set_device(const std::string& name);
     // The flash device's option record; the setup takes it over.
     void set_dev_options(std::unique_ptr<DSET_ZB_DEV_OPTIONS_INFO> options);
+    // Data bus width in bits the flash is read with; it must be one the flash device offers.
     void set_width(uint32_t width);
 
     // -- Pages
+    // Number of pages; pages beyond the count are dropped, new ones are empty.
     uint32_t get_n_pages() const;
     void set_n_pages(uint32_t count);
     // The page that chain operations address.
@@ -187,22 +197,34 @@ public:
     bool add_sof_file(const FIO_PATH& path, uint32_t device_index, uint32_t page, uint32_t flags);
     // Adds a partial-masked SRAM object file for a region placed by address mode, start and end.
     bool add_pr_sof_file(const FIO_PATH& path, uint32_t page, PGMIO_ADDR_SCHEME mode, uint32_t start, uint32_t end);
+    // The page number the directory records give a page.
     void set_page_number(uint32_t page, uint32_t number);
+    // The page's partition name ("FACTORY_IMAGE" is the factory image of a remote-update layout).
     void set_page_user_name(const std::string& name, uint32_t page);
+    // Placement of a page: automatic, fixed start, or fixed start and end.
     void set_addr_scheme(uint32_t page, PGMIO_ADDR_SCHEME scheme);
     void set_start_address(uint32_t address, uint32_t page);
     void set_end_address(uint32_t address, uint32_t page);
+    // Bytes kept free after a page whose end is automatic.
     void set_requested_extra_space(uint32_t bytes, uint32_t page);
+    // The entry number under which the sub-partition tables list the page.
     void set_page_table(uint32_t page, uint32_t table);
+    // Firmware (a file, or the firmware section of an SRAM object file) that replaces the page's.
     void set_fw_source(const FIO_PATH& path, uint32_t page);
+    // Security of the page's configuration data, applied through pgmsec_encode_configuration.
     void set_security_settings(const PGMIO_SECURITY_SETTINGS& settings, uint32_t page);
     const PGMIO_SECURITY_SETTINGS& get_security_settings(uint32_t page) const;
 
     // -- Partitions, raw data and reserved areas
+    // A partition without page: space kept free, the placement of a reserved record, or the home
+    // of raw data files of that name. False when the name is empty or given twice.
     bool add_partition(uint32_t page, const std::string& name, PGMIO_ADDR_SCHEME mode, uint32_t start, uint32_t end,
                        uint32_t size);
+    // A raw data file (hex records or binary) in its partition, which starts at `address`
+    // (PGMIO_CCF_AUTO: placed by the layout). False when the file does not exist.
     bool add_hex_file(const HEX_FILE* record, uint32_t page, uint32_t address);
     bool add_rbf_file(const HEX_FILE* record, uint32_t page, uint32_t address);
+    // An options area (option bits record of the pages) at the given start address.
     void set_options_area(bool enabled);
     void set_options_start_address(uint32_t address);
     // The input whose image the boot information describes (remote update).
@@ -211,7 +233,10 @@ public:
     // -- Chains, CvP and HPS
     // The setup takes the element over.
     bool add_chain_element(PGM_CHAIN_ELEMENT* element, uint32_t page, uint32_t index, uint32_t device);
+    // The chain of a page (created empty on first use).
     std::vector<PGM_CHAIN_ELEMENT*>& get_device_chain(uint32_t page, uint32_t index);
+    // A split configuration: CvP (periphery first, core over PCI Express) or HPS I/O first; the
+    // core goes into its own .core.rbf, the flash and the .rbf hold the other half.
     void set_cvp(bool cvp);
     void set_hps_iocsr(bool hps_iocsr);
 
@@ -231,6 +256,7 @@ private:
 class PGMIO_F2P
 {
 public:
+    // False with the reason in ccf.get_error(); then no output of the conversion is left behind.
     static bool convert_sram_files(PGMIO_CCF& ccf);
 };
 
@@ -238,7 +264,9 @@ public:
 class PGMIO_PR_INTERFACE
 {
 public:
+    // Writes the .msf, merged .pmsf or partial-reconfiguration .rbf (by the output's extension)
+    // of the setup's partial-masked inputs. False with the reason in ccf->get_error().
     static bool process_pr_commands(PGMIO_CCF* ccf);
-    // Reads a partial-masked SRAM object file into the current page of the setup.
+    // Reads and checks a partial-masked SRAM object file (add_pr_sof_file adds it).
     static bool read_pmsf_file(PGMIO_CCF* ccf, const FIO_PATH& path);
 };

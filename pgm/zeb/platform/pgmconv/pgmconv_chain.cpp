@@ -115,8 +115,7 @@ bool PGM_CHAIN_ELEMENT::support_hps_iocsr(bool, bool* supported, bool) const
     return hps;
 }
 
-bool PGM_CHAIN_ELEMENT::get_helper_filename(const PGM_DEVICE* device, FIO_PATH& path, bool, void*,
-                                            uint32_t helper_type)
+bool PGM_CHAIN_ELEMENT::get_helper_filename(const PGM_DEVICE* device, FIO_PATH& path, bool, void*, uint32_t helper_type)
 {
     path = FIO_PATH();
     const DEV_DEVICE_RECORD* record = device ? device->get_fpga_record() : nullptr;
@@ -233,8 +232,8 @@ bool PGM_CHAIN_ELEMENT::create_chain_element(PGM_CHAIN_ELEMENT* element, bool re
             return error = "'" + path + "': " + error, false;
         const PGM_DEVICE* device = PGMIO_POFIO_UTIL_EXPORT::find_device_by_idcode(config.idcode);
         if (!device)
-            return error = "no catalogue device has the IDCODE " + pgmio_hex_number(config.idcode) + " of '" + path +
-                           "'",
+            return error =
+                       "no catalogue device has the IDCODE " + pgmio_hex_number(config.idcode) + " of '" + path + "'",
                    false;
         device_name = device->get_name();
         impl.design_flags = config.flags;
@@ -263,8 +262,7 @@ bool PGM_CHAIN_ELEMENT::create_chain_element(PGM_CHAIN_ELEMENT* element, bool re
     if (!device)
         return error = "the device " + device_name + " of '" + path + "' is not in the catalogue", false;
     if (impl.device && check_device && impl.device != device)
-        return error = "'" + path + "' is for " + device_name + ", the chain element for " +
-                       impl.device->get_name(),
+        return error = "'" + path + "' is for " + device_name + ", the chain element for " + impl.device->get_name(),
                false;
     if (!impl.device)
         impl.device = device;

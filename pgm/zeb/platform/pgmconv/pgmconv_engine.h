@@ -63,8 +63,8 @@ struct PGMCONV_ITEM
     uint16_t dir_kind = 0; // PGMIO_DIR_* (DIRECTORY)
     bool fixed_start = false;
     bool fixed_end = false;
-    uint64_t start = 0; // first address of the partition
-    uint64_t end = 0;   // last address of the partition (inclusive)
+    uint64_t start = 0;      // first address of the partition
+    uint64_t end = 0;        // last address of the partition (inclusive)
     uint64_t data_start = 0; // first address of the content; from start unless a raw file says otherwise
     uint64_t size = 0;       // bytes of content
     uint64_t extra = 0;      // bytes kept free after the content ("auto" end)

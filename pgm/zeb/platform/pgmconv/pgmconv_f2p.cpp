@@ -81,7 +81,8 @@ bool write_all(const PGMIO_CCF::STATE& s, STAGED_OUTPUTS& staged, std::string& e
         return false;
     }
     const bool split = s.cvp || s.hps_iocsr;
-    if (o.write_rbf && !s.helper_output && !split && !pgmconv_write_rbf(s, staged.stage(out.get_full_path(), true), error))
+    if (o.write_rbf && !s.helper_output && !split &&
+        !pgmconv_write_rbf(s, staged.stage(out.get_full_path(), true), error))
         return false;
     // A split configuration: the core file always, the first half as the .rbf output asks.
     if (split)
@@ -91,8 +92,7 @@ bool write_all(const PGMIO_CCF::STATE& s, STAGED_OUTPUTS& staged, std::string& e
         if (!pgmconv_write_split(s, staged.stage(pgmconv_split_path(out, ".core"), true), first, error))
             return false;
     }
-    if ((s.helper_output || (o.write_rbf && s.helper_output)) &&
-        !pgmconv_write_helper(s, staged.stage(chosen_path(s.helper_file, out, "rbf"), true), error))
+    if (s.helper_output && !pgmconv_write_helper(s, staged.stage(chosen_path(s.helper_file, out, "rbf"), true), error))
         return false;
     if (o.write_hexout && !pgmconv_write_hexout(s, staged.stage(out.get_full_path(), false), error))
         return false;
@@ -100,13 +100,18 @@ bool write_all(const PGMIO_CCF::STATE& s, STAGED_OUTPUTS& staged, std::string& e
         return false;
 
     const bool jic = o.write_jic || s.jic_output;
-    const bool flash = o.write_pof || jic || (!s.flash_device.empty() && (o.write_rpd_from_pof || s.mem_map || s.auto_rpd));
+    // With a flash device every flash output walks its layout; without one, SRAM object files are
+    // laid out from the start address.
+    const bool flash =
+        o.write_pof || jic ||
+        (!s.flash_device.empty() && (o.write_rpd_from_pof || o.write_rpd_from_sof || s.mem_map || s.auto_rpd));
     if (flash || o.write_rpd_from_sof)
     {
         PGMCONV_LAYOUT layout;
         if (!pgmconv_build_layout(s, flash, layout, error))
             return false;
-        if (o.write_pof && !pgmconv_write_flash_file(s, layout, false, staged.stage(target_path(out, "pof"), true), error))
+        if (o.write_pof &&
+            !pgmconv_write_flash_file(s, layout, false, staged.stage(target_path(out, "pof"), true), error))
             return false;
         if (jic && !pgmconv_write_flash_file(s, layout, true, staged.stage(target_path(out, "jic"), true), error))
             return false;

@@ -79,8 +79,8 @@ bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_P
                                        : PGM_DEVICE_INDEX::lookup_device(std::string_view(device_name));
     if (!image.device || !image.device->get_fpga_record())
     {
-        error = "the device of '" + path + "' (" + (device_name.empty() ? pgmio_hex_number(image.plain.idcode)
-                                                                         : device_name) +
+        error = "the device of '" + path + "' (" +
+                (device_name.empty() ? pgmio_hex_number(image.plain.idcode) : device_name) +
                 ") is not in the catalogue";
         return false;
     }

@@ -10,15 +10,30 @@
 namespace
 {
 
-constexpr uint64_t k_remote_table_size = 0x8000;   // each sub-partition table and pointer block
+constexpr uint64_t k_remote_table_size = 0x8000;    // each sub-partition table and pointer block
 constexpr uint64_t k_factory_extra_space = 0x40000; // the factory image keeps at least this free
 constexpr uint32_t k_internal_flash_sector = 0x4000;
 constexpr uint32_t k_sof_layout_sector = 0x10000;
-constexpr uint64_t k_walk_piece = uint64_t(4) << 20;   // alignment of pages laid out without a flash device
+constexpr uint64_t k_walk_piece = uint64_t(4) << 20; // alignment of pages laid out without a flash device
 
 uint64_t align_up(uint64_t value, uint64_t unit)
 {
     return (value + unit - 1) / unit * unit;
+}
+
+// The raw data file of an item: one added to the setup, or the user flash memory content that the
+// device options name (index k_ufm_source).
+constexpr uint32_t k_ufm_source = 0xFFFFFFFF;
+
+PGMIO_CCF_RAW_FILE raw_of(const PGMIO_CCF::STATE& state, const PGMCONV_ITEM& item)
+{
+    if (item.index != k_ufm_source)
+        return state.raw_files[item.index];
+    PGMIO_CCF_RAW_FILE ufm;
+    ufm.record.path = item.source;
+    ufm.record.partition_name = item.name;
+    ufm.hex = item.source.get_extension_type() == FIO_EXTENSION_TYPE_HEX;
+    return ufm;
 }
 
 std::string range_text(uint64_t start, uint64_t end)
@@ -46,7 +61,7 @@ bool measure_raw(const PGMIO_CCF::STATE& state, PGMCONV_ITEM& item, std::string&
     item.crc = pgmio_crc32(bytes);
     if (!state.mem_map)
         return true;
-    const PGMIO_CCF_RAW_FILE& raw = state.raw_files[item.index];
+    const PGMIO_CCF_RAW_FILE raw = raw_of(state, item);
     PGMIO_BYTES file;
     if (raw.hex || raw.record.byte_swap)
     {
@@ -183,7 +198,8 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
         }
         pages.push_back(std::move(item));
     }
-    std::stable_sort(pages.begin(), pages.end(), [&state](const PGMCONV_ITEM& a, const PGMCONV_ITEM& b)
+    std::stable_sort(pages.begin(), pages.end(),
+                     [&state](const PGMCONV_ITEM& a, const PGMCONV_ITEM& b)
                      { return state.pages[a.index].number < state.pages[b.index].number; });
     if (pages.empty())
     {
@@ -279,6 +295,19 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
         used_partitions.push_back(raw.record.partition_name);
         items.push_back(std::move(item));
     }
+    // The user flash memory of a device with internal flash, from the file its options name.
+    const DSET_ZB_DEV_OPTIONS_INFO* options = state.dev_options.get();
+    if (internal && options && options->ufm_source == DSET_ZB_UFM_SOURCE_FILE && !options->ufm_source_file.empty())
+    {
+        PGMCONV_ITEM item;
+        item.kind = PGMCONV_ITEM_RAW;
+        item.index = k_ufm_source;
+        item.name = "UFM";
+        item.source = FIO_PATH(options->ufm_source_file);
+        if (!measure_raw(state, item, error))
+            return false;
+        items.push_back(std::move(item));
+    }
     // Partitions: the placement of a reserved structure, or space kept free.
     for (const PGMIO_CCF_PARTITION& partition : state.partitions)
     {
@@ -311,8 +340,8 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
                 item.end = uint64_t(region->start) + region->size - 1;
             }
     // Every flash layout carries a directory so that a reader of the raw bytes finds its images.
-    const bool has_directory = std::any_of(items.begin(), items.end(), [](const PGMCONV_ITEM& item)
-                                           { return item.kind == PGMCONV_ITEM_DIRECTORY; });
+    const bool has_directory = std::any_of(
+        items.begin(), items.end(), [](const PGMCONV_ITEM& item) { return item.kind == PGMCONV_ITEM_DIRECTORY; });
     if (!has_directory)
         items.push_back(directory("OPTION_BITS", PGMIO_DIR_OPTION_BITS, 0));
     return true;
@@ -519,7 +548,7 @@ bool pgmconv_item_bytes(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& lay
     }
     case PGMCONV_ITEM_RAW:
     {
-        const PGMIO_CCF_RAW_FILE& raw = state.raw_files[item.index];
+        const PGMIO_CCF_RAW_FILE raw = raw_of(state, item);
         const std::string path = raw.record.path.get_full_path();
         if (raw.hex)
         {
@@ -559,7 +588,7 @@ bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& la
     {
         if (item.size == 0)
             continue;
-        const bool raw_binary = item.kind == PGMCONV_ITEM_RAW && !state.raw_files[item.index].hex;
+        const bool raw_binary = item.kind == PGMCONV_ITEM_RAW && !raw_of(state, item).hex;
         if (!raw_binary && !(item.kind == PGMCONV_ITEM_PAGE && layout.spill))
         {
             PGMIO_BYTES bytes;
@@ -585,19 +614,20 @@ bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& la
                 piece.resize(size_t(count));
                 if (std::fread(piece.data(), 1, piece.size(), file.get()) != piece.size())
                     piece.clear();
-                if (state.raw_files[item.index].record.byte_swap)
+                if (raw_of(state, item).record.byte_swap)
                     pgmio_reverse_bits(piece);
             }
             else if (!layout.spill->get(item.spill_offset + offset, count, piece, error))
                 return false;
             if (piece.empty())
                 break;
-            crc = pgmio_crc32(piece, crc);
+            if (raw_binary)
+                crc = pgmio_crc32(piece, crc);
             if (!sink(item, offset, piece))
                 return false;
         }
         // A raw data file is read again: it must not have changed since it was measured.
-        if (crc != item.crc)
+        if (raw_binary && crc != item.crc)
         {
             error = "'" + item.source.get_full_path() + "' changed while the conversion ran";
             return false;

@@ -30,8 +30,8 @@ bool merge_regions(std::vector<PGMIO_PMSF_IMAGE>& regions, PGMIO_PMSF_IMAGE& mer
     {
         if (region.device_name != merged.device_name || region.base_hash != merged.base_hash)
         {
-            error = "region '" + region.region_name + "' belongs to another design than region '" +
-                    merged.region_name + "'";
+            error = "region '" + region.region_name + "' belongs to another design than region '" + merged.region_name +
+                    "'";
             return false;
         }
         low = std::min(low, region.region_offset);
@@ -108,7 +108,8 @@ bool PGMIO_PR_INTERFACE::process_pr_commands(PGMIO_CCF* ccf)
     switch (state.output_file.get_extension_type())
     {
     case FIO_EXTENSION_TYPE_MSF:
-        return PGMIO_MSF::write(path, {merged.device_name, merged.region_name, merged.region_offset, merged.mask}, error);
+        return PGMIO_MSF::write(path, {merged.device_name, merged.region_name, merged.region_offset, merged.mask},
+                                error);
     case FIO_EXTENSION_TYPE_PMSF:
         return PGMIO_PMSF::write(path, merged, error);
     case FIO_EXTENSION_TYPE_RBF:

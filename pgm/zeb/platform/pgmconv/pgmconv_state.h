@@ -24,10 +24,10 @@ struct PGMIO_CCF_PR_INPUT
 // One page: a configuration image with its placement and security.
 struct PGMIO_CCF_PAGE
 {
-    FIO_PATH input;                  // .sof, .pof, .jic or .rbf; empty for a page without image
-    uint32_t device_index = 0;       // device of the chain the image is for
-    uint32_t number = 0;             // page number the boot information and options record
-    std::string user_name;           // partition name; "" names the page "Page_<number>"
+    FIO_PATH input;            // .sof, .pof, .jic or .rbf; empty for a page without image
+    uint32_t device_index = 0; // device of the chain the image is for
+    uint32_t number = 0;       // page number the boot information and options record
+    std::string user_name;     // partition name; "" names the page "Page_<number>"
     PGMIO_ADDR_SCHEME scheme = PGMIO_ADDR_AUTO;
     uint32_t start = PGMIO_CCF_AUTO; // first flash address (fixed schemes)
     uint32_t end = PGMIO_CCF_AUTO;   // last flash address (PGMIO_ADDR_FIXED)
@@ -53,7 +53,7 @@ struct PGMIO_CCF_PARTITION
 struct PGMIO_CCF_RAW_FILE
 {
     HEX_FILE record;
-    bool hex = false;                          // hex records; else plain binary
+    bool hex = false; // hex records; else plain binary
     uint32_t page = PGMIO_CCF_AUTO;
     uint32_t partition_start = PGMIO_CCF_AUTO; // start of its partition; PGMIO_CCF_AUTO: placed by the layout
 };

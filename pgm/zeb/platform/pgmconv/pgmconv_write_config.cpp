@@ -96,8 +96,7 @@ void hex_record(std::string& out, uint8_t type, uint16_t address, std::span<cons
 bool pgmconv_write_rbf(const PGMIO_CCF::STATE& state, const std::string& path, std::string& error)
 {
     PGMCONV_PAGE_IMAGE image;
-    return first_page_image(state, image, error) &&
-           pgmio_write_file_atomic(path, image.bytes, error);
+    return first_page_image(state, image, error) && pgmio_write_file_atomic(path, image.bytes, error);
 }
 
 std::string pgmconv_split_path(const FIO_PATH& path, const char* suffix)
@@ -132,9 +131,8 @@ bool pgmconv_write_split(const PGMIO_CCF::STATE& state, const std::string& core_
     if (!pgmsec_encode_configuration(core, page->security, *image.device, bytes, error) ||
         !pgmio_write_file_atomic(core_path, bytes, error))
         return false;
-    return first_path.empty() ||
-           (pgmsec_encode_configuration(first, page->security, *image.device, bytes, error) &&
-            pgmio_write_file_atomic(first_path, bytes, error));
+    return first_path.empty() || (pgmsec_encode_configuration(first, page->security, *image.device, bytes, error) &&
+                                  pgmio_write_file_atomic(first_path, bytes, error));
 }
 
 bool pgmconv_write_hexout(const PGMIO_CCF::STATE& state, const std::string& path, std::string& error)

@@ -33,7 +33,8 @@ bool pgmconv_write_map(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layo
          << "# flash " << (layout.flash_device.empty() ? "-" : layout.flash_device) << ", "
          << msg_printf("0x%08llX", static_cast<unsigned long long>(layout.flash_size)) << " bytes, erase sector "
          << msg_printf("0x%08X", layout.sector) << ", device " << (layout.fpga ? layout.fpga->get_name() : "-")
-         << ", data width " << (state.width ? std::to_string(state.width) + " bits" : "-") << ", rpd bit swap "
+         << ", scheme " << int(state.scheme) << ", data width "
+         << (state.width ? std::to_string(state.width) + " bits" : "-") << ", rpd bit swap "
          << (state.no_bit_swap ? "off" : "on") << "\n"
          << "# name kind start end size partition_start partition_end crc32 sha256 source\n";
     for (const PGMCONV_ITEM& item : layout.items)

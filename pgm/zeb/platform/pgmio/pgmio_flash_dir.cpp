@@ -147,8 +147,8 @@ bool PGMIO_FLASH_DIR_CODEC::decode(std::span<const uint8_t> bytes, PGMIO_FLASH_D
         return false;
     if (dir.boot != PGMIO_DIR_NO_BOOT && dir.boot >= count)
     {
-        error = "flash directory boot entry " + std::to_string(dir.boot) + " does not exist (" +
-                std::to_string(count) + " entries)";
+        error = "flash directory boot entry " + std::to_string(dir.boot) + " does not exist (" + std::to_string(count) +
+                " entries)";
         return false;
     }
     return true;

@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-constexpr uint16_t PGMIO_DIR_BOOT_INFO = 1;     // at address 0: every image and table
+constexpr uint16_t PGMIO_DIR_BOOT_INFO = 1;       // at address 0: every image and table
 constexpr uint16_t PGMIO_DIR_PARTITION_TABLE = 2; // every partition of the flash
-constexpr uint16_t PGMIO_DIR_POINTER_BLOCK = 3;  // application images in the order they are tried
-constexpr uint16_t PGMIO_DIR_OPTION_BITS = 4;    // page start addresses of the passive schemes
+constexpr uint16_t PGMIO_DIR_POINTER_BLOCK = 3;   // application images in the order they are tried
+constexpr uint16_t PGMIO_DIR_OPTION_BITS = 4;     // page start addresses of the passive schemes
 
 constexpr uint32_t PGMIO_DIR_ENTRY_IMAGE = 1u << 0;    // configuration data of a page
 constexpr uint32_t PGMIO_DIR_ENTRY_RESERVED = 1u << 1; // a reserved area (tables, pointer blocks)
@@ -30,9 +30,9 @@ struct PGMIO_DIR_ENTRY
 {
     std::string name; // at most 31 bytes
     uint64_t start = 0;
-    uint64_t size = 0; // bytes of the content (not of its partition)
-    uint32_t crc = 0;  // CRC-32 of the content bytes as they lie in the flash
-    uint32_t page = 0; // page number for an image
+    uint64_t size = 0;  // bytes of the content (not of its partition)
+    uint32_t crc = 0;   // CRC-32 of the content bytes as they lie in the flash
+    uint32_t page = 0;  // page number for an image
     uint32_t flags = 0; // PGMIO_DIR_ENTRY_*
     bool operator==(const PGMIO_DIR_ENTRY&) const = default;
 };
@@ -40,9 +40,9 @@ struct PGMIO_DIR_ENTRY
 struct PGMIO_FLASH_DIR
 {
     uint16_t kind = PGMIO_DIR_BOOT_INFO;
-    uint32_t idcode = 0;                 // JTAG IDCODE of the device the flash configures
-    uint32_t boot = PGMIO_DIR_NO_BOOT;   // index of the entry that boots first
-    uint32_t sequence = 0;               // update counter (pointer blocks)
+    uint32_t idcode = 0;               // JTAG IDCODE of the device the flash configures
+    uint32_t boot = PGMIO_DIR_NO_BOOT; // index of the entry that boots first
+    uint32_t sequence = 0;             // update counter (pointer blocks)
     std::vector<PGMIO_DIR_ENTRY> entries;
     bool operator==(const PGMIO_FLASH_DIR&) const = default;
 };

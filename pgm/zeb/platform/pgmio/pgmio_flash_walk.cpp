@@ -98,7 +98,10 @@ void scan_images(std::span<const uint8_t> flash, PGMIO_FLASH_WALK& walk)
     for (uint64_t address = 0; address + PGMIO_CONTAINER_HEADER_SIZE <= flash.size(); address += k_scan_step)
     {
         const uint8_t* at = flash.data() + address;
-        if (std::memcmp(at, "CVN\x1a" "RBF ", 8) != 0)
+        if (std::memcmp(at,
+                        "CVN\x1a"
+                        "RBF ",
+                        8) != 0)
             continue;
         uint64_t size = 0;
         for (int i = 7; i >= 0; --i)

@@ -26,8 +26,8 @@ struct PGMIO_FLASH_WALK_IMAGE
 
 struct PGMIO_FLASH_WALK
 {
-    bool bit_reversed = false;           // the bytes are stored with each byte's bits reversed
-    std::string directory;               // which record was found first ("boot information", ...)
+    bool bit_reversed = false; // the bytes are stored with each byte's bits reversed
+    std::string directory;     // which record was found first ("boot information", ...)
     uint64_t directory_address = 0;
     std::vector<PGMIO_FLASH_WALK_IMAGE> images; // ascending start addresses
     std::vector<std::string> boot_order;        // image names, the one that boots first first

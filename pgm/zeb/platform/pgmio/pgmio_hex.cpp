@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Hex data files: reading Intel-style hex records, and writing data as such records.
+// Hex data files: reading hex records (the ihex format), and writing data as such records.
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
 
 #include <algorithm>
@@ -32,6 +32,14 @@ std::string byte_text(unsigned value)
     char text[8];
     std::snprintf(text, sizeof text, "0x%02X", value & 0xFF);
     return text;
+}
+
+// A character as an error shows it: quoted when printable, else as its code.
+std::string char_text(char c)
+{
+    if (c > ' ' && c < 0x7F)
+        return "'" + std::string(1, c) + "'";
+    return c == ' ' ? "' ' (space)" : byte_text(uint8_t(c));
 }
 
 bool is_blank(char c)
@@ -72,6 +80,7 @@ bool PGMIO_HEX_READER::read_hex_text(std::string_view text, std::string_view nam
     };
 
     uint32_t base = 0;
+    bool segmented = false; // segment addressing: set by 02 and 03 records, cleared by 04 and 05
     uint32_t line_number = 0;
     uint32_t end_line = 0;
     size_t position = 0;
@@ -83,11 +92,11 @@ bool PGMIO_HEX_READER::read_hex_text(std::string_view text, std::string_view nam
             text.substr(position, newline == std::string_view::npos ? text.npos : newline - position);
         position = newline == std::string_view::npos ? text.size() : newline + 1;
         ++line_number;
-        while (!line.empty() && is_blank(line.back()))
-            line.remove_suffix(1);
-        while (!line.empty() && is_blank(line.front()))
-            line.remove_prefix(1);
-        if (line.empty())
+        if (newline != std::string_view::npos && !line.empty() && line.back() == '\r')
+            line.remove_suffix(1); // CR LF; a CR that no LF follows is a stray character
+        // A line holds one record or nothing: white space around a record is refused like any
+        // other stray character, so that a damaged record is never skipped as a comment.
+        if (std::all_of(line.begin(), line.end(), is_blank))
             continue;
         if (end_line != 0)
             return fail(line_number, "data after the end-of-file record of line " + std::to_string(end_line));
@@ -98,7 +107,7 @@ bool PGMIO_HEX_READER::read_hex_text(std::string_view text, std::string_view nam
         {
             if (hex_digit(digits[i]) < 0)
                 return fail(line_number,
-                            "invalid character '" + std::string(1, digits[i]) + "' in column " + std::to_string(i + 2));
+                            "invalid character " + char_text(digits[i]) + " in column " + std::to_string(i + 2));
         }
         if (digits.size() % 2 != 0)
             return fail(line_number, "odd number of hexadecimal digits");
@@ -121,20 +130,21 @@ bool PGMIO_HEX_READER::read_hex_text(std::string_view text, std::string_view nam
         const uint32_t address = uint32_t(record[1]) << 8 | record[2];
         const uint8_t type = record[3];
         const uint8_t* payload = record.data() + 4;
+        if (type != k_data && type != k_end && address != 0)
+            return fail(line_number, "the address field of a type " + byte_text(type) + " record must be 0000, not " +
+                                         std::string(digits.substr(2, 4)));
         switch (type)
         {
         case k_data:
         {
-            if (count == 0)
-                break;
-            PGMIO_HEX_RECORD data;
-            data.start = address;
-            data.offset = base;
-            data.line = line_number;
-            if (data.address() + count - 1 > 0xFFFFFFFFu)
-                return fail(line_number, "data at " + pgmio_hex_number(data.address()) + " runs past 0xFFFFFFFF");
-            data.data.assign(payload, payload + count);
-            m_records.push_back(std::move(data));
+            // Byte i of a record loads at base + ((address + i) mod 64 KiB) under segment
+            // addressing, so a record running past the end of its segment wraps to the segment's
+            // start; under linear addressing it loads at (base + address + i) mod 4 GiB. A
+            // wrapping record is kept as two pieces.
+            const uint64_t room = segmented ? 0x10000 - address : 0x100000000 - base - address;
+            const size_t first = size_t(std::min<uint64_t>(count, room));
+            add_piece(address, base, std::span(payload, first), line_number);
+            add_piece(0, segmented ? base : 0, std::span(payload + first, count - first), line_number);
             break;
         }
         case k_end:
@@ -148,13 +158,16 @@ bool PGMIO_HEX_READER::read_hex_text(std::string_view text, std::string_view nam
             if (count != 2)
                 return fail(line_number,
                             "an extended address record has 2 data bytes, this one has " + std::to_string(count));
-            base = (uint32_t(payload[0]) << 8 | payload[1]) << (type == k_segment ? 4 : 16);
+            segmented = type == k_segment;
+            base = (uint32_t(payload[0]) << 8 | payload[1]) << (segmented ? 4 : 16);
             break;
         case k_start_segment:
         case k_start_linear:
             if (count != 4)
                 return fail(line_number,
                             "a start address record has 4 data bytes, this one has " + std::to_string(count));
+            // Each start record belongs to one addressing scheme and marks it for the data after it.
+            segmented = type == k_start_segment;
             m_has_entry = true;
             m_entry = uint32_t(payload[0]) << 24 | uint32_t(payload[1]) << 16 | uint32_t(payload[2]) << 8 | payload[3];
             break;
@@ -183,6 +196,17 @@ bool PGMIO_HEX_READER::read_hex_text(std::string_view text, std::string_view nam
     }
     m_read = true;
     return true;
+}
+
+void PGMIO_HEX_READER::add_piece(uint32_t start, uint32_t offset, std::span<const uint8_t> bytes, uint32_t line)
+{
+    if (bytes.empty())
+        return;
+    PGMIO_HEX_RECORD& data = m_records.emplace_back();
+    data.start = start;
+    data.offset = offset;
+    data.line = line;
+    data.data.assign(bytes.begin(), bytes.end());
 }
 
 uint32_t PGMIO_HEX_READER::get_start_address() const

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Text files of the programming-file library: hex data files (Intel-style hex records) and chain
+// Text files of the programming-file library: hex data files (hex records) and chain
 // description files (.cdf). Errors name the file and the line: "<file>:<line>: <reason>".
 #pragma once
 
@@ -14,10 +14,12 @@
 
 // ---- Hex data files -------------------------------------------------------------------------------
 
-// One data record (type 00). Its load address is offset + start.
+// One data record (type 00). Its load address is offset + start. A record whose bytes wrap, at the
+// end of its 64 KiB segment under a segment base or at 4 GiB under a linear base, is held as two
+// such entries with the same line, the second starting at address field 0.
 struct PGMIO_HEX_RECORD
 {
-    uint32_t start = 0;  // the record's own 16-bit address field
+    uint32_t start = 0;  // the record's own 16-bit address field (0 for the wrapped piece)
     uint32_t offset = 0; // base from the last extended segment (02) or extended linear (04) record
     uint32_t line = 0;   // 1-based line of the record
     PGMIO_BYTES data;
@@ -26,7 +28,8 @@ struct PGMIO_HEX_RECORD
 
 // Reads data (00), end-of-file (01), extended segment address (02) and extended linear address (04)
 // records; start segment (03) and start linear (05) address records are read as the entry point.
-// Blank lines are ignored; anything but blank lines after the end record is an error.
+// A line is one record or blank (blank lines are ignored); LF or CR LF ends a line. Anything but
+// blank lines after the end record is an error.
 class PGMIO_HEX_READER
 {
 public:
@@ -50,6 +53,8 @@ public:
     bool get_image(uint64_t max_size, uint8_t fill, uint32_t& base, PGMIO_BYTES& image, std::string& error) const;
 
 private:
+    void add_piece(uint32_t start, uint32_t offset, std::span<const uint8_t> bytes, uint32_t line);
+
     std::string m_path;
     std::vector<PGMIO_HEX_RECORD> m_records;
     std::string m_error;

@@ -2,6 +2,7 @@
 // Programming-file engine: every writer checked against an independent reader (srec_cat, objcopy,
 // dd and crc32) and our own readers; the flash layout's placement and its errors; atomic outputs.
 #include "test_support.h"
+#include "zeb/platform/test_formats_support.h"
 
 #include "pgm/zeb/platform/bitasm/bitasm.h"
 #include "pgm/zeb/platform/pgmconv/pgmconv.h"
@@ -211,6 +212,13 @@ TEST(PgmconvFlash, EveryFlashOutputHoldsTheImagesWhereTheMapSays)
         EXPECT_EQ(run.status, 0) << run.output();
         EXPECT_NE(run.out.find("boot order:               FACTORY_IMAGE -> APP1"), std::string::npos) << run.out;
     }
+    // The .rpd of the .pof given as input is the .rpd of the layout.
+    auto of_pof = new_ccf(dir.file("again.rpd"));
+    of_pof->get_file_options()->write_rpd_from_pof = true;
+    ASSERT_TRUE(of_pof->add_sof_file(FIO_PATH(dir.file("flash.pof")), 0, 0, 0));
+    ASSERT_TRUE(PGMIO_F2P::convert_sram_files(*of_pof)) << of_pof->get_error();
+    EXPECT_TRUE(read_file(dir.file("again.rpd")) == read_file(dir.file("flash.rpd")));
+    std::filesystem::remove(dir.file("again.rpd"));
     // The same inputs give the same bytes.
     std::map<std::string, std::string> first;
     for (const std::string& name : listing(dir))
@@ -242,8 +250,9 @@ TEST(PgmconvFlash, LayoutErrorsNameBothRangesAndWriteNothing)
         {0x100000, 0x110000,
          "partition 'Page_0' (0x00100000..0x0012ffff) overlaps partition 'DATA' (0x00110000..0x0012ffff)"},
         {0x101000, 0x400000, "start address 0x00101000 of 'Page_0' is not on an erase sector boundary"},
-        {0x100000, 0x7F0000, "partition 'DATA' (0x007f0000..0x0080ffff) is outside the flash VQ64A, the available "
-                             "range is only (0x00000000..0x007fffff)"},
+        {0x100000, 0x7F0000,
+         "partition 'DATA' (0x007f0000..0x0080ffff) is outside the flash VQ64A, the available "
+         "range is only (0x00000000..0x007fffff)"},
     };
     const std::vector<std::string> before = listing(dir);
     for (const CASE& c : cases)
@@ -261,6 +270,16 @@ TEST(PgmconvFlash, LayoutErrorsNameBothRangesAndWriteNothing)
         EXPECT_NE(ccf->get_error().find(c.message), std::string::npos) << ccf->get_error();
         EXPECT_EQ(listing(dir), before);
     }
+    // Failing half-way, after the .pof was complete, takes the .pof back too.
+    auto ccf = new_ccf(dir.file("out.pof"));
+    ccf->get_file_options()->write_pof = true;
+    ccf->set_auto_create_rpd_output(true);
+    ccf->set_auto_create_rpd_path(FIO_PATH(dir.file("missing/out.rpd")));
+    ccf->set_device("VQ64A");
+    ASSERT_TRUE(ccf->add_sof_file(FIO_PATH(dir.file("d.sof")), 0, 0, 0));
+    EXPECT_FALSE(PGMIO_F2P::convert_sram_files(*ccf));
+    EXPECT_NE(ccf->get_error().find("missing/out.rpd"), std::string::npos) << ccf->get_error();
+    EXPECT_EQ(listing(dir), before);
 }
 
 TEST(PgmconvFlash, RawProgrammingDataOfSramObjectsWithBitSwap)
@@ -288,6 +307,80 @@ TEST(PgmconvFlash, RawProgrammingDataOfSramObjectsWithBitSwap)
     EXPECT_NE(run.out.find("bits of each byte reversed"), std::string::npos);
 }
 
+// Where the first page lands, and which directory the flash carries, per kind of flash.
+TEST(PgmconvFlash, PlacementFollowsTheFlashKind)
+{
+    SCRATCH_DIR dir;
+    struct CASE
+    {
+        const char* device;
+        const char* flash;
+        const char* page_name;
+        bool options_area;
+        uint64_t page_start;
+        const char* directory;
+    };
+    const CASE cases[] = {
+        {"NR08SA", "NR08SA", "CFM0", false, 0x48000, "option bits at 0x00010000"}, // internal flash, UFM at 0
+        {"3ZT085F2", "CFI128M", "", true, 0x20000, "option bits at 0x00000000"},   // options area, 128 KiB sectors
+        {"5ZV066H2", "VQ64A", "", false, 0, "option bits at 0x00010000"},          // after the content
+        {"7TR440PA3R1", "VQ64A", "", false, 0x40000, "boot information at 0x00000000"},
+    };
+    for (const CASE& c : cases)
+    {
+        SCOPED_TRACE(c.flash);
+        make_sof(dir.file("d.sof"), c.device, 0x2000, 7);
+        auto ccf = new_ccf(dir.file("f.pof"));
+        ccf->get_file_options()->write_pof = true;
+        ccf->set_device(c.flash);
+        ccf->set_options_area(c.options_area);
+        ASSERT_TRUE(ccf->add_sof_file(FIO_PATH(dir.file("d.sof")), 0, 0, 0));
+        ccf->set_page_user_name(c.page_name, 0);
+        // The user flash memory content comes from the device options.
+        const std::string ufm = make_raw(dir.file("ufm.bin"), 5000);
+        auto options = std::make_unique<DSET_ZB_DEV_OPTIONS_INFO>();
+        options->ufm_source = DSET_ZB_UFM_SOURCE_FILE;
+        options->ufm_source_file = dir.file("ufm.bin");
+        ccf->set_dev_options(std::move(options));
+        ASSERT_TRUE(PGMIO_F2P::convert_sram_files(*ccf)) << ccf->get_error();
+        PGMIO_FLASH_IMAGE flash;
+        std::string error;
+        ASSERT_TRUE(PGMIO_FLASH_FILE::read(dir.file("f.pof"), flash, error)) << error;
+        EXPECT_EQ(flash.pages.at(0).start, c.page_start);
+        const bool has_ufm = std::any_of(flash.blocks.begin(), flash.blocks.end(),
+                                         [&ufm](const PGMIO_FLASH_BLOCK& b) {
+                                             return b.address == 0 && std::string(b.data.begin(), b.data.end()) == ufm;
+                                         });
+        EXPECT_EQ(has_ufm, std::string(c.device) == "NR08SA");
+        const auto run = run_program(CORVANE_EXE, "--info " + dir.file("f.pof"));
+        EXPECT_EQ(run.status, 0) << run.output();
+        EXPECT_NE(run.out.find(c.directory), std::string::npos) << run.out;
+    }
+}
+
+TEST(PgmconvPartialReconfiguration, MaskAndRawBinaryOfARegion)
+{
+    SCRATCH_DIR dir;
+    const PGMIO_PMSF_IMAGE region = corvane_test::small_pmsf();
+    std::string error;
+    ASSERT_TRUE(PGMIO_PMSF::write(dir.file("r.pmsf"), region, error)) << error;
+    for (const char* output : {"r.msf", "pr.rbf"})
+    {
+        auto ccf = new_ccf(dir.file(output));
+        ASSERT_TRUE(PGMIO_PR_INTERFACE::read_pmsf_file(ccf.get(), FIO_PATH(dir.file("r.pmsf")))) << ccf->get_error();
+        ASSERT_TRUE(ccf->add_pr_sof_file(FIO_PATH(dir.file("r.pmsf")), PGMIO_CCF_AUTO, PGMIO_ADDR_AUTO, 0, 0));
+        ASSERT_TRUE(PGMIO_PR_INTERFACE::process_pr_commands(ccf.get())) << ccf->get_error();
+    }
+    PGMIO_MSF_IMAGE msf;
+    PGMIO_CONFIG_DATA config;
+    ASSERT_TRUE(PGMIO_MSF::read(dir.file("r.msf"), msf, error) && PGMIO_RBF::read(dir.file("pr.rbf"), config, error))
+        << error;
+    EXPECT_EQ(msf.mask, region.mask);
+    EXPECT_EQ(msf.region_offset, region.region_offset);
+    EXPECT_EQ(config.find(PGMIO_SECTION_CORE)->data, region.data);
+    EXPECT_EQ(config.flags, PGMIO_DESIGN_PR);
+}
+
 TEST(PgmconvChain, ElementsReadTheirFileAndHelperImagesComeFromTheCatalogue)
 {
     SCRATCH_DIR dir;
@@ -296,8 +389,8 @@ TEST(PgmconvChain, ElementsReadTheirFileAndHelperImagesComeFromTheCatalogue)
     FIO_PATH helper;
     ASSERT_TRUE(PGM_CHAIN_ELEMENT::get_helper_filename(device, helper, false, nullptr, 3));
     EXPECT_EQ(helper.get_base_name(), "HLP_ZIZIRA_FUSE");
-    EXPECT_FALSE(PGM_CHAIN_ELEMENT::get_helper_filename(
-        PGM_DEVICE_INDEX::lookup_device(std::string_view("5ZV066H2")), helper, false, nullptr, 2));
+    EXPECT_FALSE(PGM_CHAIN_ELEMENT::get_helper_filename(PGM_DEVICE_INDEX::lookup_device(std::string_view("5ZV066H2")),
+                                                        helper, false, nullptr, 2));
 
     auto* element = new PGM_CHAIN_ELEMENT(device);
     ASSERT_TRUE(PGM_CHAIN_ELEMENT::get_helper_filename(device, helper, false, nullptr, 3));
@@ -312,7 +405,8 @@ TEST(PgmconvChain, ElementsReadTheirFileAndHelperImagesComeFromTheCatalogue)
     PGMIO_HELPER_IMAGE written;
     PGMIO_SOF_IMAGE sof;
     std::string error;
-    ASSERT_TRUE(PGMIO_HELPER::read(out.get_full_path(), written, error) && PGMIO_SOF::read(dir.file("d.sof"), sof, error))
+    ASSERT_TRUE(PGMIO_HELPER::read(out.get_full_path(), written, error) &&
+                PGMIO_SOF::read(dir.file("d.sof"), sof, error))
         << error;
     EXPECT_EQ(written.subtype, DEV_HELPER_SUBTYPE_FUSE);
     EXPECT_EQ(written.config.find(PGMIO_SECTION_FIRMWARE)->data, sof.config.find(PGMIO_SECTION_FIRMWARE)->data);
@@ -348,7 +442,8 @@ TEST(PgmconvChain, ElementsReadTheirFileAndHelperImagesComeFromTheCatalogue)
     EXPECT_FALSE(std::filesystem::exists(dir.file("cvp.rbf")));
     periphery.sections.insert(periphery.sections.end(), core.sections.begin(), core.sections.end());
     std::stable_sort(periphery.sections.begin(), periphery.sections.end(),
-                     [](const auto& a, const auto& b) { return (a.tag == PGMIO_SECTION_CORE) < (b.tag == PGMIO_SECTION_CORE); });
+                     [](const auto& a, const auto& b)
+                     { return (a.tag == PGMIO_SECTION_CORE) < (b.tag == PGMIO_SECTION_CORE); });
     EXPECT_EQ(periphery.sections, cvp.config.sections);
 }
 
