@@ -67,6 +67,11 @@ bool cli_check_and_generate(PGM_COMMON_XML_ZEB_ZEB* document, const std::string&
 // Draws every flash device of the document's flash outputs as an SVG picture at `path` (written
 // completely or not at all); false with a message when nothing can be drawn or written.
 bool cli_write_layout(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& path);
+// Takes --quiet (errors only, nothing on standard output) and --verbose (the debug log) out of
+// the arguments, wherever they are, and installs the counting message sink.
+void cli_take_reporting_flags(CLI_ARGS& args);
+// Prints the count of errors and warnings when `status` is a failure; returns `status`.
+int cli_finish_reporting(int status);
 // Applies "--ini NAME=VALUE" for this run; false after a usage error.
 bool cli_apply_ini(const std::string& name_value);
 

@@ -84,6 +84,8 @@ constexpr CLI_MODE k_modes[] = {
     {"--man", mode_man, "corvane --man", "Prints the manual page (troff)."},
     {"--completion", mode_completion, "corvane --completion", "Prints the bash completion script."},
     {"--version", mode_version, "corvane --version", "Prints the version."},
+    {"--quiet", nullptr, "corvane --quiet ...", "With any mode: prints errors only."},
+    {"--verbose", nullptr, "corvane --verbose ...", "With any mode: prints the debug log as well."},
 };
 
 void print_wrapped(const char* text, size_t indent, size_t width)
@@ -262,23 +264,19 @@ std::string cli_json_string(std::string_view text)
     return out + "\"";
 }
 
-int main(int argc, char** argv)
+// Runs the mode that the first argument names; internal errors end with status 3.
+static int run(const CLI_ARGS& args)
 {
-    // Buffers of a MiB or more go back to the system when freed: conversions allocate and free
-    // configuration images of tens of MiB one after the other, and the allocator's adaptive
-    // threshold would otherwise keep each of them in the heap and raise peak memory.
-    mallopt(M_MMAP_THRESHOLD, 1 << 20);
-    CLI_ARGS args(argv + 1, argv + argc);
     if (args.empty())
         return cli_usage_error("no setup document given");
     try
     {
         for (const CLI_MODE& mode : k_modes)
         {
-            if (mode.flag && args[0] == mode.flag)
+            if (mode.flag && mode.handler && args[0] == mode.flag)
                 return mode.handler(CLI_ARGS(args.begin() + 1, args.end()));
             // "--help=NAME": the value becomes the mode's first argument.
-            if (mode.flag && args[0].rfind(std::string(mode.flag) + "=", 0) == 0)
+            if (mode.flag && mode.handler && args[0].rfind(std::string(mode.flag) + "=", 0) == 0)
             {
                 CLI_ARGS rest(args.begin() + 1, args.end());
                 rest.insert(rest.begin(), args[0].substr(std::strlen(mode.flag) + 1));
@@ -303,4 +301,15 @@ int main(int argc, char** argv)
         std::cerr << "corvane: " << e.what() << '\n';
         return CLI_FAILED;
     }
+}
+
+int main(int argc, char** argv)
+{
+    // Buffers of a MiB or more go back to the system when freed: conversions allocate and free
+    // configuration images of tens of MiB one after the other, and the allocator's adaptive
+    // threshold would otherwise keep each of them in the heap and raise peak memory.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
+    CLI_ARGS args(argv + 1, argv + argc);
+    cli_take_reporting_flags(args);
+    return cli_finish_reporting(run(args));
 }

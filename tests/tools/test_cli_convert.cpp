@@ -252,6 +252,23 @@ TEST(CliConvert, SaveWithAndWithoutTheCommandLineOnlyWarning)
     EXPECT_FALSE(std::filesystem::exists("w.zeb"));
 }
 
+// --quiet keeps errors only, --verbose adds the debug log; a failure ends with the counts.
+TEST(CliConvert, QuietVerboseAndTheClosingCount)
+{
+    corvane_test::SCRATCH_CWD cwd;
+    ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size 4096 design.sof").status, 0);
+    PROGRAM_RUN quiet = corvane("--quiet -c -o mode=AVSTX8 design.sof o.rbf");
+    EXPECT_EQ(quiet.status, 0);
+    EXPECT_EQ(quiet.output(), "");
+    EXPECT_TRUE(std::filesystem::exists("o.rbf"));
+    PROGRAM_RUN failed = corvane("-c --quiet -o mode=ASX4 design.sof p.rbf");
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_EQ(failed.out, "");
+    EXPECT_TRUE(contains(failed.err, "Error (19516): ") && contains(failed.err, "\n1 error, 0 warnings\n")) << failed.err;
+    EXPECT_FALSE(std::filesystem::exists("p.rbf"));
+    EXPECT_TRUE(contains(corvane("--verbose -c -o mode=AVSTX8 design.sof o.rbf").err, "[ZEB_COMMON] "));
+}
+
 // --check --json, read back by a JSON reader of its own.
 TEST(CliConvert, CheckJson)
 {
