@@ -82,10 +82,12 @@ int main(int argc, char** argv)
     const std::span<const uint8_t> block = std::span<const uint8_t>(payload).first(16384);
     PGMIO_BYTES block_cipher;
     constexpr int k_blocks = 16384;
-    seconds = best_of(3, [&] {
-        for (int i = 0; i < k_blocks; ++i)
-            pgmsec_gcm_encrypt(key.span(), iv, {}, block, block_cipher, tag, error);
-    });
+    seconds = best_of(3,
+                      [&]
+                      {
+                          for (int i = 0; i < k_blocks; ++i)
+                              pgmsec_gcm_encrypt(key.span(), iv, {}, block, block_cipher, tag, error);
+                      });
     std::printf("gcm_16k_mb_s %.1f\n", double(block.size()) * k_blocks / 1e6 / seconds);
 
     PGMIO_SECURITY_SETTINGS signing;
@@ -96,7 +98,8 @@ int main(int argc, char** argv)
     const double encode = best_of(3, [&] { pgmsec_encode_configuration(plain, none, *device, image, error); });
     const double hash = best_of(3, [&] { pgmsec_sha384(image); });
     bool ok = true;
-    const double sign = best_of(3, [&] { ok = ok && pgmsec_encode_configuration(plain, signing, *device, image, error); });
+    const double sign =
+        best_of(3, [&] { ok = ok && pgmsec_encode_configuration(plain, signing, *device, image, error); });
     if (!ok)
     {
         std::fprintf(stderr, "bench_security: %s\n", error.c_str());

@@ -17,10 +17,10 @@ int cli_mode_sign(const CLI_ARGS& args)
         return cli_usage_error("--sign takes exactly one configuration data file");
     std::string key, digest, signature, public_key;
     for (const CLI_OPTION& option : options)
-        (option.name == "--key"            ? key
-         : option.name == "--digest-out"   ? digest
-         : option.name == "--signature"    ? signature
-                                           : public_key) = option.value;
+        (option.name == "--key"          ? key
+         : option.name == "--digest-out" ? digest
+         : option.name == "--signature"  ? signature
+                                         : public_key) = option.value;
     const int forms = !key.empty() + !digest.empty() + !signature.empty();
     if (forms != 1 || signature.empty() != public_key.empty())
         return cli_usage_error("--sign takes one of --key PEM, --digest-out FILE, or --signature DER with "

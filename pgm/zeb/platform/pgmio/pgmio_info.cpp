@@ -408,20 +408,19 @@ std::string pgmio_info_json(const std::string& path, const PGMIO_FILE_INFO& info
             entry["compression"] = section.stored->compression;
             entry["encryption"] = nullptr;
             if (const auto& e = section.stored->encryption)
-                entry["encryption"] = {{"algorithm", e->algorithm}, {"key_id", e->key_id},
-                                       {"iv", e->iv},               {"tag", e->tag},
-                                       {"data_offset", e->data_offset}, {"data_size", e->data_size}};
+                entry["encryption"] = {
+                    {"algorithm", e->algorithm},     {"key_id", e->key_id},      {"iv", e->iv}, {"tag", e->tag},
+                    {"data_offset", e->data_offset}, {"data_size", e->data_size}};
         }
         sections.push_back(entry);
     }
     JSON signature = nullptr;
     if (const auto& s = info.signature)
-        signature = {{"algorithm", s->algorithm},   {"signed_offset", s->signed_offset},
+        signature = {{"algorithm", s->algorithm},     {"signed_offset", s->signed_offset},
                      {"signed_size", s->signed_size}, {"der_offset", s->der_offset},
                      {"der_size", s->der_size},       {"verified", s->verified}};
-    JSON document = {{"file", path},     {"kind", info.kind},         {"format", info.format}, {"size", info.size},
-                     {"device", info.device}, {"fields", fields},          {"sections", sections},
-                     {"signature", signature}};
+    JSON document = {{"file", path},          {"kind", info.kind}, {"format", info.format}, {"size", info.size},
+                     {"device", info.device}, {"fields", fields},  {"sections", sections},  {"signature", signature}};
     if (info.has_flash)
         document["flash"] = JSON::parse(pgmio_flash_walk_json(info.flash));
     document["integrity"] = {{"ok", info.integrity.empty()}, {"reason", info.integrity}};

@@ -97,8 +97,8 @@ struct PGMSEC_SECTION_ENCRYPTION
 {
     std::string algorithm; // "aes-256-gcm" or "aes-128-gcm"
     std::string key_id;
-    std::string iv;  // hexadecimal
-    std::string tag; // hexadecimal
+    std::string iv;           // hexadecimal
+    std::string tag;          // hexadecimal
     uint64_t data_offset = 0; // of the ciphertext, from the start of the configuration data image
     uint64_t data_size = 0;
 };

@@ -93,8 +93,7 @@ bool pgmsec_lz4_compress(std::span<const uint8_t> plain, bool high, PGMIO_BYTES&
     return true;
 }
 
-bool pgmsec_lz4_decompress(std::span<const uint8_t> frame, uint64_t plain_size, PGMIO_BYTES& plain,
-                           std::string& error)
+bool pgmsec_lz4_decompress(std::span<const uint8_t> frame, uint64_t plain_size, PGMIO_BYTES& plain, std::string& error)
 {
     LZ4F_dctx* raw = nullptr;
     if (LZ4F_isError(LZ4F_createDecompressionContext(&raw, LZ4F_VERSION)))
@@ -116,8 +115,7 @@ bool pgmsec_lz4_decompress(std::span<const uint8_t> frame, uint64_t plain_size, 
             error = "the LZ4 frame is cut short";
             return false;
         }
-        hint = LZ4F_decompress(ctx.get(), plain.data() + out_pos, &out_size, frame.data() + in_pos, &in_size,
-                               nullptr);
+        hint = LZ4F_decompress(ctx.get(), plain.data() + out_pos, &out_size, frame.data() + in_pos, &in_size, nullptr);
         if (LZ4F_isError(hint))
         {
             error = std::string("the LZ4 frame is damaged: ") + LZ4F_getErrorName(hint);
@@ -151,8 +149,7 @@ bool pgmsec_random(std::span<uint8_t> out, std::string& error)
 }
 
 bool pgmsec_gcm_encrypt(std::span<const uint8_t> key, std::span<const uint8_t> iv, std::span<const uint8_t> aad,
-                        std::span<const uint8_t> plain, PGMIO_BYTES& cipher, std::span<uint8_t> tag,
-                        std::string& error)
+                        std::span<const uint8_t> plain, PGMIO_BYTES& cipher, std::span<uint8_t> tag, std::string& error)
 {
     CIPHER_CTX ctx(EVP_CIPHER_CTX_new());
     const EVP_CIPHER* type = gcm_cipher(key.size());
@@ -190,8 +187,7 @@ bool pgmsec_gcm_decrypt(std::span<const uint8_t> key, std::span<const uint8_t> i
         ok = EVP_DecryptUpdate(ctx.get(), plain.data() + at, &length, cipher.data() + at, int(piece)) == 1;
     }
     ok = ok &&
-         EVP_CIPHER_CTX_ctrl(ctx.get(), EVP_CTRL_GCM_SET_TAG, int(tag.size()), const_cast<uint8_t*>(tag.data())) ==
-             1 &&
+         EVP_CIPHER_CTX_ctrl(ctx.get(), EVP_CTRL_GCM_SET_TAG, int(tag.size()), const_cast<uint8_t*>(tag.data())) == 1 &&
          EVP_DecryptFinal_ex(ctx.get(), plain.data() + plain.size(), &length) == 1;
     if (!ok)
     {
@@ -245,8 +241,8 @@ bool pgmsec_key_unwrap(std::span<const uint8_t> kek, std::span<const uint8_t> wr
     return ok;
 }
 
-bool pgmsec_pbkdf2(const std::string& password, std::span<const uint8_t> salt, uint32_t iterations,
-                   PGMSEC_SECRET& key, std::string& error)
+bool pgmsec_pbkdf2(const std::string& password, std::span<const uint8_t> salt, uint32_t iterations, PGMSEC_SECRET& key,
+                   std::string& error)
 {
     key.resize(32);
     if (iterations == 0 || iterations > uint32_t(std::numeric_limits<int>::max()) ||

@@ -34,8 +34,8 @@ bool check_settings(const PGMIO_SECURITY_SETTINGS& s, const PGMIO_CONFIG_DATA& p
         if (level > 3)
             return refuse("a security option level is " + std::to_string(level) + "; the levels are 0 to 3");
     if (s.encryption && caps.key_length != 128 && caps.key_length != 256)
-        return refuse("option 'encryption': device " + device.get_name() + " has a " +
-                      std::to_string(caps.key_length) + "-bit key; only 128- and 256-bit keys are supported");
+        return refuse("option 'encryption': device " + device.get_name() + " has a " + std::to_string(caps.key_length) +
+                      "-bit key; only 128- and 256-bit keys are supported");
     if (!s.encryption && (key_options || !s.key_file1.empty() || !s.key1.empty()))
         return refuse("key files, keys, HEK file, finalisation, key storage and decryption_during_pr need option "
                       "'encryption'");
@@ -85,7 +85,7 @@ PGMSEC_HEADER make_header(const PGMIO_SECURITY_SETTINGS& s, const PGM_DEVICE& de
                    (s.seu_recovery ? PGMSEC_FLAG_SEU_RECOVERY : 0) | (s.rsu_upgrade ? PGMSEC_FLAG_RSU_UPGRADE : 0) |
                    (s.decryption_during_pr ? PGMSEC_FLAG_DECRYPTION_DURING_PR : 0) |
                    (s.decompression_during_pr ? PGMSEC_FLAG_DECOMPRESSION_DURING_PR : 0);
-    header.key_storage = s.key_storage == "BBRAM"                       ? PGMIO_KEY_STORAGE_BBRAM
+    header.key_storage = s.key_storage == "BBRAM"                         ? PGMIO_KEY_STORAGE_BBRAM
                          : s.key_storage == "EFUSE" || s.non_volatile_key ? PGMIO_KEY_STORAGE_EFUSE
                                                                           : 0;
     header.key1 = s.encryption ? s.key1 : "";
@@ -172,16 +172,14 @@ bool pgmsec_encode_configuration(const PGMIO_CONFIG_DATA& plain, const PGMIO_SEC
     PGMIO_CONFIG_DATA data;
     data.idcode = plain.idcode;
     data.flags = plain.flags;
-    data.compression = s.enhanced_compression ? PGMSEC_COMPRESSION_LZ4HC
-                       : s.compression        ? PGMSEC_COMPRESSION_LZ4
-                                              : 0;
+    data.compression = s.enhanced_compression ? PGMSEC_COMPRESSION_LZ4HC : s.compression ? PGMSEC_COMPRESSION_LZ4 : 0;
     data.encryption = s.encryption ? PGMSEC_ENCRYPTION_AES_GCM : 0;
     const bool framed = data.compression || data.encryption;
     uint64_t stored_total = 0;
     for (const PGMIO_CONFIG_SECTION& section : plain.sections)
     {
         PGMIO_CONFIG_SECTION out{section.tag, {}};
-        const PGMSEC_SECRET* key = !s.encryption ? nullptr
+        const PGMSEC_SECRET* key = !s.encryption                                       ? nullptr
                                    : section.tag == PGMIO_SECTION_HPS && !key2.empty() ? &key2
                                                                                        : &key1;
         if (!framed)

@@ -270,7 +270,8 @@ bool pgmsec_read_hky(const std::string& path, std::array<uint8_t, 32>& hash, std
 bool pgmsec_make_hek(const std::string& path, const std::string& password, std::string& error)
 {
     PGMSEC_SECRET kek(32);
-    return pgmsec_random(std::span(kek.data(), kek.size()), error) && pgmsec_write_hek(path, kek.span(), password, error);
+    return pgmsec_random(std::span(kek.data(), kek.size()), error) &&
+           pgmsec_write_hek(path, kek.span(), password, error);
 }
 
 bool pgmsec_read_password_file(const std::string& path, std::string& password, std::string& error)

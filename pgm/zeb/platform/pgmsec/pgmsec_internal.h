@@ -42,16 +42,15 @@ void pgmsec_cleanse(PGMIO_BYTES& bytes);
 using PGMSEC_SHA384 = std::array<uint8_t, 48>;
 constexpr size_t PGMSEC_IV_SIZE = 12;
 constexpr size_t PGMSEC_TAG_SIZE = 16;
-constexpr size_t PGMSEC_MAX_WRAPPED = 40;   // a 256-bit key wrapped (RFC 3394): 8 bytes more
-constexpr size_t PGMSEC_MAX_DER = 104;      // largest DER ECDSA P-384 signature
+constexpr size_t PGMSEC_MAX_WRAPPED = 40;      // a 256-bit key wrapped (RFC 3394): 8 bytes more
+constexpr size_t PGMSEC_MAX_DER = 104;         // largest DER ECDSA P-384 signature
 constexpr size_t PGMSEC_PUBLIC_KEY_SIZE = 120; // DER SubjectPublicKeyInfo of an uncompressed P-384 key
 
 // ---- Primitives (pgmsec_crypto.cpp) ---------------------------------------------------------------
 
 bool pgmsec_lz4_compress(std::span<const uint8_t> plain, bool high, PGMIO_BYTES& frame, std::string& error);
 // Decodes one LZ4 frame that must give exactly `plain_size` bytes.
-bool pgmsec_lz4_decompress(std::span<const uint8_t> frame, uint64_t plain_size, PGMIO_BYTES& plain,
-                           std::string& error);
+bool pgmsec_lz4_decompress(std::span<const uint8_t> frame, uint64_t plain_size, PGMIO_BYTES& plain, std::string& error);
 bool pgmsec_random(std::span<uint8_t> out, std::string& error);
 // AES-GCM with a 16- or 32-byte key and a 12-byte IV; the ciphertext is as long as the plain text.
 bool pgmsec_gcm_encrypt(std::span<const uint8_t> key, std::span<const uint8_t> iv, std::span<const uint8_t> aad,
@@ -67,8 +66,8 @@ bool pgmsec_key_wrap(std::span<const uint8_t> kek, std::span<const uint8_t> key,
 // False when the integrity check of the unwrap fails (wrong key-encryption key or damaged data).
 bool pgmsec_key_unwrap(std::span<const uint8_t> kek, std::span<const uint8_t> wrapped, PGMSEC_SECRET& key,
                        std::string& error);
-bool pgmsec_pbkdf2(const std::string& password, std::span<const uint8_t> salt, uint32_t iterations,
-                   PGMSEC_SECRET& key, std::string& error);
+bool pgmsec_pbkdf2(const std::string& password, std::span<const uint8_t> salt, uint32_t iterations, PGMSEC_SECRET& key,
+                   std::string& error);
 PGMSEC_SHA384 pgmsec_sha384(std::span<const uint8_t> data);
 
 // ---- ECDSA P-384 (pgmsec_sign.cpp) ----------------------------------------------------------------
@@ -158,8 +157,7 @@ struct PGMSEC_STORED
     std::span<const uint8_t> data;
     uint64_t data_offset = 0; // in the section
 };
-bool pgmsec_parse_stored(std::span<const uint8_t> section, bool encrypted, PGMSEC_STORED& stored,
-                         std::string& error);
+bool pgmsec_parse_stored(std::span<const uint8_t> section, bool encrypted, PGMSEC_STORED& stored, std::string& error);
 
 // Loads the AES key `id` of `key_file` with the device's key length. The error names id and file.
 bool pgmsec_load_key(const std::string& key_file, const std::string& id, uint32_t key_bits, PGMSEC_SECRET& key,

@@ -9,7 +9,7 @@ namespace
 {
 
 constexpr const char* k_option_names[PGMIO_SECURITY_OPT_COUNT] = {
-    "no_hps_jtag", "secure", "epof_only", "no_config", "no_battery_key", "no_jtag",
+    "no_hps_jtag",      "secure",     "epof_only",   "no_config",   "no_battery_key", "no_jtag",
     "lock_battery_key", "no_otp_key", "no_jtag_ext", "no_jtag_key", "no_pr",
 };
 
@@ -41,8 +41,8 @@ PGMSEC_KEY_PROGRAMMING::~PGMSEC_KEY_PROGRAMMING()
         pgmsec_cleanse(key.key);
 }
 
-bool pgmsec_add_key_programming(const PGMIO_SECURITY_SETTINGS& s, const PGM_DEVICE& device,
-                                PGMSEC_KEY_PROGRAMMING& out, std::string& error)
+bool pgmsec_add_key_programming(const PGMIO_SECURITY_SETTINGS& s, const PGM_DEVICE& device, PGMSEC_KEY_PROGRAMMING& out,
+                                std::string& error)
 {
     if (!out.ekp.device_name.empty() && out.ekp.device_name != device.get_name())
     {
@@ -94,7 +94,8 @@ bool pgmsec_add_key_programming(const PGMIO_SECURITY_SETTINGS& s, const PGM_DEVI
                                       !pgmsec_public_key_der(key.get(), der, error))
             return false;
         const PGMSEC_SHA384 hash = pgmsec_sha384(der);
-        if (!add_key(out, {PGMIO_KEY_OWNER_HASH, PGMIO_KEY_STORAGE_EFUSE, "owner", PGMIO_BYTES(hash.begin(), hash.end())},
+        if (!add_key(out,
+                     {PGMIO_KEY_OWNER_HASH, PGMIO_KEY_STORAGE_EFUSE, "owner", PGMIO_BYTES(hash.begin(), hash.end())},
                      error))
             return false;
         add_line(out, "key owner efuse");
@@ -127,9 +128,9 @@ bool pgmsec_write_key_programming(const std::string& ekp_path, const PGMSEC_KEY_
         text += line + "\n";
     const size_t dot = ekp_path.find_last_of('.');
     const size_t slash = ekp_path.find_last_of('/');
-    fuse_path = (dot != std::string::npos && (slash == std::string::npos || dot > slash) ? ekp_path.substr(0, dot)
-                                                                                          : ekp_path) +
-                ".fuse";
+    fuse_path =
+        (dot != std::string::npos && (slash == std::string::npos || dot > slash) ? ekp_path.substr(0, dot) : ekp_path) +
+        ".fuse";
     return pgmio_write_file_atomic(fuse_path, std::span(reinterpret_cast<const uint8_t*>(text.data()), text.size()),
                                    error, 0600);
 }

@@ -13,7 +13,7 @@ namespace
 {
 
 constexpr const char* k_option_names[PGMIO_SECURITY_OPT_COUNT] = {
-    "no_hps_jtag", "secure", "epof_only", "no_config", "no_battery_key", "no_jtag",
+    "no_hps_jtag",      "secure",     "epof_only",   "no_config",   "no_battery_key", "no_jtag",
     "lock_battery_key", "no_otp_key", "no_jtag_ext", "no_jtag_key", "no_pr",
 };
 
@@ -221,8 +221,7 @@ bool pgmsec_store_sign_block(PGMIO_BYTES& image, const PGMSEC_SIGN_BLOCK& block,
     return true;
 }
 
-bool pgmsec_parse_stored(std::span<const uint8_t> section, bool encrypted, PGMSEC_STORED& stored,
-                         std::string& error)
+bool pgmsec_parse_stored(std::span<const uint8_t> section, bool encrypted, PGMSEC_STORED& stored, std::string& error)
 {
     PGMIO_BYTE_READER in(section, "stored section");
     stored.plain_size = in.u64();
@@ -267,8 +266,8 @@ bool pgmsec_check_configuration(std::span<const uint8_t> image, const PGMIO_CONF
             actual.push_back({section.tag, section.data.size()});
     const auto same = [](const PGMSEC_HEADER::ENTRY& a, const PGMSEC_HEADER::ENTRY& b)
     { return a.tag == b.tag && a.size == b.size; };
-    if (parsed.has_header && !std::equal(actual.begin(), actual.end(), parsed.header.directory.begin(),
-                                         parsed.header.directory.end(), same))
+    if (parsed.has_header &&
+        !std::equal(actual.begin(), actual.end(), parsed.header.directory.begin(), parsed.header.directory.end(), same))
     {
         error = "the section directory of 'SECH' does not match the file's payload sections";
         return false;
@@ -335,10 +334,12 @@ bool pgmsec_describe_configuration(std::span<const uint8_t> image, PGMSEC_INFO& 
             if (data.encryption)
             {
                 const bool second = section.tag == PGMIO_SECTION_HPS && !header.key2.empty();
-                entry.encryption = PGMSEC_SECTION_ENCRYPTION{
-                    header.key_bytes == 16 ? "aes-128-gcm" : "aes-256-gcm", second ? header.key2 : header.key1,
-                    pgmio_hex_text(stored.iv), pgmio_hex_text(stored.tag), section.offset + stored.data_offset,
-                    stored.data.size()};
+                entry.encryption = PGMSEC_SECTION_ENCRYPTION{header.key_bytes == 16 ? "aes-128-gcm" : "aes-256-gcm",
+                                                             second ? header.key2 : header.key1,
+                                                             pgmio_hex_text(stored.iv),
+                                                             pgmio_hex_text(stored.tag),
+                                                             section.offset + stored.data_offset,
+                                                             stored.data.size()};
             }
         }
         info.sections.push_back(entry);
@@ -375,8 +376,7 @@ bool pgmsec_describe_configuration(std::span<const uint8_t> image, PGMSEC_INFO& 
     {
         PGMSEC_SIGN_BLOCK block;
         PGMSEC_SIGNED_RANGE range;
-        if (!pgmsec_decode_sign_block(data.signature_block, block, error) ||
-            !pgmsec_signed_range(image, range, error))
+        if (!pgmsec_decode_sign_block(data.signature_block, block, error) || !pgmsec_signed_range(image, range, error))
             return false;
         PGMSEC_SIGNATURE_INFO signature;
         signature.signed_offset = range.offset;

@@ -117,11 +117,11 @@ bool pgmsec_sign_digest(EVP_PKEY* key, const PGMSEC_SHA384& digest, PGMIO_BYTES&
 {
     PKEY_CTX ctx(EVP_PKEY_CTX_new(key, nullptr));
     size_t size = 0;
-    bool ok = ctx && EVP_PKEY_sign_init(ctx.get()) == 1 && EVP_PKEY_CTX_set_signature_md(ctx.get(), EVP_sha384()) == 1 &&
+    bool ok = ctx && EVP_PKEY_sign_init(ctx.get()) == 1 &&
+              EVP_PKEY_CTX_set_signature_md(ctx.get(), EVP_sha384()) == 1 &&
               EVP_PKEY_sign(ctx.get(), nullptr, &size, digest.data(), digest.size()) == 1;
     der.resize(size);
-    ok = ok && EVP_PKEY_sign(ctx.get(), der.data(), &size, digest.data(), digest.size()) == 1 &&
-         size <= PGMSEC_MAX_DER;
+    ok = ok && EVP_PKEY_sign(ctx.get(), der.data(), &size, digest.data(), digest.size()) == 1 && size <= PGMSEC_MAX_DER;
     der.resize(ok ? size : 0);
     if (!ok)
         error = "ECDSA signing failed";
@@ -131,7 +131,6 @@ bool pgmsec_sign_digest(EVP_PKEY* key, const PGMSEC_SHA384& digest, PGMIO_BYTES&
 bool pgmsec_verify_digest(EVP_PKEY* key, const PGMSEC_SHA384& digest, std::span<const uint8_t> der)
 {
     PKEY_CTX ctx(EVP_PKEY_CTX_new(key, nullptr));
-    return ctx && EVP_PKEY_verify_init(ctx.get()) == 1 &&
-           EVP_PKEY_CTX_set_signature_md(ctx.get(), EVP_sha384()) == 1 &&
+    return ctx && EVP_PKEY_verify_init(ctx.get()) == 1 && EVP_PKEY_CTX_set_signature_md(ctx.get(), EVP_sha384()) == 1 &&
            EVP_PKEY_verify(ctx.get(), der.data(), der.size(), digest.data(), digest.size()) == 1;
 }

@@ -45,7 +45,8 @@ TEST(PgmsecPrimitives, KnownAnswersAndLz4FrameReadByTheLz4Tool)
     const PGMIO_BYTES kek = unhex(k_key_hex);
     const PGMIO_BYTES data = unhex("00112233445566778899aabbccddeeff000102030405060708090a0b0c0d0e0f");
     ASSERT_TRUE(pgmsec_key_wrap(kek, data, wrapped, error)) << error;
-    EXPECT_EQ(pgmio_hex_text(wrapped), "28c9f404c4b810f4cbccb35cfb87f8263f5786e2d80ed326cbc7f0e71a99f43bfb988b9b7a02dd21");
+    EXPECT_EQ(pgmio_hex_text(wrapped),
+              "28c9f404c4b810f4cbccb35cfb87f8263f5786e2d80ed326cbc7f0e71a99f43bfb988b9b7a02dd21");
     ASSERT_TRUE(pgmsec_key_unwrap(kek, wrapped, unwrapped, error));
     EXPECT_TRUE(std::equal(data.begin(), data.end(), unwrapped.data()));
     wrapped[5] ^= 1;
@@ -80,15 +81,13 @@ TEST(PgmsecImage, IndependentToolsReadBackEverySectionAndSignature)
         const char* compression_name;
     };
     const CASE cases[] = {
-        {true, false, false, false, "lz4"},
-        {false, true, false, false, "lz4hc"},
-        {false, false, true, false, "none"},
-        {false, false, false, true, "none"},
-        {true, false, true, true, "lz4"},
+        {true, false, false, false, "lz4"},  {false, true, false, false, "lz4hc"}, {false, false, true, false, "none"},
+        {false, false, false, true, "none"}, {true, false, true, true, "lz4"},
     };
     for (const CASE& c : cases)
     {
-        SCOPED_TRACE(std::string(c.compression_name) + (c.encryption ? " encrypted" : "") + (c.signing ? " signed" : ""));
+        SCOPED_TRACE(std::string(c.compression_name) + (c.encryption ? " encrypted" : "") +
+                     (c.signing ? " signed" : ""));
         PGMIO_SECURITY_SETTINGS s = c.encryption ? f.encrypted() : PGMIO_SECURITY_SETTINGS{};
         s.compression = c.compression;
         s.enhanced_compression = c.enhanced;
@@ -105,9 +104,9 @@ TEST(PgmsecImage, IndependentToolsReadBackEverySectionAndSignature)
         {
             if (!section.contains("plain_size"))
                 continue;
-            const PGMIO_CONFIG_SECTION* expected = f.plain.find(pgmio_tag(
-                {section["tag"].get<std::string>()[0], section["tag"].get<std::string>()[1],
-                 section["tag"].get<std::string>()[2], section["tag"].get<std::string>()[3], 0}));
+            const PGMIO_CONFIG_SECTION* expected = f.plain.find(
+                pgmio_tag({section["tag"].get<std::string>()[0], section["tag"].get<std::string>()[1],
+                           section["tag"].get<std::string>()[2], section["tag"].get<std::string>()[3], 0}));
             ASSERT_NE(expected, nullptr);
             ++payloads;
             EXPECT_EQ(section["plain_size"], expected->data.size());
@@ -144,12 +143,12 @@ TEST(PgmsecImage, IndependentToolsReadBackEverySectionAndSignature)
         EXPECT_EQ(sig["algorithm"], "ecdsa-p384-sha384");
         EXPECT_EQ(sig["verified"], true);
         const std::string dd = "dd if=" + file + " status=none iflag=skip_bytes,count_bytes bs=65536 ";
-        EXPECT_EQ(shell(dd + "skip=" + std::to_string(sig["signed_offset"].get<uint64_t>()) + " count=" +
-                        std::to_string(sig["signed_size"].get<uint64_t>()) + " > '" + f.file("signed.bin") + "' && " +
-                        dd + "skip=" + std::to_string(sig["der_offset"].get<uint64_t>()) + " count=" +
-                        std::to_string(sig["der_size"].get<uint64_t>()) + " > '" + f.file("sig.der") + "' && " +
-                        "openssl dgst -sha384 -verify '" + f.file("pub.pem") + "' -signature '" + f.file("sig.der") +
-                        "' '" + f.file("signed.bin") + "' > /dev/null"),
+        EXPECT_EQ(shell(dd + "skip=" + std::to_string(sig["signed_offset"].get<uint64_t>()) +
+                        " count=" + std::to_string(sig["signed_size"].get<uint64_t>()) + " > '" + f.file("signed.bin") +
+                        "' && " + dd + "skip=" + std::to_string(sig["der_offset"].get<uint64_t>()) +
+                        " count=" + std::to_string(sig["der_size"].get<uint64_t>()) + " > '" + f.file("sig.der") +
+                        "' && " + "openssl dgst -sha384 -verify '" + f.file("pub.pem") + "' -signature '" +
+                        f.file("sig.der") + "' '" + f.file("signed.bin") + "' > /dev/null"),
                   0);
     }
 }
@@ -177,8 +176,8 @@ TEST(PgmsecImage, PlainIdentityRepeatabilityAndRefusals)
     {
         EXPECT_EQ(one.sections[i].data.size(), two.sections[i].data.size());
         EXPECT_TRUE(std::equal(one.sections[i].data.begin(), one.sections[i].data.begin() + 8,
-                               two.sections[i].data.begin()));            // plain size
-        EXPECT_NE(one.sections[i].data, two.sections[i].data);            // fresh IV
+                               two.sections[i].data.begin())); // plain size
+        EXPECT_NE(one.sections[i].data, two.sections[i].data); // fresh IV
     }
 
     struct REFUSAL

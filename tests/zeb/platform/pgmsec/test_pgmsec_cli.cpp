@@ -53,33 +53,47 @@ TEST(PgmsecOptions, EveryOptionActsOrIsRefusedNamingIt)
     };
     const CASE cases[] = {
         {"compression", [](auto& s, auto&) { s.compression = true; }, "7TR440PA3R1", "security options=none"},
-        {"key_file2/key2", [](auto& s, auto& f) { s = f.encrypted(), s.key_file2 = f.file("keys.txt"), s.key2 = "hps"; },
-         "7TR440PA3R1", "key2 id (HPS section)=hps"},
-        {"key2 without HPS", [](auto& s, auto& f) { s = f.encrypted(), s.key_file2 = f.file("keys.txt"), s.key2 = "hps"; },
-         "5ZV066H2", "option 'key2' encrypts the HPS section"},
+        {"key_file2/key2",
+         [](auto& s, auto& f) { s = f.encrypted(), s.key_file2 = f.file("keys.txt"), s.key2 = "hps"; }, "7TR440PA3R1",
+         "key2 id (HPS section)=hps"},
+        {"key2 without HPS",
+         [](auto& s, auto& f) { s = f.encrypted(), s.key_file2 = f.file("keys.txt"), s.key2 = "hps"; }, "5ZV066H2",
+         "option 'key2' encrypts the HPS section"},
         {"finalize_encryption",
-         [](auto& s, auto& f) { s = f.encrypted(), s.finalize_encryption = true, s.hek_file = f.file("k.hek"), s.password = "correct horse"; },
+         [](auto& s, auto& f) {
+             s = f.encrypted(), s.finalize_encryption = true, s.hek_file = f.file("k.hek"),
+             s.password = "correct horse";
+         },
          "7TR440PA3R1", "wrapped key=finalised"},
         {"password wrong",
-         [](auto& s, auto& f) { s = f.encrypted(), s.finalize_encryption = true, s.hek_file = f.file("k.hek"), s.password = "wrong"; },
+         [](auto& s, auto& f)
+         { s = f.encrypted(), s.finalize_encryption = true, s.hek_file = f.file("k.hek"), s.password = "wrong"; },
          "7TR440PA3R1", "does not open with the given password"},
         {"finalize_encryption_later", [](auto& s, auto& f) { s = f.encrypted(), s.finalize_encryption_later = true; },
          "7TR440PA3R1", "wrapped key=not finalised"},
         {"sign_later", [](auto& s, auto&) { s.sign_later = true; }, "7TR440PA3R1", "security options=none"},
-        {"signing without pem", [](auto& s, auto&) { s.signing = PGMIO_SIGNING_PEM; }, "7TR440PA3R1", "needs option 'signing_pem_file'"},
+        {"signing without pem", [](auto& s, auto&) { s.signing = PGMIO_SIGNING_PEM; }, "7TR440PA3R1",
+         "needs option 'signing_pem_file'"},
         {"hky_file", [](auto& s, auto& f) { s.hky_file = f.file("owner.hky"); }, "7TR440PA3R1", "owner root key hash="},
-        {"hlk_file", [](auto& s, auto&) { s.hlk_file = "x.hlk"; }, "7TR440PA3R1", "option 'hlk_file' is not available for device 7TR440PA3R1"},
-        {"key_storage", [](auto& s, auto& f) { s = f.encrypted(), s.key_storage = "BBRAM"; }, "7TR440PA3R1", "key storage=BBRAM"},
-        {"non_volatile_key", [](auto& s, auto& f) { s = f.encrypted(), s.non_volatile_key = true; }, "7TR440PA3R1", "non_volatile_key;key storage=eFuse"},
+        {"hlk_file", [](auto& s, auto&) { s.hlk_file = "x.hlk"; }, "7TR440PA3R1",
+         "option 'hlk_file' is not available for device 7TR440PA3R1"},
+        {"key_storage", [](auto& s, auto& f) { s = f.encrypted(), s.key_storage = "BBRAM"; }, "7TR440PA3R1",
+         "key storage=BBRAM"},
+        {"non_volatile_key", [](auto& s, auto& f) { s = f.encrypted(), s.non_volatile_key = true; }, "7TR440PA3R1",
+         "non_volatile_key;key storage=eFuse"},
         {"seu_recovery", [](auto& s, auto&) { s.seu_recovery = true; }, "7TR440PA3R1", "security flags=seu_recovery"},
-        {"rsu_upgrade", [](auto& s, auto&) { s.rsu_upgrade = true; }, "GENERIC", "option 'rsu_upgrade' is not available for device GENERIC"},
+        {"rsu_upgrade", [](auto& s, auto&) { s.rsu_upgrade = true; }, "GENERIC",
+         "option 'rsu_upgrade' is not available for device GENERIC"},
         {"decryption_during_pr", [](auto& s, auto& f) { s = f.encrypted(), s.decryption_during_pr = true; }, "3ZT085F2",
          "option 'decryption_during_pr' is not available for device 3ZT085F2"},
-        {"decompression_during_pr", [](auto& s, auto&) { s.compression = s.decompression_during_pr = true; }, "7TR440PA3R1",
-         "security flags=decompression_during_pr"},
-        {"security option", [](auto& s, auto&) { s.options[PGMIO_SECURITY_OPT_NO_JTAG] = 2; }, "7TR440PA3R1", "security options=no_jtag=2"},
-        {"security option", [](auto& s, auto&) { s.options[PGMIO_SECURITY_OPT_NO_PR] = 3; }, "GENERIC", "not available for device GENERIC"},
-        {"encryption 128-bit", [](auto& s, auto& f) { s = f.encrypted(); }, "3ZT085F2", "encryption algorithm=aes-128-gcm"},
+        {"decompression_during_pr", [](auto& s, auto&) { s.compression = s.decompression_during_pr = true; },
+         "7TR440PA3R1", "security flags=decompression_during_pr"},
+        {"security option", [](auto& s, auto&) { s.options[PGMIO_SECURITY_OPT_NO_JTAG] = 2; }, "7TR440PA3R1",
+         "security options=no_jtag=2"},
+        {"security option", [](auto& s, auto&) { s.options[PGMIO_SECURITY_OPT_NO_PR] = 3; }, "GENERIC",
+         "not available for device GENERIC"},
+        {"encryption 128-bit", [](auto& s, auto& f) { s = f.encrypted(); }, "3ZT085F2",
+         "encryption algorithm=aes-128-gcm"},
     };
     for (const CASE& c : cases)
     {
@@ -138,11 +152,14 @@ TEST(PgmsecCli, SignAndFinalizeLaterMatchOneStepGeneration)
                             "' && openssl ec -in '" + f.file("other.pem") + "' -pubout -out '" + f.file("other.pub") +
                             "'"),
                       0);
-            const PROGRAM_RUN wrong =
-                corvane("--sign " + file + " --signature '" + f.file("sig.der") + "' --public-key '" + f.file("other.pub") + "'");
+            const PROGRAM_RUN wrong = corvane("--sign " + file + " --signature '" + f.file("sig.der") +
+                                              "' --public-key '" + f.file("other.pub") + "'");
             EXPECT_EQ(wrong.status, 1);
             EXPECT_NE(wrong.err.find("does not verify with the public key"), std::string::npos) << wrong.output();
-            EXPECT_EQ(corvane("--sign " + file + " --signature '" + f.file("sig.der") + "' --public-key '" + f.file("pub.pem") + "'").status, 0);
+            EXPECT_EQ(corvane("--sign " + file + " --signature '" + f.file("sig.der") + "' --public-key '" +
+                              f.file("pub.pem") + "'")
+                          .status,
+                      0);
         }
         EXPECT_EQ(info_json(f.file("later.rbf"))["signature"]["verified"], true) << form;
         EXPECT_EQ(unsigned_content(f.file("later.rbf")), unsigned_content(f.file("one.rbf"))) << form;
@@ -172,14 +189,16 @@ TEST(PgmsecCli, SignAndFinalizeLaterMatchOneStepGeneration)
     const std::string finalize = "--finalize-encryption '" + f.file("later.rbf") + "' --hek '" + f.file("k.hek") +
                                  "' --key-file '" + f.file("keys.txt") + "' --password-file '" + f.file("pw") + "'";
     write_file(f.file("bad-pw"), "guess\n");
-    const PROGRAM_RUN wrong = corvane("--finalize-encryption '" + f.file("later.rbf") + "' --hek '" + f.file("k.hek") +
-                                      "' --key-file '" + f.file("keys.txt") + "' --password-file '" + f.file("bad-pw") + "'");
+    const PROGRAM_RUN wrong =
+        corvane("--finalize-encryption '" + f.file("later.rbf") + "' --hek '" + f.file("k.hek") + "' --key-file '" +
+                f.file("keys.txt") + "' --password-file '" + f.file("bad-pw") + "'");
     EXPECT_EQ(wrong.status, 1);
     EXPECT_NE(wrong.err.find("does not open with the given password"), std::string::npos) << wrong.output();
     ASSERT_EQ(corvane(finalize).status, 0);
     EXPECT_NE(corvane(finalize).err.find("is already finalised"), std::string::npos);
     ASSERT_EQ(corvane("--sign '" + f.file("later.rbf") + "'" + key).status, 0);
-    EXPECT_EQ(unsigned_content(f.file("later.rbf")).security_header, unsigned_content(f.file("one.rbf")).security_header);
+    EXPECT_EQ(unsigned_content(f.file("later.rbf")).security_header,
+              unsigned_content(f.file("one.rbf")).security_header);
     EXPECT_EQ(info_json(f.file("later.rbf"))["signature"]["verified"], true);
 }
 
@@ -199,7 +218,8 @@ TEST(PgmsecCli, SecretsStayOutOfOutputsAndLogs)
     BITASM_OPTIONS options;
     options.size = 4096;
     std::string error, logs;
-    ASSERT_TRUE(BITASM_MGR::assemble_sof(*f.device, options, sof, error) && PGMIO_SOF::write(f.file("d.sof"), sof, error));
+    ASSERT_TRUE(BITASM_MGR::assemble_sof(*f.device, options, sof, error) &&
+                PGMIO_SOF::write(f.file("d.sof"), sof, error));
     {
         MSG_CAPTURE_SINK capture;
         PGMIO_CCF ccf("secrets", "", new PGMIO_FILE_OPTIONS, 1, 0, false, 10.0, 1.0, false, true);

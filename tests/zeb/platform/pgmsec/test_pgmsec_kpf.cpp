@@ -17,7 +17,8 @@ TEST(PgmsecKeyProgramming, EkpAndFuseFilesHoldWhatTheSettingsName)
     BITASM_OPTIONS options;
     options.size = 4096;
     std::string error;
-    ASSERT_TRUE(BITASM_MGR::assemble_sof(*f.device, options, sof, error) && PGMIO_SOF::write(f.file("d.sof"), sof, error))
+    ASSERT_TRUE(BITASM_MGR::assemble_sof(*f.device, options, sof, error) &&
+                PGMIO_SOF::write(f.file("d.sof"), sof, error))
         << error;
     PGMIO_CCF ccf("kpf", "", new PGMIO_FILE_OPTIONS, 1, 0, false, 10.0, 1.0, false, true);
     ASSERT_TRUE(ccf.add_sof_file(FIO_PATH(f.file("d.sof")), 0, 0, 0));
@@ -37,8 +38,8 @@ TEST(PgmsecKeyProgramming, EkpAndFuseFilesHoldWhatTheSettingsName)
     EXPECT_EQ(ekp.keys[0].id, "main");
     EXPECT_EQ(ekp.keys[0].storage, PGMIO_KEY_STORAGE_EFUSE);
     EXPECT_EQ(pgmio_hex_text(ekp.keys[0].key), k_key_hex);
-    ASSERT_EQ(shell("openssl ec -pubin -in '" + f.file("pub.pem") + "' -outform DER | openssl dgst -sha384 -r | cut -c1-96 > '" +
-                    f.file("owner.txt") + "'"),
+    ASSERT_EQ(shell("openssl ec -pubin -in '" + f.file("pub.pem") +
+                    "' -outform DER | openssl dgst -sha384 -r | cut -c1-96 > '" + f.file("owner.txt") + "'"),
               0);
     EXPECT_EQ(pgmio_hex_text(ekp.keys[1].key) + "\n", read_file(f.file("owner.txt")));
     EXPECT_EQ(read_file(f.file("keys.fuse")),
