@@ -11,8 +11,9 @@ namespace
 {
 
 // The elements in the order in which help lists their options.
-const char* const k_element_order[] = {"settings",     "output file",   "output file options", "secondary file options",
-                                       "flash loader", "flash device", "bitstream"};
+const char* const k_element_order[] = {
+    "settings",     "output file", "output file options", "secondary file options", "flash loader",
+    "flash device", "bitstream"};
 
 // Calls `visit(name, info)` for each listed option of `element_name`.
 template <class VISIT> void for_each_listed_option(const char* element_name, VISIT visit)

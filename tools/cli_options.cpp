@@ -37,14 +37,15 @@ const PARAM_GROUP k_groups[] = {
     {12, 13, ZEB_CMD_OPT_SETTINGS, "settings", "ZEB_CMD_PARAM_SETTINGS_", make_element<PGM_COMMON_XML_ZEB_SETTINGS>},
     {14, 19, ZEB_CMD_OPT_OUTPUT_FILE, "output file options", "ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_",
      make_element<PGM_COMMON_XML_ZEB_FILE_OPTIONS>},
-    {20, 25, ZEB_CMD_OPT_OUTPUT_FILE, "secondary file options", "ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_FILE_OPTIONS_",
-     make_element<PGM_COMMON_XML_ZEB_FILE_OPTIONS>},
+    {20, 25, ZEB_CMD_OPT_OUTPUT_FILE, "secondary file options",
+     "ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_FILE_OPTIONS_", make_element<PGM_COMMON_XML_ZEB_FILE_OPTIONS>},
     {32, 36, ZEB_CMD_OPT_OUTPUT_FILE, "output file", "ZEB_CMD_PARAM_OUTPUT_FILE_",
      make_element<PGM_COMMON_XML_ZEB_OUTPUT_FILE>},
     {39, 39, ZEB_CMD_OPT_FLASH_LOADER, "flash loader", nullptr, nullptr},
     {60, 76, ZEB_CMD_OPT_FLASH_DEVICE, "flash device", "ZEB_CMD_PARAM_FLASH_DEVICE_",
      make_element<PGM_COMMON_XML_ZEB_FLASH_DEVICE>},
-    {79, 117, ZEB_CMD_OPT_BITSTREAM, "bitstream", "ZEB_CMD_PARAM_BITSTREAM_PATH_", make_element<PGM_COMMON_XML_ZEB_PATH>},
+    {79, 117, ZEB_CMD_OPT_BITSTREAM, "bitstream", "ZEB_CMD_PARAM_BITSTREAM_PATH_",
+     make_element<PGM_COMMON_XML_ZEB_PATH>},
 };
 
 std::string lower(std::string_view text)
@@ -145,7 +146,8 @@ std::vector<PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM> cli_accepted_params(std::string_v
     CLI_PARAM_INFO info;
     for (PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM param : ZEB_DB_UTIL::find_cmd_params_by_option_name(option_name))
     {
-        if (!ZEB_DB::get_enabled(param) || !ZEB_DB_UTIL::param_enabled_by_ini(param) || !cli_describe_param(param, info))
+        if (!ZEB_DB::get_enabled(param) || !ZEB_DB_UTIL::param_enabled_by_ini(param) ||
+            !cli_describe_param(param, info))
             continue;
         if (listed && ZEB_DB::get_hidden(param))
             continue;
@@ -243,7 +245,7 @@ bool cli_convert_value(const CLI_PARAM_INFO& info, std::string_view option_name,
         break;
     }
     if (!fits)
-        error = "option '" + std::string(option_name) + "' does not take '" + word + "'; allowed: " +
-                cli_value_summary(info);
+        error = "option '" + std::string(option_name) + "' does not take '" + word +
+                "'; allowed: " + cli_value_summary(info);
     return fits;
 }

@@ -174,7 +174,8 @@ bool choose_secondaries(ZEB_FILE_TYPE output_type, const std::string* named, std
         {
             std::string allowed;
             for (ZEB_FILE_TYPE each : offered)
-                allowed += (allowed.empty() ? "" : "|") + std::string(pgm_common_xml_enum_name(ZEB_DB::get_xml_enum(each)));
+                allowed +=
+                    (allowed.empty() ? "" : "|") + std::string(pgm_common_xml_enum_name(ZEB_DB::get_xml_enum(each)));
             return cli_usage_error("--secondary: '" + word + "' is not a secondary file of this output; allowed: " +
                                    (allowed.empty() ? "none" : allowed)),
                    false;
@@ -264,10 +265,10 @@ bool build_flash(PGM_COMMON_XML_ZEB_ZEB* document, const REQUEST& request, const
     {
         std::string partition = !factory.empty() && i == 0 ? factory : "P" + std::to_string(++user_partition);
         if (partition != factory)
-            add_partition({{ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, partition},
-                           {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_S_ADDR,
-                            start && bitstreams.size() == 1 ? start->text : "auto"},
-                           {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_E_ADDR, "auto"}});
+            add_partition(
+                {{ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, partition},
+                 {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_S_ADDR, start && bitstreams.size() == 1 ? start->text : "auto"},
+                 {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_E_ADDR, "auto"}});
         PARAMS assignment{{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, partition},
                           {ZEB_CMD_PARAM_ASSIGNMENT_BITSTREAM_ID, bitstreams[i]}};
         if (paged)
@@ -307,7 +308,8 @@ bool build_flash_loader(PGM_COMMON_XML_ZEB_ZEB* document, const REQUEST& request
         const PGM_DEVICE* device = nullptr;
         std::string message;
         std::string detail;
-        if (!input.raw && ZEB_UTIL::precheck_input_file(FIO_PATH(input.path), &device, message, detail, false) && device)
+        if (!input.raw && ZEB_UTIL::precheck_input_file(FIO_PATH(input.path), &device, message, detail, false) &&
+            device)
             loader = device->get_name();
     }
     if (loader.empty())
@@ -438,7 +440,8 @@ int cli_mode_convert(const CLI_ARGS& args)
         if (!resolve_input(positional[i], input))
             return CLI_USAGE;
         if (input.raw && !is_flash_output(request.output_type))
-            return cli_usage_error("raw data file '" + input.path + "' can only go into a flash output (.jic, .pof, .rpd)");
+            return cli_usage_error("raw data file '" + input.path +
+                                   "' can only go into a flash output (.jic, .pof, .rpd)");
         request.inputs.push_back(input);
     }
 

@@ -103,8 +103,8 @@ double draw_flash(std::string& svg, const PGMCONV_PICTURE& picture, double top)
         const double middle = y + height / 2;
         svg += format("<line x1='%g' y1='%.2f' x2='%g' y2='%.2f' stroke='#777' stroke-width='0.5'/>\n",
                       k_bar_x + k_bar_width, middle, k_label_x - 4, label_y - 4);
-        const std::string used = area.kind == "free" || area.used == 0 ? std::string()
-                                                                       : ", " + size_text(area.used) + " used";
+        const std::string used =
+            area.kind == "free" || area.used == 0 ? std::string() : ", " + size_text(area.used) + " used";
         svg += format("<text x='%g' y='%.2f' font-size='12' font-family='monospace'>", k_label_x, label_y) +
                PGM_COMMON_XML::escape(area.kind == "free" ? "" : area.name + " ", false) +
                format("%s 0x%08" PRIX64 "-0x%08" PRIX64 " (%s%s)</text>\n", area.kind.c_str(), area.start, area.end,

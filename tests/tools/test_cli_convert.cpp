@@ -95,15 +95,17 @@ LANDING derived_landing(const std::string& name, PGM_COMMON_XML_ZEB_CMD_PARAM_EN
 TEST(CliConvert, EveryOptionOfTheTableLandsInItsAttribute)
 {
     corvane_test::SCRATCH_CWD cwd;
-    corvane_test::write_file("corvane.ini", "ZEB_ENABLE_JTAG_SECURITY_OPTION=ON\nZEB_ENABLE_BOOT_CONTROL_OPTIONS=ON\n"
-                                            "ZEB_ENABLE_POWER_ON_SCHEME_OPTION=ON\nZEB_ENABLE_RSU_APP_IMAGE_OPTIONS=ON\n"
-                                            "ZEB_ENABLE_TEST_MODE_OPTIONS=ON\n");
+    corvane_test::write_file("corvane.ini",
+                             "ZEB_ENABLE_JTAG_SECURITY_OPTION=ON\nZEB_ENABLE_BOOT_CONTROL_OPTIONS=ON\n"
+                             "ZEB_ENABLE_POWER_ON_SCHEME_OPTION=ON\nZEB_ENABLE_RSU_APP_IMAGE_OPTIONS=ON\n"
+                             "ZEB_ENABLE_TEST_MODE_OPTIONS=ON\n");
     ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size 4096 design.sof").status, 0);
     size_t tested = 0;
     for (PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM param : ZEB_DB::get_all_cmd_param_type_keys())
     {
         const std::string name = ZEB_DB::get_option_name(param);
-        if (name.empty() || !ZEB_DB::get_enabled(param) || param == ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_FILE_OPTIONS_BITSWAP)
+        if (name.empty() || !ZEB_DB::get_enabled(param) ||
+            param == ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_FILE_OPTIONS_BITSWAP)
             continue;
         std::string attribute;
         const auto row = k_landings.find(name);
@@ -138,9 +140,10 @@ TEST(CliConvert, SharedBitswapFollowsTheOutputType)
 {
     corvane_test::SCRATCH_CWD cwd;
     ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size 4096 design.sof").status, 0);
-    ASSERT_EQ(corvane("-c --no-check --save j.zeb --secondary SEC_RPD,MAP -o bitswap=ON -o device=VQ256A design.sof o.jic")
-                  .status,
-              0);
+    ASSERT_EQ(
+        corvane("-c --no-check --save j.zeb --secondary SEC_RPD,MAP -o bitswap=ON -o device=VQ256A design.sof o.jic")
+            .status,
+        0);
     EXPECT_EQ(xpath("j.zeb", "//secondary_file[@type=\"SEC_RPD\"]/file_options/@bitswap"), "true");
     EXPECT_EQ(xpath("j.zeb", "//secondary_file[@type=\"MAP\"]/file_options/@bitswap"), "");
     EXPECT_EQ(xpath("j.zeb", "//output_file/file_options/@bitswap"), "");
@@ -208,8 +211,8 @@ TEST(CliConvert, HelpManualAndCompletionComeFromTheTable)
         const std::string name = ZEB_DB::get_option_name(param);
         // A raw file's bit swap is not an option: a raw file comes as an input argument.
         const bool listed = ZEB_DB::get_enabled(param) && !ZEB_DB::get_hidden(param) &&
-                            param != ZEB_CMD_PARAM_RAW_FILE_BITSWAP &&
-                            !ZEB_DB::get_enabled_by_ini(param) && !name.empty();
+                            param != ZEB_CMD_PARAM_RAW_FILE_BITSWAP && !ZEB_DB::get_enabled_by_ini(param) &&
+                            !name.empty();
         if (listed && !ZEB_DB::get_description(param).empty())
         {
             EXPECT_TRUE(contains(help.out, "        " + ZEB_DB::get_description(param) + "\n")) << name;
@@ -219,7 +222,8 @@ TEST(CliConvert, HelpManualAndCompletionComeFromTheTable)
             EXPECT_FALSE(contains(help.out, "    " + name + "=")) << name;
         }
     }
-    EXPECT_TRUE(contains(corvane("--help --ini ZEB_ENABLE_BOOT_CONTROL_OPTIONS=ON").out, "    enable_spi_mode=ON|OFF\n"));
+    EXPECT_TRUE(
+        contains(corvane("--help --ini ZEB_ENABLE_BOOT_CONTROL_OPTIONS=ON").out, "    enable_spi_mode=ON|OFF\n"));
 
     PROGRAM_RUN one = corvane("--help=password");
     EXPECT_EQ(one.status, 2) << "hidden";
@@ -230,8 +234,9 @@ TEST(CliConvert, HelpManualAndCompletionComeFromTheTable)
 
     EXPECT_EQ(corvane("--man").out, corvane_test::read_file(corvane_test::source_file("docs/corvane.1")))
         << "docs/corvane.1 is stale: regenerate it with corvane --man";
-    PROGRAM_RUN lint = corvane_test::run_program("sh", "-c 'LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -l " +
-                                                           corvane_test::source_file("docs/corvane.1") + " >/dev/null'");
+    PROGRAM_RUN lint =
+        corvane_test::run_program("sh", "-c 'LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -l " +
+                                            corvane_test::source_file("docs/corvane.1") + " >/dev/null'");
     EXPECT_EQ(lint.err, "");
     const std::string completion = corvane("--completion").out;
     EXPECT_TRUE(contains(completion, " mode= ") && contains(completion, "--convert")) << completion;
@@ -264,7 +269,8 @@ TEST(CliConvert, QuietVerboseAndTheClosingCount)
     PROGRAM_RUN failed = corvane("-c --quiet -o mode=ASX4 design.sof p.rbf");
     EXPECT_EQ(failed.status, 1);
     EXPECT_EQ(failed.out, "");
-    EXPECT_TRUE(contains(failed.err, "Error (19516): ") && contains(failed.err, "\n1 error, 0 warnings\n")) << failed.err;
+    EXPECT_TRUE(contains(failed.err, "Error (19516): ") && contains(failed.err, "\n1 error, 0 warnings\n"))
+        << failed.err;
     EXPECT_FALSE(std::filesystem::exists("p.rbf"));
     EXPECT_TRUE(contains(corvane("--verbose -c -o mode=AVSTX8 design.sof o.rbf").err, "[ZEB_COMMON] "));
 }

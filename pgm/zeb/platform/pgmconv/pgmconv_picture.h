@@ -12,7 +12,7 @@
 struct PGMCONV_PICTURE_AREA
 {
     std::string name;
-    std::string kind;  // "page", "raw", "reserved" or "directory"
+    std::string kind;   // "page", "raw", "reserved" or "directory"
     uint64_t start = 0; // first address
     uint64_t end = 0;   // last address (inclusive)
     uint64_t used = 0;  // bytes of content
