@@ -431,6 +431,13 @@ int cli_mode_convert(const CLI_ARGS& args)
         else if (option.name == "--ini" && !cli_apply_ini(option.value))
             return CLI_USAGE;
     }
+    // Files written after the outputs must have somewhere to go, or nothing is written at all.
+    for (const std::string* extra : {&save_path, &layout_path})
+    {
+        const std::string where = extra->empty() ? std::string() : FIO_PATH(*extra).get_directory();
+        if (!where.empty() && !std::filesystem::is_directory(where, ignored))
+            return cli_usage_error("directory '" + where + "' of '" + *extra + "' does not exist");
+    }
     if (!resolve_options(pairs, request.output_type, request.options) || !check_option_relations(request.options) ||
         !choose_secondaries(request.output_type, secondary, request.secondaries))
         return CLI_USAGE;

@@ -169,6 +169,7 @@ TEST(CliConvert, UsageErrorsExitWithTwoAndWriteNothing)
         {"absent.sof o.rbf", "input file 'absent.sof' does not exist"},
         {"design.sof data.bin o.jic", "does not exist"},
         {"design.sof nodir/o.rbf", "nodir' does not exist"},
+        {"--layout nodir/l.svg -o mode=AVSTX8 design.sof o.rbf", "of 'nodir/l.svg' does not exist"},
         {"design.sof o.unknown", "cannot tell the output type"},
         {"design.sof design.sof@0xZZ o.jic", "malformed address"},
         {"--secondary FOO design.sof o.jic", "allowed: SEC_RPD|MAP|HELPER_RBF"},
