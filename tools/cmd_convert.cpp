@@ -7,9 +7,11 @@
 #include "pgm/zeb/platform/fio/fio.h"
 #include "pgm/zeb/platform/ini/pgm_common_ini.h"
 #include "pgm/zeb/platform/pgm_common_xml_zeb_auto_export.h"
+#include "pgm/zeb/platform/pgmio/pgmio_text.h"
 #include "pgm/zeb/zeb_util.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -32,7 +34,8 @@ struct GIVEN_OPTION
 struct INPUT
 {
     std::string path;
-    std::string address; // "" when none was given
+    std::string address;   // "" when none was given
+    std::string own_start; // a hex file's lowest load address when no address was given
     bool raw = false;
 };
 
@@ -148,6 +151,17 @@ bool resolve_input(const std::string& argument, INPUT& input)
                 type == FIO_FILE_TYPE_UNKNOWN;
     if (input.raw && input.address.empty() && type != FIO_FILE_TYPE_HEX)
         return cli_usage_error("raw data file '" + input.path + "' needs an address: " + input.path + "@0x..."), false;
+    // A hex file without address loads at its own addresses: its partition starts at the lowest.
+    // A file that cannot be read is left to the check, which says what is wrong with it.
+    PGMIO_HEX_READER reader;
+    reader.set_file(input.path);
+    if (input.raw && input.address.empty() && reader.read_hex_file(false, false) && reader.get_hex_list() &&
+        !reader.get_hex_list()->empty())
+    {
+        char start[16];
+        std::snprintf(start, sizeof start, "0x%08X", reader.get_start_address());
+        input.own_start = start;
+    }
     return true;
 }
 
@@ -282,7 +296,9 @@ bool build_flash(PGM_COMMON_XML_ZEB_ZEB* document, const REQUEST& request, const
             continue;
         const std::string partition = "DATA" + std::to_string(raw_index + 1);
         add_partition({{ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, partition},
-                       {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_S_ADDR, input.address.empty() ? "auto" : input.address},
+                       {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_S_ADDR, !input.address.empty()     ? input.address
+                                                                     : !input.own_start.empty() ? input.own_start
+                                                                                                : "auto"},
                        {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_E_ADDR, "auto"}});
         const char* mode = input.address.empty() ? "ABS" : "REL";
         ok = set(document, ZEB_CMD_OPT_ASSIGNMENT,

@@ -15,6 +15,7 @@ fail() { echo "FAIL: $*" >&2; exit 1; }
 for sof in design factory app1 app2; do
     "$exe" --make-sof --device 7TR440PA3R1 --seed "${#sof}" --size 65536 "$sof.sof" >/dev/null
 done
+srec_cat -generate 0x1F00100 0x1F01000 -constant 0x5A -o user_data.hex -intel
 mkdir keys
 printf 'design_key %s\n' "$(openssl rand -hex 32)" >keys/design.key
 openssl ecparam -name secp384r1 -genkey -noout -out keys/sign.pem
@@ -32,10 +33,11 @@ done <recipes
 for file in single.jic single.map update.jic update.map single.rpd sram.hexout secure.rbf single.zeb; do
     [ -s "$file" ] || fail "$file was not written"
 done
-for file in single.jic update.jic secure.rbf; do
+for file in single.jic update.jic withdata.jic secure.rbf; do
     "$exe" --info "$file" | grep -q '^integrity: *ok$' || fail "$file does not pass its integrity check"
 done
 grep -q '"ok":true' out.txt || fail "--check --json: $(cat out.txt)"
+[ "$(awk '$1 == "DATA1" { print $3 }' withdata.map)" = 0x01F00100 ] || fail "user_data.hex is not at its own address"
 [ "$(grep -c ' page ' update.map)" -eq 3 ] || fail "update.map does not hold three pages"
 
 # The layout picture renders, and names every area of the memory map.
