@@ -39,6 +39,7 @@ protected:
 
 COUNTING_SINK g_sink;
 NULL_BUFFER g_null;
+std::streambuf* g_standard_output = nullptr; // standard output's own buffer while quiet
 
 } // namespace
 
@@ -55,7 +56,7 @@ void cli_take_reporting_flags(CLI_ARGS& args)
     if (take("--verbose"))
         msg_set_debug_level(2);
     if (g_sink.quiet)
-        std::cout.rdbuf(&g_null);
+        g_standard_output = std::cout.rdbuf(&g_null);
     msg_set_sink(&g_sink);
 }
 
@@ -65,5 +66,8 @@ int cli_finish_reporting(int status)
         std::cerr << g_sink.errors << (g_sink.errors == 1 ? " error, " : " errors, ") << g_sink.warnings
                   << (g_sink.warnings == 1 ? " warning\n" : " warnings\n");
     msg_set_sink(nullptr);
+    // Standard output gets its buffer back before the static objects go, the null buffer among them.
+    if (g_standard_output)
+        std::cout.rdbuf(g_standard_output);
     return status;
 }
