@@ -13,6 +13,7 @@ packages=(
     liblz4-dev lz4
     srecord binutils openocd librsvg2-bin python3 time xxd
     libarchive-zip-perl # crc32, which the flash image tests compare with
+    man-db # lints the manual page docs/corvane.1
 )
 
 missing=()

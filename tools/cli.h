@@ -2,6 +2,8 @@
 // Command-line front end: the modes of the `corvane` executable and their shared helpers.
 #pragma once
 
+#include <iosfwd>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -62,4 +64,29 @@ int cli_mode_sign(const CLI_ARGS& args);
 int cli_mode_finalize_encryption(const CLI_ARGS& args);
 int cli_mode_make_hky(const CLI_ARGS& args);
 int cli_mode_make_hek(const CLI_ARGS& args);
+int cli_mode_convert(const CLI_ARGS& args);
 // -- end of modes (add one declaration per mode above this line)
+
+// ---- Shared steps of the modes ------------------------------------------------------------------
+class PGM_COMMON_XML_ZEB_ZEB;
+// Checks a document and, unless `check_only`, generates it with one line per file written and a
+// summary line; false when the check or the generation failed (their messages are posted).
+bool cli_check_and_generate(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& label, bool check_only);
+// Draws every flash device of the document's flash outputs as an SVG picture at `path` (written
+// completely or not at all); false with a message when nothing can be drawn or written.
+bool cli_write_layout(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& path);
+// Takes --quiet (errors only, nothing on standard output) and --verbose (the debug log) out of
+// the arguments, wherever they are, and installs the counting message sink.
+void cli_take_reporting_flags(CLI_ARGS& args);
+// Prints the count of errors and warnings when `status` is a failure; returns `status`.
+int cli_finish_reporting(int status);
+// Applies "--ini NAME=VALUE" for this run; false after a usage error.
+bool cli_apply_ini(const std::string& name_value);
+
+// ---- Help from the tables (cli_help.cpp) ---------------------------------------------------------
+// The accepted, listed options of convert mode with their descriptions, by the element they set.
+void cli_print_options_help(std::ostream& out);
+// One option with its allowed values, dependencies and exclusions; a usage error when unknown.
+int cli_help_option(std::string_view name);
+void cli_print_man_page(std::ostream& out, std::span<const CLI_MODE> modes, std::string_view version);
+void cli_print_bash_completion(std::ostream& out, std::span<const CLI_MODE> modes);

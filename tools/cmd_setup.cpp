@@ -4,6 +4,7 @@
 #include "cli.h"
 
 #include "pgm/zeb/platform/ini/pgm_common_ini.h"
+#include "pgm/zeb/platform/msg/msg_json.h"
 #include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_util.h"
 
@@ -73,19 +74,58 @@ bool process(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file, SETUP_AC
     return generated;
 }
 
+// --check --json: one JSON line per document with its result instead of the messages.
+int check_as_json(const std::vector<std::string>& files)
+{
+    int status = CLI_OK;
+    for (const std::string& file : files)
+    {
+        MSG_CAPTURE_SINK capture;
+        PGM_COMMON_XML_ZEB_ZEB* raw = nullptr;
+        const bool parsed = ZEB_UTIL::parse(&raw, file);
+        std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB> document(raw);
+        bool needs_flash_loader = false;
+        bool programs_config_device = false;
+        bool error = false;
+        std::string message;
+        const bool ok = parsed && ZEB_UTIL::check(document.get(), needs_flash_loader, programs_config_device, message,
+                                                  error, true);
+        std::cout << msg_check_result_json(file, ok, capture.messages()) << '\n';
+        if (!ok)
+            status = CLI_FAILED;
+    }
+    return status;
+}
+
 } // namespace
+
+bool cli_check_and_generate(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& label, bool check_only)
+{
+    return process(document, label, check_only ? SETUP_ACTION::CHECK_ONLY : SETUP_ACTION::GENERATE);
+}
+
+bool cli_apply_ini(const std::string& name_value)
+{
+    const size_t eq = name_value.find('=');
+    if (eq == std::string::npos || eq == 0)
+        return cli_usage_error("--ini needs NAME=VALUE, got '" + name_value + "'"), false;
+    PGM_COMMON_INI::set_value(name_value.substr(0, eq), name_value.substr(eq + 1));
+    return true;
+}
 
 int cli_mode_setup(const CLI_ARGS& args)
 {
     std::vector<CLI_OPTION> options;
     std::vector<std::string> files;
-    if (!cli_split_options(args, {"--save", "--ini"}, {"--no-check", "--check"}, options, files))
+    if (!cli_split_options(args, {"--save", "--ini", "--layout"}, {"--no-check", "--check", "--json"}, options, files))
         return CLI_USAGE;
     if (files.empty())
         return cli_usage_error("no setup document given");
 
     std::string save_path;
+    std::string layout_path;
     SETUP_ACTION action = SETUP_ACTION::GENERATE;
+    bool json = false;
     for (const CLI_OPTION& option : options)
     {
         if (option.name == "--save")
@@ -97,16 +137,21 @@ int cli_mode_setup(const CLI_ARGS& args)
                 return cli_usage_error("--check and --no-check exclude each other");
             action = chosen;
         }
-        else if (option.name == "--ini")
-        {
-            const size_t eq = option.value.find('=');
-            if (eq == std::string::npos || eq == 0)
-                return cli_usage_error("--ini needs NAME=VALUE, got '" + option.value + "'");
-            PGM_COMMON_INI::set_value(option.value.substr(0, eq), option.value.substr(eq + 1));
-        }
+        else if (option.name == "--layout")
+            layout_path = option.value;
+        else if (option.name == "--json")
+            json = true;
+        else if (option.name == "--ini" && !cli_apply_ini(option.value))
+            return CLI_USAGE;
     }
+    if (json && action != SETUP_ACTION::CHECK_ONLY)
+        return cli_usage_error("--json goes with --check");
+    if (json)
+        return check_as_json(files);
     if (!save_path.empty() && files.size() != 1)
         return cli_usage_error("--save takes exactly one setup document");
+    if (!layout_path.empty() && files.size() != 1)
+        return cli_usage_error("--layout takes exactly one setup document");
 
     int status = CLI_OK;
     for (const std::string& file : files)
@@ -115,6 +160,11 @@ int cli_mode_setup(const CLI_ARGS& args)
         const bool parsed = ZEB_UTIL::parse(&raw, file);
         std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB> document(raw); // owned even when normalising failed
         if (!parsed || !process(document.get(), file, action))
+        {
+            status = CLI_FAILED;
+            continue;
+        }
+        if (!layout_path.empty() && !cli_write_layout(document.get(), layout_path))
         {
             status = CLI_FAILED;
             continue;

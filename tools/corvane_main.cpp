@@ -15,10 +15,13 @@ namespace
 
 int mode_help(const CLI_ARGS& args);
 int mode_version(const CLI_ARGS& args);
+int mode_man(const CLI_ARGS& args);
+int mode_completion(const CLI_ARGS& args);
 
 // One row per mode. The default mode (flag nullptr) handles setup documents.
 constexpr CLI_MODE k_modes[] = {
-    {nullptr, cli_mode_setup, "corvane [--check | --no-check] [--save OUT.zeb] [--ini NAME=VALUE]... SETUP.zeb...",
+    {nullptr, cli_mode_setup, "corvane [--check [--json] | --no-check] [--save OUT.zeb] [--layout OUT.svg] [--ini NAME=VALUE]... "
+     "SETUP.zeb...",
      "Reads each setup document, validates it against the schema, normalises it and checks its settings: "
      "modes and output file types, input files (which must exist and suit the target device), helper "
      "images, flash loader, flash devices and partition ranges, assignments, pages, signing and "
@@ -29,7 +32,8 @@ constexpr CLI_MODE k_modes[] = {
      "--check stops after the check and says 'check passed'; --no-check stops after normalising. "
      "With --save the (single) document is written to OUT.zeb after a passing check; the file is "
      "replaced only when it was written completely. --ini sets a configuration switch for this run "
-     "(see docs/switches.md)."},
+     "(see docs/switches.md). --check --json prints one JSON line per document: ok, or the first problem "
+     "with its message number. --layout draws each flash device of the (single) document to scale as SVG."},
     {"--make-sof", cli_mode_make_sof,
      "corvane --make-sof --device NAME [--seed N] [--size BYTES] [--utilization PERCENT] [--cvp] [--hps] [--pr] "
      "[--data RAW.bin] [--design NAME] OUT.sof",
@@ -71,9 +75,25 @@ constexpr CLI_MODE k_modes[] = {
      "Writes the owner root key file of an ECDSA P-384 public key."},
     {"--make-hek", cli_mode_make_hek, "corvane --make-hek OUT.hek [--password-file F]",
      "Writes a key-encryption key file with a fresh random key (mode 0600), protected by the password of F."},
+    {"-c", cli_mode_convert,
+     "corvane -c|--convert [-o NAME=VALUE]... [--secondary TYPE[,TYPE]...|none] [--save FILE.zeb] [--no-check] "
+     "INPUT... OUTPUT",
+     "Converts INPUT files into OUTPUT in one line: builds the setup document that says so, checks it and "
+     "generates it. OUTPUT's extension gives the output type. A programming-file input becomes a bitstream; "
+     "a raw data file is written FILE@ADDRESS (a .hex without @ loads at its own addresses). -o sets an option "
+     "of the command parameter table (see OPTIONS); a flash output names its flash device with -o device=NAME. "
+     "--secondary names the secondary files to write, or none; --save also writes the document built; "
+     "--no-check only builds (and saves) it; --layout draws the flash layout as SVG, as in the default mode."},
+    {"--convert", cli_mode_convert, "corvane --convert ...", "Same as -c."},
     // -- end of modes (add one row per mode above this line)
-    {"--help", mode_help, "corvane --help", "Prints this text."},
+    {"--help", mode_help, "corvane --help[=OPTION] [--ini NAME=VALUE]",
+     "Prints this text, or one option of convert mode with its values, dependencies and exclusions. Options that "
+     "a switch unlocks are listed once it is on (--ini)."},
+    {"--man", mode_man, "corvane --man", "Prints the manual page (troff)."},
+    {"--completion", mode_completion, "corvane --completion", "Prints the bash completion script."},
     {"--version", mode_version, "corvane --version", "Prints the version."},
+    {"--quiet", nullptr, "corvane --quiet ...", "With any mode: prints errors only."},
+    {"--verbose", nullptr, "corvane --verbose ...", "With any mode: prints the debug log as well."},
 };
 
 void print_wrapped(const char* text, size_t indent, size_t width)
@@ -105,8 +125,23 @@ void print_wrapped(const char* text, size_t indent, size_t width)
         std::cout << pad << line << '\n';
 }
 
-int mode_help(const CLI_ARGS&)
+int mode_help(const CLI_ARGS& args)
 {
+    std::string option;
+    for (size_t i = 0; i < args.size(); ++i)
+    {
+        if (args[i] == "--ini" && i + 1 < args.size())
+        {
+            if (!cli_apply_ini(args[++i]))
+                return CLI_USAGE;
+        }
+        else if (args[i].rfind("--", 0) != 0 && option.empty())
+            option = args[i];
+        else
+            return cli_usage_error("unknown argument '" + args[i] + "' of --help");
+    }
+    if (!option.empty())
+        return cli_help_option(option);
     std::cout << "NAME\n"
                  "    corvane - make FPGA programming files from setup documents\n"
                  "\n"
@@ -125,7 +160,8 @@ int mode_help(const CLI_ARGS&)
         print_wrapped(mode.description, 8, 100);
         std::cout << '\n';
     }
-    std::cout << "EXIT STATUS\n"
+    cli_print_options_help(std::cout);
+    std::cout << "\nEXIT STATUS\n"
                  "    0 success, 1 the work failed (the messages say why), 2 bad usage, 3 internal error (a defect:\n"
                  "    the condition and the source position are printed).\n"
                  "\n"
@@ -133,6 +169,18 @@ int mode_help(const CLI_ARGS&)
                  "    CORVANE_DATA_DIR  directory holding xsd/zeb.xsd and the device catalogue\n"
                  "    CORVANE_INI       switch file read after ./corvane.ini\n"
                  "    CORVANE_DEBUG     debug log level (2 shows the library's progress lines)\n";
+    return CLI_OK;
+}
+
+int mode_man(const CLI_ARGS&)
+{
+    cli_print_man_page(std::cout, k_modes, CORVANE_VERSION);
+    return CLI_OK;
+}
+
+int mode_completion(const CLI_ARGS&)
+{
+    cli_print_bash_completion(std::cout, k_modes);
     return CLI_OK;
 }
 
@@ -224,21 +272,24 @@ std::string cli_json_string(std::string_view text)
     return out + "\"";
 }
 
-int main(int argc, char** argv)
+// Runs the mode that the first argument names; internal errors end with status 3.
+static int run(const CLI_ARGS& args)
 {
-    // Buffers of a MiB or more go back to the system when freed: conversions allocate and free
-    // configuration images of tens of MiB one after the other, and the allocator's adaptive
-    // threshold would otherwise keep each of them in the heap and raise peak memory.
-    mallopt(M_MMAP_THRESHOLD, 1 << 20);
-    CLI_ARGS args(argv + 1, argv + argc);
     if (args.empty())
         return cli_usage_error("no setup document given");
     try
     {
         for (const CLI_MODE& mode : k_modes)
         {
-            if (mode.flag && args[0] == mode.flag)
+            if (mode.flag && mode.handler && args[0] == mode.flag)
                 return mode.handler(CLI_ARGS(args.begin() + 1, args.end()));
+            // "--help=NAME": the value becomes the mode's first argument.
+            if (mode.flag && mode.handler && args[0].rfind(std::string(mode.flag) + "=", 0) == 0)
+            {
+                CLI_ARGS rest(args.begin() + 1, args.end());
+                rest.insert(rest.begin(), args[0].substr(std::strlen(mode.flag) + 1));
+                return mode.handler(rest);
+            }
         }
         return k_modes[0].handler(args);
     }
@@ -258,4 +309,15 @@ int main(int argc, char** argv)
         std::cerr << "corvane: " << e.what() << '\n';
         return CLI_FAILED;
     }
+}
+
+int main(int argc, char** argv)
+{
+    // Buffers of a MiB or more go back to the system when freed: conversions allocate and free
+    // configuration images of tens of MiB one after the other, and the allocator's adaptive
+    // threshold would otherwise keep each of them in the heap and raise peak memory.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
+    CLI_ARGS args(argv + 1, argv + argc);
+    cli_take_reporting_flags(args);
+    return cli_finish_reporting(run(args));
 }

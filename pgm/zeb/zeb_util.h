@@ -19,6 +19,7 @@
 #include <vector>
 
 class PGMIO_CCF;
+struct PGMCONV_PICTURE;
 
 // Message numbers of the setup-document library.
 enum ZEB_MSG_ID : int
@@ -225,6 +226,9 @@ public:
     // extension of its type. Never fails; an output file without directory or name gives an empty
     // list.
     static std::vector<FIO_PATH> get_output_file_paths(PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file);
+    // The flash layout of every flash output file of a checked document, as generation would place
+    // it (zeb_util_layout.cpp). False with the message posted when a conversion fails.
+    static bool get_flash_layouts(PGM_COMMON_XML_ZEB_ZEB* object, std::vector<PGMCONV_PICTURE>& pictures);
     // -- end of generation
 
 private:
