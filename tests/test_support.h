@@ -110,6 +110,14 @@ inline PROGRAM_RUN run_program(const std::string& program, const std::string& ar
     return run;
 }
 
+#ifdef CORVANE_EXE
+// Runs the corvane executable of this build.
+inline PROGRAM_RUN corvane(const std::string& arguments)
+{
+    return run_program(CORVANE_EXE, arguments);
+}
+#endif
+
 // The condition text of the internal error that `call` raises, after checking that it carries the
 // module tag "ZEB_COMMON" and `source`; "" and a test failure when `call` returns normally.
 template <class CALL> std::string internal_error_of(CALL call, const std::string& source)

@@ -18,10 +18,7 @@ namespace
 
 using corvane_test::PROGRAM_RUN;
 
-PROGRAM_RUN corvane(const std::string& arguments)
-{
-    return corvane_test::run_program(CORVANE_EXE, arguments);
-}
+using corvane_test::corvane;
 
 bool contains(const std::string& text, const std::string& part)
 {

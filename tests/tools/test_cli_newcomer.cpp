@@ -15,10 +15,7 @@ namespace
 
 using corvane_test::PROGRAM_RUN;
 
-PROGRAM_RUN corvane(const std::string& arguments)
-{
-    return corvane_test::run_program(CORVANE_EXE, arguments);
-}
+using corvane_test::corvane;
 
 std::string replaced(std::string text, const std::vector<std::pair<std::string, std::string>>& edits)
 {

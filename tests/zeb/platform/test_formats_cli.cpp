@@ -26,11 +26,6 @@ std::string quote(const std::string& word)
     return "'" + word + "'";
 }
 
-RUN corvane(const std::string& arguments)
-{
-    return run_program(CORVANE_EXE, arguments);
-}
-
 bool contains(const std::string& text, const std::string& part)
 {
     return text.find(part) != std::string::npos;

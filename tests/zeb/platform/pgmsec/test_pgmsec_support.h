@@ -64,11 +64,6 @@ struct SECURITY_FIXTURE
     }
 };
 
-inline PROGRAM_RUN corvane(const std::string& arguments)
-{
-    return run_program(CORVANE_EXE, arguments);
-}
-
 inline nlohmann::json info_json(const std::string& path)
 {
     const PROGRAM_RUN run = corvane("--info '" + path + "' --json");
