@@ -15,7 +15,8 @@ fail() { echo "FAIL: $*" >&2; exit 1; }
 for sof in design factory app1 app2; do
     "$exe" --make-sof --device 7TR440PA3R1 --seed "${#sof}" --size 65536 "$sof.sof" >/dev/null
 done
-srec_cat -generate 0x1F00100 0x1F01000 -constant 0x5A -o user_data.hex -intel
+# Bytes that bit reversal changes, so the raw data check below sees a swap.
+srec_cat -generate 0x1F00100 0x1F01000 -repeat-data 0x12 0x34 0xC5 -o user_data.hex -intel
 mkdir keys
 printf 'design_key %s\n' "$(openssl rand -hex 32)" >keys/design.key
 openssl ecparam -name secp384r1 -genkey -noout -out keys/sign.pem
@@ -55,4 +56,9 @@ cmp sram.bin plain.rbf || fail "sram.hexout does not hold the configuration data
 start=$(awk '$1 == "P1" { print $3 }' single.map)
 dd if=single.rpd of=p1.bin bs=1 skip="$((start))" count="$(stat -c %s plain.rbf)" status=none
 cmp p1.bin plain.rbf || fail "single.rpd does not hold the configuration data at $start"
+# The user data lies in the flash's raw data as the hex records give it: bit swap is off.
+"$exe" -c -o mode=ASX4 withdata.jic withdata.rpd >/dev/null || fail "withdata.rpd was not written"
+srec_cat user_data.hex -intel -offset -0x1F00100 -o user_data.bin -binary
+dd if=withdata.rpd of=data1.bin bs=1 skip="$((0x1F00100))" count="$(stat -c %s user_data.bin)" status=none
+cmp data1.bin user_data.bin || fail "withdata.rpd does not hold user_data.hex unchanged at 0x01F00100"
 echo "recipes ok"

@@ -76,7 +76,9 @@ struct HEX_FILE
     FIO_PATH path;
     std::string partition_name; // the partition it belongs to
     uint32_t address = PGMIO_CCF_AUTO; // where its first byte goes; PGMIO_CCF_AUTO: the partition's start
-    bool byte_swap = false;     // reverse the bits of each byte as it is placed
+    // The inverse of the setup document's bit swap: true places the bytes as they are, false
+    // reverses the bits of each byte as it is placed.
+    bool byte_swap = true;
 };
 
 // ---- Chain elements --------------------------------------------------------------------------

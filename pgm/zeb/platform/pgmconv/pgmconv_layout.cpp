@@ -103,7 +103,7 @@ bool measure_raw(const PGMIO_CCF::STATE& state, PGMCONV_ITEM& item, std::string&
             {
                 if (state.mem_map)
                     sha.update(bytes);
-                if (raw.record.byte_swap)
+                if (!raw.record.byte_swap)
                 {
                     swapped.assign(bytes.begin(), bytes.end());
                     pgmio_reverse_bits(swapped);
@@ -655,7 +655,7 @@ bool pgmconv_item_bytes(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& lay
             error = "raw data file '" + path + "' holds no data";
             return false;
         }
-        if (raw.record.byte_swap)
+        if (!raw.record.byte_swap)
             pgmio_reverse_bits(bytes);
         return true;
     }
@@ -697,7 +697,7 @@ bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& la
         // Raw binary files and pages that lie unchanged in their input are read again, in pieces:
         // they must not have changed since they were measured.
         const std::string path = item.source.get_full_path();
-        const bool swap = raw_binary && raw_of(state, item).record.byte_swap;
+        const bool swap = raw_binary && !raw_of(state, item).record.byte_swap;
         PGMIO_BYTES swapped;
         uint32_t crc = 0;
         uint64_t offset = 0;
