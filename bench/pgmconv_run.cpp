@@ -40,7 +40,7 @@ int main(int argc, char** argv)
         {
             const std::string spec = argv[++next];
             const size_t at = spec.rfind('@');
-            const HEX_FILE raw{FIO_PATH(spec.substr(0, at)), "RAW_DATA", PGMIO_CCF_AUTO, false};
+            const HEX_FILE raw{FIO_PATH(spec.substr(0, at)), "RAW_DATA", PGMIO_CCF_AUTO, true};
             if (!ccf.add_rbf_file(&raw, PGMIO_CCF_AUTO, uint32_t(std::strtoul(spec.c_str() + at + 1, nullptr, 0))))
                 break;
         }

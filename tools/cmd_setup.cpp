@@ -4,6 +4,7 @@
 #include "cli.h"
 
 #include "pgm/zeb/platform/ini/pgm_common_ini.h"
+#include "pgm/zeb/platform/msg/msg.h"
 #include "pgm/zeb/platform/msg/msg_json.h"
 #include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_util.h"
@@ -44,10 +45,20 @@ void report_written_files(PGM_COMMON_XML_ZEB_ZEB* document, std::filesystem::fil
     std::cout << written << (written == 1 ? " output file" : " output files") << " written\n";
 }
 
-// On a terminal: which output file is being written, on one line that the next one replaces.
-void show_progress(size_t index, size_t count, const FIO_PATH& output)
+// On a terminal: which output file is being written and, for a long one, how many of its bytes,
+// on one line that the next one replaces; redrawn only when the percentage changes.
+void show_progress(size_t index, size_t count, const FIO_PATH& output, uint64_t done, uint64_t total)
 {
-    std::cerr << "\r\033[Kgenerating " << index + 1 << " of " << count << ": " << output.get_full_path() << std::flush;
+    static int shown = -1;
+    const int percent = total == 0 ? -1 : int(done * 100 / total);
+    if (total != 0 && percent == shown)
+        return;
+    shown = percent;
+    std::cerr << "\r\033[Kgenerating " << index + 1 << " of " << count << ": " << output.get_full_path();
+    if (total != 0)
+        std::cerr << msg_printf(" (%d%%, %.1f of %.1f MiB)", percent, double(done) / (1 << 20),
+                                double(total) / (1 << 20));
+    std::cerr << std::flush;
 }
 
 // Checks (unless reading only) and generates or reports one parsed document; false on failure.

@@ -217,8 +217,10 @@ public:
     // file that fails (its messages are posted; later output files are not attempted); true for a
     // document without output files. A null document is an internal error.
     static bool generate(PGM_COMMON_XML_ZEB_ZEB* object);
-    // The same, telling `progress` which output file (index from 0, of count, its path) starts.
-    using GENERATE_PROGRESS = std::function<void(size_t index, size_t count, const FIO_PATH& output)>;
+    // The same, telling `progress` which output file (index from 0, of count, its path) starts
+    // (done and total 0), and, while a long one is written, its bytes done of total.
+    using GENERATE_PROGRESS = std::function<void(size_t index, size_t count, const FIO_PATH& output,
+                                                 uint64_t done, uint64_t total)>;
     static bool generate(PGM_COMMON_XML_ZEB_ZEB* object, const GENERATE_PROGRESS& progress);
 
     // The files an output file writes: its own path (and the core and first half of a CvP or HPS

@@ -157,6 +157,23 @@ std::vector<FIO_PATH> ZEB_UTIL::get_output_file_paths(PGM_COMMON_XML_ZEB_OUTPUT_
     return paths;
 }
 
+namespace
+{
+
+// The byte progress of the output file being generated, handed to each conversion setup it makes;
+// set only for the duration of one output file, on the calling thread.
+thread_local const PGMIO_CCF::PROGRESS* t_progress = nullptr;
+
+struct PROGRESS_SCOPE
+{
+    explicit PROGRESS_SCOPE(const PGMIO_CCF::PROGRESS& progress) { t_progress = progress ? &progress : nullptr; }
+    ~PROGRESS_SCOPE() { t_progress = nullptr; }
+    PROGRESS_SCOPE(const PROGRESS_SCOPE&) = delete;
+    PROGRESS_SCOPE& operator=(const PROGRESS_SCOPE&) = delete;
+};
+
+} // namespace
+
 bool ZEB_UTIL::generate(PGM_COMMON_XML_ZEB_ZEB* object)
 {
     return generate(object, GENERATE_PROGRESS());
@@ -174,11 +191,16 @@ bool ZEB_UTIL::generate(PGM_COMMON_XML_ZEB_ZEB* object, const GENERATE_PROGRESS&
         return false;
     for (size_t i = 0; i < output_files.size(); ++i)
     {
+        PGMIO_CCF::PROGRESS bytes;
         if (progress)
         {
             const std::vector<FIO_PATH> paths = get_output_file_paths(output_files[i]);
-            progress(i, output_files.size(), paths.empty() ? FIO_PATH() : paths.front());
+            const FIO_PATH path = paths.empty() ? FIO_PATH() : paths.front();
+            progress(i, output_files.size(), path, 0, 0);
+            bytes = [&progress, i, count = output_files.size(), path](uint64_t done, uint64_t total)
+            { progress(i, count, path, done, total); };
         }
+        const PROGRESS_SCOPE scope(bytes);
         if (!generate_output_file(object, output_files[i]))
             return false;
     }
@@ -206,6 +228,8 @@ bool ZEB_UTIL::generate_output_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_X
         PGMIO_CCF* raw = nullptr;
         result = convert_zeb_to_ccf(object, output_file, pass, &raw);
         ccf.reset(raw); // a pass replaces the setup of the pass before
+        if (ccf && t_progress)
+            ccf->set_progress(*t_progress);
         if (!result)
         {
             // The conversion posts its own messages; an input that the engine refused is told here.

@@ -148,6 +148,22 @@ TEST(GenerateFlash, RawProgrammingDataHoldsTheImageWhereTheMapSays)
     EXPECT_EQ(map_start(map, "P1"), "0x00040000") << map;
     EXPECT_EQ(map_start(map, "SPARE"), "0x01000000") << map;
 
+    // Generating again tells each output file as it starts, and the raw programming data's bytes
+    // as they are written, up to its whole size.
+    std::vector<std::string> started;
+    uint64_t done = 0, total = 0;
+    EXPECT_TRUE(ZEB_UTIL::generate(flash.get(),
+                                   [&](size_t, size_t, const FIO_PATH& output, uint64_t d, uint64_t t)
+                                   {
+                                       if (t == 0)
+                                           started.push_back(output.get_file_name());
+                                       else
+                                           done = d, total = t;
+                                   }));
+    EXPECT_EQ(started, std::vector<std::string>{FIO_PATH(ws.output("jic")).get_file_name()});
+    EXPECT_EQ(done, total);
+    EXPECT_EQ(total, fs::file_size(ws.output("rpd")));
+
     DOCUMENT rbf = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
     add_bitstream(rbf.get(), "Bitstream_1", sof);
     add_output_for_bitstream(rbf.get(), PGM_COMMON_XML_ENUM_RBF, "Bitstream_1");

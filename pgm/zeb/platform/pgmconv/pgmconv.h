@@ -17,6 +17,7 @@
 #include "pgm/zeb/platform/pgmsec/pgmsec.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -154,6 +155,11 @@ public:
 
     // The reason of the last failure; "" when nothing failed.
     const std::string& get_error() const;
+
+    // Told how far a long output has been written: bytes done of the file's total. Only the
+    // streamed flash image (.rpd) reports; it calls at least once at its end.
+    using PROGRESS = std::function<void(uint64_t done, uint64_t total)>;
+    void set_progress(PROGRESS progress);
 
     // -- What to write
     // The configuration scheme; the memory map names it.

@@ -117,6 +117,11 @@ void PGMIO_CCF::set_hlpr_device(const std::string& name)
 {
     m_state->helper_device = name;
 }
+void PGMIO_CCF::set_progress(PROGRESS progress)
+{
+    m_state->progress = std::move(progress);
+}
+
 void PGMIO_CCF::set_gen_kpf(bool generate, uint32_t page, uint32_t, uint32_t device)
 {
     m_state->gen_kpf = generate;

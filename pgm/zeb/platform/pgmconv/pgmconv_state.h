@@ -60,6 +60,7 @@ struct PGMIO_CCF_RAW_FILE
 
 struct PGMIO_CCF::STATE
 {
+    PGMIO_CCF::PROGRESS progress; // how far a streamed output has been written
     // Constructor arguments.
     std::string name;
     std::string comment;

@@ -15,7 +15,10 @@ constexpr size_t k_fill_piece = size_t(1) << 20;
 class RPD_STREAM
 {
 public:
-    RPD_STREAM(const std::string& path, bool bit_swap) : m_out(path), m_path(path), m_swap(bit_swap) {}
+    RPD_STREAM(const std::string& path, bool bit_swap, const PGMIO_CCF::PROGRESS& progress, uint64_t total)
+        : m_out(path), m_path(path), m_swap(bit_swap), m_progress(progress), m_total(total)
+    {
+    }
 
     // Writes `bytes` at `address`; addresses must ascend.
     void put(uint64_t address, std::span<const uint8_t> bytes)
@@ -32,10 +35,12 @@ public:
                 m_out.stream().write(reinterpret_cast<const char*>(m_swapped.data()), std::streamsize(piece));
             }
         m_position = address + bytes.size();
+        report();
     }
     bool finish(uint64_t end, std::string& error)
     {
         fill_to(end);
+        report();
         if (!m_out.is_open() || !m_out.commit())
         {
             error = "cannot write '" + m_path + "': " + m_out.error();
@@ -53,11 +58,19 @@ private:
             const size_t piece = size_t(std::min<uint64_t>(k_fill_piece, address - m_position));
             m_out.stream().write(erased.data(), std::streamsize(piece));
             m_position += piece;
+            report();
         }
+    }
+    void report()
+    {
+        if (m_progress)
+            m_progress(m_position, m_total);
     }
     HTL_ZOFSTREAM m_out;
     std::string m_path;
     bool m_swap;
+    const PGMIO_CCF::PROGRESS& m_progress;
+    uint64_t m_total;
     uint64_t m_position = 0;
     PGMIO_BYTES m_swapped;
 };
@@ -67,7 +80,7 @@ private:
 bool pgmconv_write_rpd(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layout, const std::string& path,
                        std::string& error)
 {
-    RPD_STREAM out(path, !state.no_bit_swap);
+    RPD_STREAM out(path, !state.no_bit_swap, state.progress, layout.used_end);
     const bool walked = pgmconv_walk_layout(
         state, layout,
         [&out](const PGMCONV_ITEM& item, uint64_t offset, std::span<const uint8_t> bytes)
@@ -95,12 +108,10 @@ bool pgmconv_write_rpd_of_flash_file(const PGMIO_CCF::STATE& state, const FIO_PA
     blocks.push_back(&option_bits);
     std::sort(blocks.begin(), blocks.end(),
               [](const PGMIO_FLASH_BLOCK* a, const PGMIO_FLASH_BLOCK* b) { return a->address < b->address; });
-    RPD_STREAM out(path, !state.no_bit_swap);
-    uint64_t end = 0;
+    const uint64_t end = blocks.back()->address + blocks.back()->data.size();
+    const uint64_t used_end = (end + sector - 1) / sector * sector;
+    RPD_STREAM out(path, !state.no_bit_swap, state.progress, used_end);
     for (const PGMIO_FLASH_BLOCK* block : blocks)
-    {
         out.put(block->address, block->data);
-        end = block->address + block->data.size();
-    }
-    return out.finish((end + sector - 1) / sector * sector, error);
+    return out.finish(used_end, error);
 }

@@ -157,7 +157,7 @@ std::unique_ptr<PGMIO_CCF> remote_update(const SCRATCH_DIR& dir)
     ccf->set_start_address(0x50000, 0);
     EXPECT_TRUE(ccf->add_sof_file(FIO_PATH(dir.file("app.sof")), 0, 1, 0));
     ccf->set_page_user_name("APP1", 1);
-    const HEX_FILE raw{FIO_PATH(dir.file("data.bin")), "DATA", PGMIO_CCF_AUTO, false};
+    const HEX_FILE raw{FIO_PATH(dir.file("data.bin")), "DATA", PGMIO_CCF_AUTO, true};
     EXPECT_TRUE(ccf->add_rbf_file(&raw, PGMIO_CCF_AUTO, 0x700000));
     return ccf;
 }
@@ -267,7 +267,7 @@ TEST(PgmconvFlash, LayoutErrorsNameBothRangesAndWriteNothing)
         ASSERT_TRUE(ccf->add_sof_file(FIO_PATH(dir.file("d.sof")), 0, 0, 0));
         ccf->set_addr_scheme(0, PGMIO_ADDR_FIXED_START);
         ccf->set_start_address(c.page_start, 0);
-        const HEX_FILE raw{FIO_PATH(dir.file("data.bin")), "DATA", PGMIO_CCF_AUTO, false};
+        const HEX_FILE raw{FIO_PATH(dir.file("data.bin")), "DATA", PGMIO_CCF_AUTO, true};
         ASSERT_TRUE(ccf->add_rbf_file(&raw, PGMIO_CCF_AUTO, c.raw_address));
         EXPECT_FALSE(PGMIO_F2P::convert_sram_files(*ccf));
         EXPECT_NE(ccf->get_error().find(c.message), std::string::npos) << ccf->get_error();
