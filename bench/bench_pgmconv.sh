@@ -72,7 +72,7 @@ echo "== .hexout of the largest .rbf"
 "$run" rbf f1.rbf f1.sof
 read -r hex_wall hex_s _ < <(measure "$run" hexout ours.hexout f1.rbf)
 read -r objcopy_wall objcopy_s _ < <(measure objcopy -I binary -O ihex f1.rbf objcopy.hex)
-read -r srec_wall srec_s _ < <(measure srec_cat f1.rbf -binary -o srec.hex -intel)
+read -r srec_wall srec_s _ < <(measure srec_cat f1.rbf -binary -o srec.hex -I)
 for hex in ours.hexout objcopy.hex srec.hex; do
     objcopy -I ihex -O binary "$hex" decoded.bin
     cmp f1.rbf decoded.bin || { echo "$hex does not decode to the .rbf" >&2; exit 1; }

@@ -38,10 +38,10 @@ int main(int argc, char** argv)
         const std::string argument = argv[next];
         if (argument == "--raw" && next + 1 < argc)
         {
-            const std::string spec = argv[++next];
-            const size_t at = spec.rfind('@');
-            const HEX_FILE raw{FIO_PATH(spec.substr(0, at)), "RAW_DATA", PGMIO_CCF_AUTO, true};
-            if (!ccf.add_rbf_file(&raw, PGMIO_CCF_AUTO, uint32_t(std::strtoul(spec.c_str() + at + 1, nullptr, 0))))
+            const std::string argument = argv[++next];
+            const size_t at = argument.rfind('@');
+            const HEX_FILE raw{FIO_PATH(argument.substr(0, at)), "RAW_DATA", PGMIO_CCF_AUTO, true};
+            if (!ccf.add_rbf_file(&raw, PGMIO_CCF_AUTO, uint32_t(std::strtoul(argument.c_str() + at + 1, nullptr, 0))))
                 break;
         }
         else if (!ccf.add_sof_file(FIO_PATH(argument), 0, page, 0))

@@ -31,7 +31,7 @@ make_sof 7TR440PA3R1 4 app2.sof
 make_sof 5ZV066H2 5 design_fpp.sof
 make_sof 7TR440PA3R1 6 design_cvp.sof --cvp
 printf ':10000000000102030405060708090A0B0C0D0E0F78\n:00000001FF\n' >data/user_data.hex
-srec_cat -generate 0 0x1000 -repeat-string "calibration " -o data/calibration.hex -intel
+srec_cat -generate 0 0x1000 -repeat-string "calibration " -o data/calibration.hex -I
 printf 'design_key %s\n' "$(openssl rand -hex 32)" >keys/design.key
 openssl ecparam -name secp384r1 -genkey -noout -out keys/sign.pem
 

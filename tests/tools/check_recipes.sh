@@ -16,7 +16,7 @@ for sof in design factory app1 app2; do
     "$exe" --make-sof --device 7TR440PA3R1 --seed "${#sof}" --size 65536 "$sof.sof" >/dev/null
 done
 # Bytes that bit reversal changes, so the raw data check below sees a swap.
-srec_cat -generate 0x1F00100 0x1F01000 -repeat-data 0x12 0x34 0xC5 -o user_data.hex -intel
+srec_cat -generate 0x1F00100 0x1F01000 -repeat-data 0x12 0x34 0xC5 -o user_data.hex -I
 mkdir keys
 printf 'design_key %s\n' "$(openssl rand -hex 32)" >keys/design.key
 openssl ecparam -name secp384r1 -genkey -noout -out keys/sign.pem
@@ -50,7 +50,7 @@ done
 
 # Hex records and the flash's raw data hold the same configuration data as a plain raw binary.
 "$exe" -c -o mode=AVSTX8 design.sof plain.rbf >/dev/null
-srec_cat sram.hexout -intel -o sram.srec -motorola || fail "srec_cat cannot read sram.hexout"
+srec_cat sram.hexout -I -o sram.srec -M || fail "srec_cat cannot read sram.hexout"
 objcopy -I ihex -O binary sram.hexout sram.bin
 cmp sram.bin plain.rbf || fail "sram.hexout does not hold the configuration data"
 start=$(awk '$1 == "P1" { print $3 }' single.map)
@@ -58,7 +58,7 @@ dd if=single.rpd of=p1.bin bs=1 skip="$((start))" count="$(stat -c %s plain.rbf)
 cmp p1.bin plain.rbf || fail "single.rpd does not hold the configuration data at $start"
 # The user data lies in the flash's raw data as the hex records give it: bit swap is off.
 "$exe" -c -o mode=ASX4 withdata.jic withdata.rpd >/dev/null || fail "withdata.rpd was not written"
-srec_cat user_data.hex -intel -offset -0x1F00100 -o user_data.bin -binary
+srec_cat user_data.hex -I -offset -0x1F00100 -o user_data.bin -binary
 dd if=withdata.rpd of=data1.bin bs=1 skip="$((0x1F00100))" count="$(stat -c %s user_data.bin)" status=none
 cmp data1.bin user_data.bin || fail "withdata.rpd does not hold user_data.hex unchanged at 0x01F00100"
 echo "recipes ok"

@@ -116,7 +116,7 @@ TEST(GenerateConfigurationData, RbfHexoutAndTtfHoldTheSameBytes)
         document_for(PGM_COMMON_XML_ENUM_HEX, {{ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_S_ADDR, "0x00100000"}});
     check_and_generate(hexout.get());
     run_tool("srec_cat",
-             "'" + ws.output("hexout") + "' -intel -offset -0x100000 -o '" + ws.dir.file("srec.bin") + "' -binary");
+             "'" + ws.output("hexout") + "' -I -offset -0x100000 -o '" + ws.dir.file("srec.bin") + "' -binary");
     EXPECT_EQ(corvane_test::read_file(ws.dir.file("srec.bin")), image);
     run_tool("objcopy", "-I ihex -O binary '" + ws.output("hexout") + "' '" + ws.dir.file("objcopy.bin") + "'");
     EXPECT_EQ(corvane_test::read_file(ws.dir.file("objcopy.bin")), image);

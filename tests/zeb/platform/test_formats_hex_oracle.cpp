@@ -50,7 +50,7 @@ uint32_t hex_field(const std::string& text, size_t at, size_t digits)
 OUTCOME read_srec_cat(const std::string& path)
 {
     const PROGRAM_RUN run = run_program("srec_cat", "'" + path +
-                                                        "' -I -o - -Motorola -address-length=4 "
+                                                        "' -I -o - -M -address-length=4 "
                                                         "-disable=header -disable=data-count "
                                                         "-disable=exec-start-address");
     // A file of no data records is valid; srec_cat refuses it only because it has nothing to write.

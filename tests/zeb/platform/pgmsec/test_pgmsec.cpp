@@ -22,7 +22,7 @@ PGMIO_BYTES unhex(const std::string& text)
 
 TEST(PgmsecPrimitives, KnownAnswersAndLz4FrameReadByTheLz4Tool)
 {
-    // GCM specification test case 16 (AES-256, 96-bit IV, additional data).
+    // The published AES-GCM test case 16 (AES-256, 96-bit IV, additional data).
     const PGMIO_BYTES key = unhex("feffe9928665731c6d6a8f9467308308feffe9928665731c6d6a8f9467308308");
     const PGMIO_BYTES plain = unhex("d9313225f88406e5a55909c5aff5269a86a7a9531534f7da2e4c303d8a318a721c3c0c9595680953"
                                     "2fcf0e2449a6b525b16aedf5aa0de657ba637b39");
