@@ -270,11 +270,28 @@ bool ZEB_UTIL::convert_zeb_to_ccf_bitstream_properties(PGM_COMMON_XML_ZEB_ZEB* o
     for (size_t i = 0; i < levels.size(); ++i)
         settings.options[i] = static_cast<uint8_t>(ZEB_FILE_ASSISTANT::map_enum_to_security_level(levels[i]));
 
+    const PGM_DEVICE* device = nullptr;
+    std::string message;
+    precheck_input_file(FIO_PATH(path->get_text()), &device, message, message, true);
+    // Application images of a remote update are made as pages of a flash image, not from options
+    // of one input; an input that asks for them is refused rather than converted without them.
+    const std::pair<const char*, bool> application_image_options[] = {
+        {"app_image", !path->get_app_image().empty()},
+        {"app_image_only", path->get_app_image_only()},
+        {"app_image_hps_path", !path->get_app_image_hps_path().empty()},
+    };
+    for (const auto& [option, asked] : application_image_options)
+        if (asked)
+        {
+            zeb_post_message(EZEB_SETTINGS_CHECK_ERROR,
+                             {msg_printf("Option %s of %s is not supported for device %s: assign application "
+                                         "images to user partitions of a flash device instead",
+                                         option, path->get_text().c_str(),
+                                         device ? device->get_name().c_str() : "(unknown)")});
+            return false;
+        }
     if (settings.encryption)
     {
-        const PGM_DEVICE* device = nullptr;
-        std::string message;
-        precheck_input_file(FIO_PATH(path->get_text()), &device, message, message, true);
         const uint32_t key_bits =
             device && device->get_fpga_record() ? device->get_fpga_record()->capabilities.key_length : 0;
         if (!check_key(settings.key_file1, settings.key1, key_bits) ||

@@ -354,6 +354,24 @@ TEST(GenerateSecurity, PathOptionsReachTheImage)
                  " count=" + std::to_string(sig["der_size"].get<uint64_t>()) + " > '" + ws.dir.file("sig.der") + "'\"");
     run_tool("openssl", "dgst -sha384 -verify '" + ws.dir.file("pub.pem") + "' -signature '" + ws.dir.file("sig.der") +
                             "' '" + ws.dir.file("signed.bin") + "'");
+
+    // Application image options are refused by name, with the device, and nothing is written.
+    const std::pair<PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM, const char*> refused[] = {
+        {ZEB_CMD_PARAM_BITSTREAM_PATH_APP_IMAGE, "app_image"},
+        {ZEB_CMD_PARAM_BITSTREAM_PATH_APP_IMAGE_ONLY, "app_image_only"},
+        {ZEB_CMD_PARAM_BITSTREAM_PATH_APP_IMAGE_HPS_PATH, "app_image_hps_path"},
+    };
+    for (const auto& [parameter, name] : refused)
+    {
+        fs::remove(ws.output("rbf"));
+        DOCUMENT app = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
+        add_bitstream(app.get(), "Bitstream_1", ws.dir.file("design.sof"), {{parameter, "1"}});
+        add_output_for_bitstream(app.get(), PGM_COMMON_XML_ENUM_RBF, "Bitstream_1");
+        const std::string texts = texts_of(check_and_generate(app.get(), false));
+        EXPECT_NE(texts.find(std::string("Option ") + name + " of"), std::string::npos) << texts;
+        EXPECT_NE(texts.find("7TR440PA3R1"), std::string::npos) << texts;
+        EXPECT_FALSE(fs::exists(ws.output("rbf"))) << name;
+    }
 }
 
 // The special outputs: a CvP periphery image needs a design with CvP and is written apart from the
