@@ -145,12 +145,13 @@ std::vector<FIO_PATH> ZEB_UTIL::get_output_file_paths(PGM_COMMON_XML_ZEB_OUTPUT_
         return FIO_PATH(output_file->get_directory(), name, fio_get_extension_string(extension));
     };
     paths.push_back(path_of(output_file->get_type(), output_file->get_name()));
-    // A CvP or HPS variant is written as two raw binary files, the core and the first half, named
-    // after the output file.
+    // A CvP or HPS variant is written as two raw binary files, the core and the first half.
     if (output_file->get_cvp() || output_file->get_hps())
-        for (const char* half : {".core", output_file->get_cvp() ? ".periph" : ".hps"})
-            paths.emplace_back(output_file->get_directory(), output_file->get_name() + half,
-                               fio_get_extension_string(FIO_EXTENSION_TYPE_RBF));
+    {
+        const PGMIO_SPLIT_PATHS halves = pgmio_split_paths(paths.front(), output_file->get_cvp());
+        paths.push_back(halves.core);
+        paths.push_back(halves.first);
+    }
     for (const PGM_COMMON_XML_ZEB_SECONDARY_FILE* secondary : output_file->get_secondary_file_list())
         paths.push_back(path_of(secondary->get_type(),
                                 secondary->get_name().empty() ? output_file->get_name() : secondary->get_name()));

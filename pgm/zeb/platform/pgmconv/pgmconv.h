@@ -260,6 +260,15 @@ private:
     std::unique_ptr<STATE> m_state;
 };
 
+// The two raw binary files of a CvP or HPS split of the output `output`: the core ("NAME.core.rbf"),
+// then the periphery half ("NAME.periph.rbf", CvP) or the HPS half ("NAME.hps.rbf").
+struct PGMIO_SPLIT_PATHS
+{
+    FIO_PATH core;
+    FIO_PATH first;
+};
+PGMIO_SPLIT_PATHS pgmio_split_paths(const FIO_PATH& output, bool cvp);
+
 // Writes every file that a conversion setup describes.
 class PGMIO_F2P
 {

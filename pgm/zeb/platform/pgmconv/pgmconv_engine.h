@@ -117,8 +117,6 @@ void pgmconv_split_configuration(const PGMIO_CONFIG_DATA& plain, PGMIO_CONFIG_DA
 // The core half to `core_path` and, unless `first_path` is "", the other half to `first_path`.
 bool pgmconv_write_split(const PGMIO_CCF::STATE& state, const std::string& core_path, const std::string& first_path,
                          std::string& error);
-// "out.rbf" -> "out.core.rbf": a split configuration's file with its suffix.
-std::string pgmconv_split_path(const FIO_PATH& path, const char* suffix);
 
 // Firmware bytes from a firmware source: the firmware section of an SRAM object or configuration
 // data file, else the file's bytes. False with the reason.

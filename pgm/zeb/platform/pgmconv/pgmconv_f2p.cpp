@@ -87,9 +87,9 @@ bool write_all(const PGMIO_CCF::STATE& s, STAGED_OUTPUTS& staged, std::string& e
     // A split configuration: the core file always, the first half as the .rbf output asks.
     if (split)
     {
-        const std::string first =
-            o.write_rbf ? staged.stage(pgmconv_split_path(out, s.cvp ? ".periph" : ".hps"), true) : "";
-        if (!pgmconv_write_split(s, staged.stage(pgmconv_split_path(out, ".core"), true), first, error))
+        const PGMIO_SPLIT_PATHS halves = pgmio_split_paths(out, s.cvp);
+        const std::string first = o.write_rbf ? staged.stage(halves.first.get_full_path(), true) : "";
+        if (!pgmconv_write_split(s, staged.stage(halves.core.get_full_path(), true), first, error))
             return false;
     }
     if (s.helper_output && !pgmconv_write_helper(s, staged.stage(chosen_path(s.helper_file, out, "rbf"), true), error))

@@ -63,12 +63,16 @@ bool pgmconv_write_rbf(const PGMIO_CCF::STATE& state, const std::string& path, s
     return first_page_image(state, image, error) && pgmio_write_file_atomic(path, image.bytes, error);
 }
 
-std::string pgmconv_split_path(const FIO_PATH& path, const char* suffix)
+PGMIO_SPLIT_PATHS pgmio_split_paths(const FIO_PATH& output, bool cvp)
 {
-    FIO_PATH half = path;
-    half.set_base_name(path.get_base_name() + suffix);
-    half.set_extension("rbf");
-    return half.get_full_path();
+    const auto half = [&output](const char* suffix)
+    {
+        FIO_PATH path = output;
+        path.set_base_name(output.get_base_name() + suffix);
+        path.set_extension("rbf");
+        return path;
+    };
+    return {half(".core"), half(cvp ? ".periph" : ".hps")};
 }
 
 bool pgmconv_write_split(const PGMIO_CCF::STATE& state, const std::string& core_path, const std::string& first_path,
