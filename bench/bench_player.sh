@@ -1,8 +1,8 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 # Size and writing speed of each player file for the largest catalogue device, beside anchor tools
-# run on the same bytes in the same run: xxd (hexadecimal text, the bulk of an .svf) and lz4 -1
-# (compression, the bulk of a .jam and a .jbc), on content of a design at 30 % utilization. Prints
+# run on the same bytes in the same run: xxd (hexadecimal text, the bulk of an .svf and a .jam) and lz4 -1
+# (compression, the bulk of a .jbc), on content of a design at 30 % utilization. Prints
 # seconds, peak memory and ratios.
 # Usage: bench/bench_player.sh CORVANE_EXE [DEVICE]
 set -eu
@@ -43,7 +43,7 @@ for kind in svf jam jbc; do
     set -- $(measure "$exe" --make-player "$work/chain.cdf" "$work/out.$kind")
     size=$(stat -c %s "$work/out.$kind")
     anchor=$hex_s
-    [ "$kind" = svf ] || anchor=$lz4_s
+    [ "$kind" = jbc ] && anchor=$lz4_s
     awk -v k="$kind" -v s="$1" -v m="$2" -v z="$size" -v b="$bytes" -v a="$anchor" 'BEGIN {
         printf "%s: %d bytes (%.2f x the data), %.2fs, %.1f MiB/s, peak %d MiB, time ratio to anchor %.2f\n",
                k, z, z / b, s, b / 1048576 / (s > 0 ? s : 0.01), m / 1024, s / (a > 0 ? a : 0.01) }'

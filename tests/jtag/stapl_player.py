@@ -11,9 +11,6 @@ import sys
 import time
 import zlib
 
-DIGITS = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_@"
-
-
 class PlayerError(Exception):
     pass
 
@@ -41,24 +38,13 @@ def decompress(stream):
 
 
 def literal(text, bits):
-    """A STAPL value: $hex (last digit holds bits 0..3) or @compressed, as an int."""
-    if text.startswith("$"):
-        return int(text[1:], 16)
-    if text.startswith("@"):
-        acc = held = 0
-        stream = bytearray()
-        for c in re.sub(r"\s", "", text[1:]):
-            acc |= DIGITS.index(c) << held
-            held += 6
-            while held >= 8:
-                stream.append(acc & 0xFF)
-                acc >>= 8
-                held -= 8
-        data = decompress(bytes(stream))
-        if len(data) != (bits + 7) // 8:
-            raise PlayerError("array initialiser of the wrong length")
-        return int.from_bytes(data, "little")
-    raise PlayerError(f"unsupported value {text[:20]}")
+    """A STAPL value: $hex (last digit holds bits 0..3; white space between digits), as an int."""
+    if not text.startswith("$"):
+        raise PlayerError(f"unsupported value {text[:20]}")
+    value = int(re.sub(r"\s", "", text[1:]), 16)
+    if value >> bits:
+        raise PlayerError("value wider than its scan")
+    return value
 
 
 def crc16(data):

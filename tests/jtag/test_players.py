@@ -17,6 +17,7 @@ import zlib
 HERE = os.path.dirname(os.path.abspath(__file__))
 CORVANE, SOURCE = sys.argv[1], sys.argv[2]
 DEVICES = {d["name"]: d for d in json.load(open(f"{SOURCE}/data/devices.json"))["devices"]}
+FLASH = {d["name"]: d for d in json.load(open(f"{SOURCE}/data/flash_devices.json"))["flash_devices"]}
 
 
 # ---- Inputs written by this script's own container writer (docs/formats.md) -------------------
@@ -203,6 +204,11 @@ def main():
                 start = time.monotonic()
                 out = inputs.path(f"{name}.{extension}")
                 run(CORVANE, "--make-player", "--frequency", "100KHz", cdf, out)
+                if flash and extension == "jam":  # each erase and page waits the catalogue's time
+                    text = open(out).read()
+                    for key in ("sector_erase_us", "page_program_us"):
+                        if f"WAIT IDLE, 0 CYCLES, {FLASH[flash][key]} USEC, IDLE;" not in text:
+                            raise AssertionError(f"{name}.jam does not wait the flash's {key}")
                 player = openocd(work, devices, out) if extension == "svf" else stapl(out)
                 (ok, log), state = simulate(work, devices, flash, player)
                 if not ok:

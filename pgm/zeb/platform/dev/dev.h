@@ -141,6 +141,10 @@ struct DEV_FAMILY_RECORD
     std::string description;
 };
 
+constexpr uint32_t DEV_DEFAULT_SECTOR_ERASE_US = 3000000;
+constexpr uint32_t DEV_DEFAULT_PAGE_PROGRAM_US = 5000;
+constexpr uint32_t DEV_MAX_FLASH_TIME_US = 60000000; // a minute: larger times are typing errors
+
 // A configuration flash device of the flash-device database (catalogue or custom directory).
 struct DEV_FLASH_RECORD
 {
@@ -150,6 +154,11 @@ struct DEV_FLASH_RECORD
     uint64_t size = 0;                           // bytes
     uint32_t sector_size = 0;                    // erase sector (block) size, bytes
     uint32_t page_size = 0;                      // program page size, bytes
+    // Longest times an erase of one sector and a program of one page take, in microseconds; player
+    // files wait this long before they check the flash is ready. Records that do not give them
+    // get the conservative DEV_DEFAULT_* times.
+    uint32_t sector_erase_us = 0;
+    uint32_t page_program_us = 0;
     bool legacy = false;               // programmed through the device database's record, not as a flash device
     uint32_t silicon_id = 0;           // identification the flash loader reads back
     uint32_t address_bytes = 0;        // 3 or 4 (serial); bytes of a word address (parallel)

@@ -499,12 +499,12 @@ DEV_FLASH_RECORD read_flash_device(const JSON& device, const WHERE& where_index,
     const bool custom = tables == nullptr;
     if (custom)
         expect_object(device, where_index,
-                      {"name", "family", "size", "sector_size", "page_size", "legacy", "silicon_id", "address_bytes",
-                       "data_widths", "commands"});
+                      {"name", "family", "size", "sector_size", "page_size", "sector_erase_us", "page_program_us", "legacy",
+                       "silicon_id", "address_bytes", "data_widths", "commands"});
     else
         expect_object(device, where_index,
-                      {"name", "family", "device", "size", "sector_size", "page_size", "legacy", "silicon_id",
-                       "address_bytes", "data_widths", "commands", "pcf"});
+                      {"name", "family", "device", "size", "sector_size", "page_size", "sector_erase_us", "page_program_us",
+                       "legacy", "silicon_id", "address_bytes", "data_widths", "commands", "pcf"});
     DEV_FLASH_RECORD record;
     record.source = source;
     record.name = get_name(device, "name", where_index);
@@ -518,6 +518,17 @@ DEV_FLASH_RECORD read_flash_device(const JSON& device, const WHERE& where_index,
     record.size = get_number(device, "size", where, k_max_flash_size);
     record.sector_size = static_cast<uint32_t>(get_number(device, "sector_size", where, 0xFFFFFFFF));
     record.page_size = static_cast<uint32_t>(get_number(device, "page_size", where, 0xFFFFFFFF));
+    auto time_us = [&](const char* key, uint32_t fallback)
+    {
+        if (!find(device, key))
+            return fallback;
+        const auto us = static_cast<uint32_t>(get_number(device, key, where, DEV_MAX_FLASH_TIME_US));
+        if (us == 0)
+            WHERE(where, key).fail("must not be 0");
+        return us;
+    };
+    record.sector_erase_us = time_us("sector_erase_us", DEV_DEFAULT_SECTOR_ERASE_US);
+    record.page_program_us = time_us("page_program_us", DEV_DEFAULT_PAGE_PROGRAM_US);
     if (find(device, "legacy"))
         record.legacy = get_bool(device, "legacy", where);
     record.silicon_id = static_cast<uint32_t>(get_number(device, "silicon_id", where, 0xFFFFFFFF));

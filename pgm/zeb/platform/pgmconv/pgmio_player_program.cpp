@@ -20,8 +20,6 @@ struct WAIT_TIME
 constexpr WAIT_TIME k_wait_program_entry = {1000, 0}; // configuration memory is cleared
 constexpr WAIT_TIME k_wait_startup = {4096, 0};       // device enters user mode
 constexpr WAIT_TIME k_wait_key = {1000, 20000};       // one key is stored
-constexpr WAIT_TIME k_wait_sector_erase = {0, 400000};
-constexpr WAIT_TIME k_wait_page_program = {0, 1000};
 
 // Streams into a device (configuration data, flash loader commands) pass the bits meant for the
 // devices nearer TDO first; the device finds its data after a mark: the configuration data's own
@@ -309,7 +307,7 @@ private:
             {
                 if (!command("WRITE_ENABLE") || !command("SECTOR_ERASE", true, at))
                     return false;
-                wait(k_wait_sector_erase);
+                wait({0, m_flash->sector_erase_us});
                 if (!not_busy())
                     return false;
             }
@@ -330,7 +328,7 @@ private:
                     const uint64_t n = std::min<uint64_t>(page - at % page, address + data.size() - at);
                     if (!command("WRITE_ENABLE") || !command("PAGE_PROGRAM", true, at, data.subspan(at - address, n)))
                         return false;
-                    wait(k_wait_page_program);
+                    wait({0, m_flash->page_program_us});
                     if (!not_busy())
                         return false;
                     at += n;
@@ -416,6 +414,18 @@ std::string pgmio_jtag_hex(std::span<const uint8_t> bytes, uint64_t bits)
         text[count - 1 - d] = digits[nibble];
     }
     return text;
+}
+
+void pgmio_jtag_hex_lines(std::string& out, std::span<const uint8_t> bytes, uint64_t bits, const char* indent)
+{
+    constexpr size_t k_per_line = 128;
+    const std::string hex = pgmio_jtag_hex(bytes, bits);
+    for (size_t at = 0; at < hex.size(); at += k_per_line)
+    {
+        if (at)
+            (out += '\n') += indent;
+        out.append(hex, at, k_per_line);
+    }
 }
 
 bool pgmio_player_write_text(const FIO_PATH& path, const std::string& text, std::string& error)

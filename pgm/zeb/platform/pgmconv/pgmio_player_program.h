@@ -60,6 +60,9 @@ bool pgmio_jtag_build(const PGMIO_PLAYER_CHAIN& chain, PGMIO_JTAG_PROGRAM& progr
 // The bits of a scan as hexadecimal digits, most significant first (bit 0 is the last digit's
 // lowest bit), as SVF and STAPL "$" literals write them.
 std::string pgmio_jtag_hex(std::span<const uint8_t> bytes, uint64_t bits);
+// The same digits appended to `out`, split over lines of 128 digits, each continuation line
+// starting with `indent`: long SVF values and STAPL arrays stay readable by line-based tools.
+void pgmio_jtag_hex_lines(std::string& out, std::span<const uint8_t> bytes, uint64_t bits, const char* indent);
 
 // Compression of scan data: a little-endian u32 length, then tokens: a control byte c below 0x80
 // is followed by c + 1 literal bytes; c from 0x80 copies (c & 0x7F) + 3 bytes from a u16

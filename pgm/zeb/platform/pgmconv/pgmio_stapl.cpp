@@ -1,63 +1,38 @@
 // SPDX-License-Identifier: Apache-2.0
-// STAPL text writer (.jam): notes, one action, the scan data of more than 32 bits as compressed
-// BOOLEAN arrays in a DATA block, one procedure with the scans, and the file's CRC.
+// STAPL text writer (.jam): notes, one action, the scan data of more than 32 bits as BOOLEAN arrays
+// initialised in hexadecimal in a DATA block, one procedure with the scans, and the file's CRC.
+// Hexadecimal is the array form every STAPL player reads; the byte-code form (.jbc) is the compact one.
 #include "pgm/zeb/platform/pgmconv/pgmio_player_program.h"
 
 #include "pgm/zeb/platform/pgmio/pgmio_enums.h"
 
+#include <array>
 #include <cstdio>
 
 namespace
 {
 
 constexpr uint64_t k_inline_bits = 32; // longer scan values go into the DATA block
-constexpr size_t k_literal_line = 96;  // characters of a compressed literal per line
-// The 64 digits of a compressed literal; each carries 6 bits of the compressed stream, lowest first.
-constexpr char k_digits[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_@";
 
-std::string compressed_literal(std::span<const uint8_t> data)
-{
-    const PGMIO_BYTES stream = pgmio_player_compress(data);
-    std::string text = "@";
-    uint32_t acc = 0;
-    int held = 0;
-    size_t on_line = 0;
-    auto put = [&](uint32_t digit)
-    {
-        if (on_line == k_literal_line)
-        {
-            text += "\n        ";
-            on_line = 0;
-        }
-        text += k_digits[digit & 0x3F];
-        ++on_line;
-    };
-    for (uint8_t byte : stream)
-    {
-        acc |= uint32_t(byte) << held;
-        held += 8;
-        while (held >= 6)
-        {
-            put(acc);
-            acc >>= 6;
-            held -= 6;
-        }
-    }
-    if (held > 0)
-        put(acc);
-    return text;
-}
-
-// CRC-16 (polynomial 0x1021, initial value 0xFFFF, not reflected) of the text before the CRC statement.
+// CRC-16 (polynomial 0x1021, initial value 0xFFFF, not reflected) of the text before the CRC statement,
+// a byte at a time through a table: a .jam of a large device is tens of megabytes.
 uint16_t crc16(const std::string& text)
 {
+    static const auto table = []
+    {
+        std::array<uint16_t, 256> t{};
+        for (unsigned byte = 0; byte < 256; ++byte)
+        {
+            uint16_t crc = uint16_t(byte << 8);
+            for (int i = 0; i < 8; ++i)
+                crc = uint16_t(crc & 0x8000 ? (crc << 1) ^ 0x1021 : crc << 1);
+            t[byte] = crc;
+        }
+        return t;
+    }();
     uint16_t crc = 0xFFFF;
     for (char c : text)
-    {
-        crc ^= uint16_t(uint8_t(c)) << 8;
-        for (int i = 0; i < 8; ++i)
-            crc = uint16_t(crc & 0x8000 ? (crc << 1) ^ 0x1021 : crc << 1);
-    }
+        crc = uint16_t(crc << 8) ^ table[(crc >> 8) ^ uint8_t(c)];
     return crc;
 }
 
@@ -81,7 +56,9 @@ public:
         if (bits <= k_inline_bits)
             return "$" + pgmio_jtag_hex(bytes, bits);
         const std::string name = "D" + std::to_string(++m_arrays);
-        data += "    BOOLEAN " + name + "[" + std::to_string(bits) + "] = " + compressed_literal(bytes) + ";\n";
+        data += "    BOOLEAN " + name + "[" + std::to_string(bits) + "] = $";
+        pgmio_jtag_hex_lines(data, bytes, bits, "        ");
+        data += ";\n";
         return name;
     }
 
@@ -143,11 +120,13 @@ std::string pgmio_stapl_text(const PGMIO_JTAG_PROGRAM& program)
     for (const auto& [key, value] : program.notes)
         text += "NOTE " + quoted(key) + " " + quoted(value) + ";\n";
     text += "ACTION RUN = DO_RUN;\n";
-    text += "DATA CHAIN_DATA;\n" + writer.data + "ENDDATA;\n";
-    text += "PROCEDURE DO_RUN USES CHAIN_DATA;\n    BOOLEAN OK;\n" + writer.procedure + "    EXIT 0;\nENDPROC;\n";
+    // Appended piece by piece: the DATA block can be tens of megabytes.
+    ((text += "DATA CHAIN_DATA;\n") += writer.data) += "ENDDATA;\n";
+    writer.data = {};
+    ((text += "PROCEDURE DO_RUN USES CHAIN_DATA;\n    BOOLEAN OK;\n") += writer.procedure) += "    EXIT 0;\nENDPROC;\n";
     char crc[32];
     std::snprintf(crc, sizeof crc, "CRC %04X;\n", crc16(text));
-    return text + crc;
+    return text += crc;
 }
 
 bool PGMIO_CMD_LN_INTERFACE::create_output_file(const PGMIO_PLAYER_CHAIN& chain, const FIO_PATH& path,

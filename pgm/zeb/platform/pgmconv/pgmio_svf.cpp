@@ -15,7 +15,6 @@ namespace
 {
 
 constexpr long k_max_frequency = 1000000000; // 1 GHz
-constexpr size_t k_hex_per_line = 128;
 
 struct UNIT
 {
@@ -27,19 +26,13 @@ constexpr UNIT k_units[] = {{"MHZ", "MHz", 1000000}, {"KHZ", "KHz", 1000}, {"HZ"
 
 constexpr const char* k_voltages[] = {"1.5V", "1.8V", "2.5V", "3.3V", "5.0V"}; // by SVFE_PROG_VOLTAGE
 
-// A scan value, split over lines of k_hex_per_line digits.
+// A scan value, split over lines.
 void append_value(std::string& out, const char* name, std::span<const uint8_t> bytes, uint64_t bits)
 {
-    const std::string hex = pgmio_jtag_hex(bytes, bits);
     out += ' ';
     out += name;
     out += '(';
-    for (size_t at = 0; at < hex.size(); at += k_hex_per_line)
-    {
-        if (at)
-            out += "\n    ";
-        out.append(hex, at, k_hex_per_line);
-    }
+    pgmio_jtag_hex_lines(out, bytes, bits, "    ");
     out += ')';
 }
 
