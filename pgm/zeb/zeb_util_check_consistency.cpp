@@ -289,7 +289,7 @@ bool check_keys(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_CONSISTENCY_FINDING& finding
                 {&path->get_key_file1(), &path->get_key1()}, {&path->get_key_file2(), &path->get_key2()}};
             for (const auto& [file, id] : keys)
                 if (key_bits != 0 && !file->empty() && !id->empty() &&
-                    ZEB_KEY_FILE_ASSISTANT::get_key_from_key_file(*file, *id, key_bits).empty())
+                    !ZEB_KEY_FILE_ASSISTANT::has_key(*file, *id, key_bits))
                     return fail(finding, EZEB_KEY_NOT_IN_KEY_FILE,
                                 {*id, path->get_text(), *file, std::to_string(key_bits / 4), device->get_name()});
         }
