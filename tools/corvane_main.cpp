@@ -331,13 +331,15 @@ const CLI_MODE* find_mode(std::string_view arg)
     return nullptr;
 }
 
-// The help, asked for anywhere on the line: "--help NAME" and "--help=NAME" in front describe an
-// option; elsewhere the help flag prints the whole text, whatever else the line holds, with the
-// line's switches (--ini) applied.
+// The help, asked for anywhere on the line: "--help NAME" and "--help=NAME" in front of a line
+// without another mode describe an option (-h never does); otherwise the help flag prints the whole text, whatever
+// else the line holds, with the line's switches (--ini) applied.
 int dispatch_help(const CLI_ARGS& args)
 {
     const std::string& first = args.front();
-    if (is_help(first))
+    const bool other_mode =
+        std::any_of(args.begin() + 1, args.end(), [](const std::string& arg) { return find_mode(arg) != nullptr; });
+    if (first != "-h" && is_help(first) && !other_mode)
     {
         CLI_ARGS rest(args.begin() + 1, args.end());
         if (first.rfind("--help=", 0) == 0)

@@ -29,7 +29,8 @@ TEST(CliUsage, EveryModeReadsItsLineTheSameWay)
     const std::string long_name(100000, 'n');
 
     const LINE lines[] = {
-        {"-h", 0, {"SYNOPSIS", "any order"}},
+        {"-h good.sof", 0, {"SYNOPSIS", "any order"}},
+        {"--help --info good.sof", 0, {"SYNOPSIS"}},
         {"--info good.sof -h", 0, {"SYNOPSIS"}},
         {"good.sof --info", 0, {"integrity:                 ok"}},
         {"--help=devce", 2, {"did you mean 'device'?"}},
