@@ -57,6 +57,13 @@ TEST(CliUsage, EveryModeReadsItsLineTheSameWay)
             EXPECT_NE(run.output().find(part), std::string::npos) << shown << ": " << part << '\n' << run.output();
         EXPECT_LT(run.err.size(), 4000u) << shown;
     }
+    // A long name of two-byte characters is shortened between characters, never inside one,
+    // whichever the parity of the cut: iconv reads every message as UTF-8.
+    const corvane_test::PROGRAM_RUN utf8 = corvane_test::run_program(
+        "/bin/sh", "-c 'n=$(printf \"\\303\\274%.0s\" $(seq 3000)); for p in \"\" a; do "
+                   "\"$0\" --info \"$p$n\" 2>&1 | tee -a seen | iconv -f UTF-8 -t UTF-8 >/dev/null || exit 1; done' " CORVANE_EXE);
+    EXPECT_EQ(utf8.status, 0) << utf8.output();
+    EXPECT_NE(corvane_test::read_file("seen").find("\xC3\xBC...\xC3\xBC"), std::string::npos);
 }
 
 } // namespace
