@@ -228,8 +228,8 @@ std::string cli_nearest_word(std::string_view word, const std::vector<std::strin
         for (size_t i = 1; i <= a.size(); ++i)
             for (size_t j = 1; j <= b.size(); ++j)
             {
-                d[i][j] = std::min(
-                    {d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (same(a[i - 1], b[j - 1]) ? 0 : 1)});
+                d[i][j] =
+                    std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (same(a[i - 1], b[j - 1]) ? 0 : 1)});
                 if (i > 1 && j > 1 && same(a[i - 1], b[j - 2]) && same(a[i - 2], b[j - 1]))
                     d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
             }

@@ -9,8 +9,8 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
-#include <malloc.h>
 #include <iostream>
+#include <malloc.h>
 
 namespace
 {
@@ -141,7 +141,8 @@ int mode_help(const CLI_ARGS& args)
 {
     std::vector<CLI_OPTION> options;
     std::vector<std::string> words;
-    if (!cli_split_options(args, {"--ini"}, {}, options, words) || cli_expect_arguments("--help", words, 0, 1, "at most one option name") != CLI_OK)
+    if (!cli_split_options(args, {"--ini"}, {}, options, words) ||
+        cli_expect_arguments("--help", words, 0, 1, "at most one option name") != CLI_OK)
         return CLI_USAGE;
     for (const CLI_OPTION& option : options)
         if (!cli_apply_ini(option.value))

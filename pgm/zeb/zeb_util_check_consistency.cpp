@@ -310,7 +310,8 @@ bool check_output_names(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_CONSISTENCY_FINDING&
         for (const std::string& name : names)
             if (leaves(name))
                 return fail(finding, EZEB_SETTINGS_CHECK_ERROR,
-                            {"Output file name '" + name + "' is not a plain file name; the output goes to directory '" +
+                            {"Output file name '" + name +
+                             "' is not a plain file name; the output goes to directory '" +
                              output_file->get_directory() + "', so name the file without '/', '\\', '.' or '..'."});
     }
     return true;

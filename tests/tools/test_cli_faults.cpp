@@ -39,7 +39,8 @@ TEST(CliFaults, AnOutputIsCompleteOrTheOldOneAndNothingIsLeftBehind)
     std::string document = "<zeb><settings mode='AVSTX8'/><bitstreams><bitstream id='B'><path>in.sof</path>"
                            "</bitstream></bitstreams><output_files>";
     for (int i = 0; i < k_outputs; ++i)
-        document += "<output_file name='o" + std::to_string(i) + "' directory='out' type='RBF'><bitstream_id>B"
+        document += "<output_file name='o" + std::to_string(i) +
+                    "' directory='out' type='RBF'><bitstream_id>B"
                     "</bitstream_id></output_file>";
     corvane_test::write_file("doc.zeb", document + "</output_files></zeb>\n");
     const std::string in = corvane_test::read_file("in.sof");
@@ -62,8 +63,8 @@ TEST(CliFaults, AnOutputIsCompleteOrTheOldOneAndNothingIsLeftBehind)
          true, ""},
         {"input deleted during the run", after_first + "rm in.sof; wait $pid", true, "in.sof"},
         {"input changed during the run", after_first + "head -c 5000 /dev/zero > in.sof; wait $pid", true, "in.sof"},
-        {"two runs at once", "\"$RUN\" doc.zeb >/dev/null 2>err & \"$RUN\" doc.zeb >/dev/null 2>err2; s=$?; wait $! && exit $s",
-         true, ""},
+        {"two runs at once",
+         "\"$RUN\" doc.zeb >/dev/null 2>err & \"$RUN\" doc.zeb >/dev/null 2>err2; s=$?; wait $! && exit $s", true, ""},
     };
     for (const FAULT& fault : faults)
     {

@@ -209,7 +209,8 @@ struct HTL_ZOFSTREAM::IMPL
     }
 };
 
-HTL_ZOFSTREAM::HTL_ZOFSTREAM(const std::string& path, bool compress, bool private_file) : m_impl(std::make_unique<IMPL>())
+HTL_ZOFSTREAM::HTL_ZOFSTREAM(const std::string& path, bool compress, bool private_file)
+    : m_impl(std::make_unique<IMPL>())
 {
     m_impl->target = path;
     m_impl->stream.setstate(std::ios_base::badbit);
