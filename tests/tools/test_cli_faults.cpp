@@ -48,23 +48,23 @@ TEST(CliFaults, AnOutputIsCompleteOrTheOldOneAndNothingIsLeftBehind)
     const std::string old = "the output of an earlier run\n";
     // Root writes into read-only directories unless it gives up the capability to.
     const std::string unprivileged = geteuid() == 0 ? "setpriv --bounding-set=-dac_override,-dac_read_search " : "";
-    // Waits until the run has written its first output, then applies the fault.
+    // The run's standard output goes to "log". Waits until the run has written its first output, then applies the fault.
     const std::string after_first = "\"$RUN\" doc.zeb >log 2>err & pid=$!\n"
                                     "n=0; while [ ! -e out/o0.rbf ] && kill -0 $pid 2>/dev/null && [ $n -lt 3000 ]; do "
                                     "sleep 0.01; n=$((n+1)); done\n";
 
     const FAULT faults[] = {
-        {"output directory missing", "rm -r out; \"$RUN\" doc.zeb 2>err", false, "doesn't exist"},
-        {"output directory read-only", "chmod 555 out; " + unprivileged + "\"$RUN\" doc.zeb 2>err", false,
+        {"output directory missing", "rm -r out; \"$RUN\" doc.zeb >log 2>err", false, "doesn't exist"},
+        {"output directory read-only", "chmod 555 out; " + unprivileged + "\"$RUN\" doc.zeb >log 2>err", false,
          "Permission denied"},
-        {"output directory full", "(trap '' XFSZ; ulimit -f 512; exec \"$RUN\" doc.zeb 2>err)", false,
+        {"output directory full", "(trap '' XFSZ; ulimit -f 512; exec \"$RUN\" doc.zeb >log 2>err)", false,
          "File too large"},
-        {"output is a symbolic link", "echo link target > target; ln -sf ../target out/o0.rbf; \"$RUN\" doc.zeb 2>err",
+        {"output is a symbolic link", "echo link target > target; ln -sf ../target out/o0.rbf; \"$RUN\" doc.zeb >log 2>err",
          true, ""},
         {"input deleted during the run", after_first + "rm in.sof; wait $pid", true, "in.sof"},
         {"input changed during the run", after_first + "head -c 5000 /dev/zero > in.sof; wait $pid", true, "in.sof"},
         {"two runs at once",
-         "\"$RUN\" doc.zeb >/dev/null 2>err & \"$RUN\" doc.zeb >/dev/null 2>err2; s=$?; wait $! && exit $s", true, ""},
+         "\"$RUN\" doc.zeb >/dev/null 2>err & \"$RUN\" doc.zeb >log 2>err2; s=$?; wait $! && exit $s", true, ""},
     };
     for (const FAULT& fault : faults)
     {
@@ -72,6 +72,7 @@ TEST(CliFaults, AnOutputIsCompleteOrTheOldOneAndNothingIsLeftBehind)
         fs::remove_all("out");
         fs::create_directories("out");
         corvane_test::write_file("in.sof", in);
+        fs::remove("log");
         for (int i = 0; i < k_outputs; ++i)
             corvane_test::write_file(output(i), old);
         corvane_test::write_file("fault.sh", "RUN='" CORVANE_EXE "'\n" + fault.script + "\n");
@@ -88,12 +89,20 @@ TEST(CliFaults, AnOutputIsCompleteOrTheOldOneAndNothingIsLeftBehind)
             continue;
         // Only the outputs: no temporary or staged file beside them.
         EXPECT_EQ(std::distance(fs::directory_iterator("out"), fs::directory_iterator()), k_outputs);
+        // Each output is new and complete or the old one, and the run reports exactly the new ones.
+        const std::string log = corvane_test::read_file("log");
+        size_t reported = 0;
+        for (size_t at = log.find("written: "); at != std::string::npos; at = log.find("written: ", at + 1))
+            ++reported;
+        size_t fresh = 0;
         for (int i = 0; i < k_outputs; ++i)
         {
             const std::string content = corvane_test::read_file(output(i));
             EXPECT_FALSE(fs::is_symlink(output(i))) << i;
             EXPECT_TRUE(content == reference || (run.status != 0 && content == old)) << i;
+            fresh += content == reference;
         }
+        EXPECT_EQ(reported, fresh) << log;
         if (fs::exists("target"))
         {
             EXPECT_EQ(corvane_test::read_file("target"), "link target\n");
