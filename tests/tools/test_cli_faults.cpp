@@ -48,7 +48,7 @@ TEST(CliFaults, AnOutputIsCompleteOrTheOldOneAndNothingIsLeftBehind)
     const std::string old = "the output of an earlier run\n";
     // Root writes into read-only directories unless it gives up the capability to.
     const std::string unprivileged = geteuid() == 0 ? "setpriv --bounding-set=-dac_override,-dac_read_search " : "";
-    // The run's standard output goes to "log". Waits until the run has written its first output, then applies the fault.
+    // Each run prints to "log". This one waits until the run has written its first output, then faults.
     const std::string after_first = "\"$RUN\" doc.zeb >log 2>err & pid=$!\n"
                                     "n=0; while [ ! -e out/o0.rbf ] && kill -0 $pid 2>/dev/null && [ $n -lt 3000 ]; do "
                                     "sleep 0.01; n=$((n+1)); done\n";
