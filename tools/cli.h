@@ -2,6 +2,7 @@
 // Command-line front end: the modes of the `corvane` executable and their shared helpers.
 #pragma once
 
+#include <cstdint>
 #include <iosfwd>
 #include <span>
 #include <string>
@@ -32,8 +33,22 @@ constexpr int CLI_INTERNAL = 3; // a broken precondition inside the library (a d
 // Prints "corvane: <text>" and a hint to --help on stderr; returns CLI_USAGE.
 int cli_usage_error(std::string_view text);
 
+// Prints "corvane: <text>" on stderr, the text shortened to a message line.
+void cli_print_error(std::string_view text);
+// A user's text (a path, a value) quoted for a message, shortened when long.
+std::string cli_quote(std::string_view text);
+// The one rule for the plain arguments (files) of every mode: CLI_OK when there are `least` to
+// `most` of them, else a usage error naming the first extra one, or saying that `what` is needed.
+int cli_expect_arguments(std::string_view mode, const std::vector<std::string>& arguments, size_t least, size_t most,
+                         std::string_view what);
+// The known word nearest to `word` (case ignored; insertions, deletions, substitutions and swaps of
+// neighbours count one each) within `max_distance` edits; "" when none is that near.
+std::string cli_nearest_word(std::string_view word, const std::vector<std::string>& known,
+                             size_t max_distance = SIZE_MAX);
+
 // Splits "--name=value" / "--name value" options off `args`. Options listed in `with_value` take
-// a value. Unknown options are a usage error (returns false after printing it).
+// a value, which may not be empty. Unknown options (also "-x" words) are a usage error (returns
+// false after printing it, with the nearest known option).
 struct CLI_OPTION
 {
     std::string name;
@@ -88,5 +103,7 @@ bool cli_apply_ini(const std::string& name_value);
 void cli_print_options_help(std::ostream& out);
 // One option with its allowed values, dependencies and exclusions; a usage error when unknown.
 int cli_help_option(std::string_view name);
+// How a command line is read, for the help and the manual page.
+extern const char* const CLI_ARGUMENT_RULES;
 void cli_print_man_page(std::ostream& out, std::span<const CLI_MODE> modes, std::string_view version);
 void cli_print_bash_completion(std::ostream& out, std::span<const CLI_MODE> modes);

@@ -5,12 +5,15 @@
 #include "cli.h"
 
 #include "pgm/zeb/platform/dev/dev.h"
+#include "pgm/zeb/platform/msg/msg.h"
 #include "pgm/zeb/zeb_db_util.h"
 #include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_util.h"
 #include "pgm/zeb/zeb_util_check_consistency.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cstdint>
 #include <filesystem>
 #include <iostream>
 #include <stdexcept>
@@ -20,47 +23,12 @@ namespace
 
 void second_line(const std::string& text)
 {
-    std::cerr << "    " << text << '\n';
+    std::cerr << "    " << msg_shorten(text, MSG_LINE_LIMIT) << '\n';
 }
 
 bool starts_with(const std::string& text, std::string_view prefix)
 {
     return text.compare(0, prefix.size(), prefix) == 0;
-}
-
-// Edits (insertions, deletions, substitutions, swaps of neighbours) from one name to the other,
-// ignoring case: "VQ265A" is one swap from "VQ256A".
-size_t edit_distance(std::string_view a, std::string_view b)
-{
-    const auto same = [](char x, char y)
-    { return std::toupper(static_cast<unsigned char>(x)) == std::toupper(static_cast<unsigned char>(y)); };
-    std::vector<std::vector<size_t>> d(a.size() + 1, std::vector<size_t>(b.size() + 1));
-    for (size_t i = 0; i <= a.size(); ++i)
-        d[i][0] = i;
-    for (size_t j = 0; j <= b.size(); ++j)
-        d[0][j] = j;
-    for (size_t i = 1; i <= a.size(); ++i)
-        for (size_t j = 1; j <= b.size(); ++j)
-        {
-            d[i][j] =
-                std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (same(a[i - 1], b[j - 1]) ? 0 : 1)});
-            if (i > 1 && j > 1 && same(a[i - 1], b[j - 2]) && same(a[i - 2], b[j - 1]))
-                d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
-        }
-    return d[a.size()][b.size()];
-}
-
-std::string nearest(const std::string& name, const std::vector<std::string>& known)
-{
-    std::string best;
-    size_t best_distance = SIZE_MAX;
-    for (const std::string& candidate : known)
-    {
-        const size_t distance = edit_distance(name, candidate);
-        if (distance < best_distance)
-            best = candidate, best_distance = distance;
-    }
-    return best;
 }
 
 std::vector<std::string> flash_device_names()
@@ -146,7 +114,7 @@ void explain_unknown_device(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& m
     for (const PGM_COMMON_XML_ZEB_FLASH_DEVICE* device : ZEB_FILE_ASSISTANT::get_flash_device_elements(object))
         if (message.find("device " + device->get_type() + ".") != std::string::npos)
         {
-            const std::string known = nearest(device->get_type(), flash_device_names());
+            const std::string known = cli_nearest_word(device->get_type(), flash_device_names());
             if (known == device->get_type())
                 second_line("Flash device " + device->get_id() + " (" + known +
                             ") is known, but no output file type of the document programs its family.");
@@ -161,8 +129,23 @@ void explain_unknown_device(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& m
 // An FPGA name that the catalogue lacks: the flash loader, or an output file's helper device.
 void explain_unknown_fpga(const std::string& name)
 {
-    second_line("The nearest FPGA name is " + nearest(name, fpga_names()) +
+    second_line("The nearest FPGA name is " + cli_nearest_word(name, fpga_names()) +
                 ". 'corvane --list-devices' lists them all.");
+}
+
+// The sentence of a failed precheck is the same for every reason: the reason comes underneath.
+void explain_failed_precheck(const std::string& message)
+{
+    const size_t start = std::string_view("Failed to parse ").size();
+    const size_t end = message.rfind(". The file is corrupted");
+    if (end == std::string::npos || end < start)
+        return;
+    const PGM_DEVICE* device = nullptr;
+    std::string sentence;
+    std::string reason;
+    if (!ZEB_UTIL::precheck_input_file(FIO_PATH(message.substr(start, end - start)), &device, sentence, reason, true) &&
+        !reason.empty())
+        second_line("Reason: " + reason);
 }
 
 void explain(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& message)
@@ -178,6 +161,8 @@ void explain(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& message)
     else if (starts_with(message, "Cannot find '"))
         second_line("Relative paths in a setup document are taken from the working directory (" +
                     std::filesystem::current_path().string() + "), not from the document's directory.");
+    else if (starts_with(message, "Failed to parse "))
+        explain_failed_precheck(message);
     else if (starts_with(message, "Helper device '"))
     {
         const size_t start = std::string_view("Helper device '").size();
@@ -222,8 +207,44 @@ bool cli_check_document(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& fil
         // A failure the check leaves without a sentence (a reference that names nothing) is named
         // by the consistency rules.
         else if (zeb_check_consistency_and_report(document))
-            std::cerr << "corvane: " << file << ": the settings check failed without naming a reason\n";
+            cli_print_error(file + ": the settings check failed without naming a reason");
         return false;
     }
     return zeb_check_consistency_and_report(document);
+}
+
+std::string cli_nearest_word(std::string_view word, const std::vector<std::string>& known, size_t max_distance)
+{
+    // Edits from one word to the other, ignoring case: "VQ265A" is one swap from "VQ256A".
+    const auto same = [](char x, char y)
+    { return std::toupper(static_cast<unsigned char>(x)) == std::toupper(static_cast<unsigned char>(y)); };
+    const auto distance = [&](std::string_view a, std::string_view b)
+    {
+        std::vector<std::vector<size_t>> d(a.size() + 1, std::vector<size_t>(b.size() + 1));
+        for (size_t i = 0; i <= a.size(); ++i)
+            d[i][0] = i;
+        for (size_t j = 0; j <= b.size(); ++j)
+            d[0][j] = j;
+        for (size_t i = 1; i <= a.size(); ++i)
+            for (size_t j = 1; j <= b.size(); ++j)
+            {
+                d[i][j] =
+                    std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (same(a[i - 1], b[j - 1]) ? 0 : 1)});
+                if (i > 1 && j > 1 && same(a[i - 1], b[j - 2]) && same(a[i - 2], b[j - 1]))
+                    d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
+            }
+        return d[a.size()][b.size()];
+    };
+    // A word far longer than any known one is no misspelling of it (and would cost a large table).
+    std::string best;
+    size_t best_distance = max_distance == SIZE_MAX ? SIZE_MAX : max_distance + 1;
+    for (const std::string& candidate : known)
+    {
+        if (word.size() > candidate.size() && word.size() - candidate.size() >= best_distance)
+            continue;
+        const size_t edits = distance(word, candidate);
+        if (edits < best_distance)
+            best = candidate, best_distance = edits;
+    }
+    return best;
 }

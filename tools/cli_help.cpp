@@ -50,6 +50,12 @@ std::string roff(std::string text)
 
 } // namespace
 
+const char* const CLI_ARGUMENT_RULES =
+    "The mode flag, the options and the files may come in any order; an option's value follows it "
+    "(--save OUT.zeb) or is joined with '=' (--save=OUT.zeb) and may not be empty. '--' ends the options, "
+    "so that a file name may start with '-'. -h or --help anywhere prints this text. Every mode refuses "
+    "an argument it does not take, naming it.";
+
 void cli_print_options_help(std::ostream& out)
 {
     out << "OPTIONS (convert mode, -o NAME=VALUE)\n";
@@ -104,6 +110,7 @@ void cli_print_man_page(std::ostream& out, std::span<const CLI_MODE> modes, std:
         << ".SH NAME\ncorvane \\- make FPGA programming files from setup documents\n.SH SYNOPSIS\n";
     for (const CLI_MODE& mode : modes)
         out << ".PP\n" << roff(mode.synopsis) << '\n';
+    out << ".SH DESCRIPTION\n" << roff(CLI_ARGUMENT_RULES) << '\n';
     out << ".SH MODES\n";
     for (const CLI_MODE& mode : modes)
         out << ".TP\n" << roff(mode.synopsis) << '\n' << roff(mode.description) << '\n';

@@ -4,6 +4,8 @@
 // the attribute, and that attribute's declaration gives the value type and the allowed words.
 #include "cli_options.h"
 
+#include "cli.h"
+
 #include "pgm/zeb/platform/pgm_common_xml_zeb_auto_export.h"
 
 #include <algorithm>
@@ -71,25 +73,6 @@ std::vector<std::string> split_words(std::string_view list)
         start = bar + 1;
     }
     return words;
-}
-
-size_t edit_distance(std::string_view a, std::string_view b)
-{
-    std::vector<size_t> row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j)
-        row[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i)
-    {
-        size_t diagonal = row[0];
-        row[0] = i;
-        for (size_t j = 1; j <= b.size(); ++j)
-        {
-            const size_t above = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
-            diagonal = above;
-        }
-    }
-    return row[b.size()];
 }
 
 bool is_hex_number(std::string_view text)
@@ -175,15 +158,7 @@ std::vector<std::string> cli_accepted_option_names(bool listed)
 
 std::string cli_closest_option_name(std::string_view name)
 {
-    std::string best;
-    size_t best_distance = std::max<size_t>(2, name.size() / 3) + 1;
-    for (const std::string& candidate : cli_accepted_option_names(true))
-    {
-        const size_t distance = edit_distance(lower(name), candidate);
-        if (distance < best_distance)
-            best_distance = distance, best = candidate;
-    }
-    return best;
+    return cli_nearest_word(name, cli_accepted_option_names(true), std::max<size_t>(2, name.size() / 3));
 }
 
 std::string cli_value_summary(const CLI_PARAM_INFO& info)

@@ -414,8 +414,9 @@ int cli_mode_convert(const CLI_ARGS& args)
     if (!cli_split_options(normalised, {"--option", "--secondary", "--save", "--ini", "--layout"}, {"--no-check"},
                            options, positional))
         return CLI_USAGE;
-    if (positional.size() < 2)
-        return cli_usage_error("convert mode needs at least one input file and an output file");
+    if (cli_expect_arguments("convert mode", positional, 2, SIZE_MAX, "at least one input file and an output file") !=
+        CLI_OK)
+        return CLI_USAGE;
 
     REQUEST request;
     request.output = FIO_PATH(positional.back());
@@ -471,7 +472,7 @@ int cli_mode_convert(const CLI_ARGS& args)
     auto document = std::make_unique<PGM_COMMON_XML_ZEB_ZEB>();
     if (!build_document(document.get(), request))
     {
-        std::cerr << "corvane: the setup document could not be built from these options\n";
+        cli_print_error("the setup document could not be built from these options");
         return CLI_FAILED;
     }
     if (check && !cli_check_and_generate(document.get(), positional.back(), false))

@@ -181,11 +181,9 @@ bool parse_options(const CLI_ARGS& args, bool allow_custom_db, bool& json, std::
         with_value.push_back("--custom-db");
     if (!cli_split_options(args, with_value, {"--json"}, options, positional))
         return false;
-    if (!positional.empty())
-    {
-        cli_usage_error("unexpected argument '" + positional.front() + "'");
+    if (cli_expect_arguments(allow_custom_db ? "--list-flash-devices" : "--list-devices", positional, 0, 0,
+                             "no files") != CLI_OK)
         return false;
-    }
     for (const CLI_OPTION& option : options)
     {
         if (option.name == "--json")
@@ -253,7 +251,7 @@ int cli_mode_list_flash_devices(const CLI_ARGS& args)
     std::string error;
     if (!custom_db.empty() && !GFPDB_QSPI_MGR::set_db_custom_dir(custom_db, &error))
     {
-        std::cerr << "corvane: custom flash-device database: " << error << '\n';
+        cli_print_error("custom flash-device database: " + error);
         return CLI_FAILED;
     }
     const std::vector<const DEV_FLASH_RECORD*> devices = GFPDB_QSPI_MGR().get_devices();

@@ -103,8 +103,8 @@ int cli_mode_make_sof(const CLI_ARGS& args)
     if (!cli_split_options(args, {"--device", "--seed", "--size", "--data", "--design", "--utilization"}, {"--cvp", "--hps", "--pr"},
                            options, files))
         return CLI_USAGE;
-    if (files.size() != 1)
-        return cli_usage_error("--make-sof takes exactly one output file");
+    if (cli_expect_arguments("--make-sof", files, 1, 1, "one output file") != CLI_OK)
+        return CLI_USAGE;
     std::string device_name;
     std::string data_path;
     BITASM_OPTIONS assemble;
@@ -142,8 +142,7 @@ int cli_mode_make_sof(const CLI_ARGS& args)
     const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(std::string_view(device_name), &error);
     if (!device || !device->get_fpga_record())
     {
-        std::cerr << "corvane: unknown FPGA device '" << device_name << "'" << (error.empty() ? "" : ": " + error)
-                  << '\n';
+        cli_print_error("unknown FPGA device " + cli_quote(device_name) + (error.empty() ? "" : ": " + error));
         return CLI_FAILED;
     }
     PGMIO_BYTES raw;
@@ -151,7 +150,7 @@ int cli_mode_make_sof(const CLI_ARGS& args)
     {
         if (!pgmio_read_file(data_path, raw, error))
         {
-            std::cerr << "corvane: " << error << '\n';
+            cli_print_error(error);
             return CLI_FAILED;
         }
         assemble.raw_data = &raw;
@@ -159,7 +158,7 @@ int cli_mode_make_sof(const CLI_ARGS& args)
     PGMIO_SOF_IMAGE sof;
     if (!BITASM_MGR::assemble_sof(*device, assemble, sof, error) || !PGMIO_SOF::write(files[0], sof, error))
     {
-        std::cerr << "corvane: cannot make '" << files[0] << "': " << error << '\n';
+        cli_print_error("cannot make " + cli_quote(files[0]) + ": " + error);
         return CLI_FAILED;
     }
     std::cout << "Wrote " << files[0] << ": device " << device->get_name() << ", " << sof.config.payload_size()
@@ -173,8 +172,8 @@ int cli_mode_info(const CLI_ARGS& args)
     std::vector<std::string> files;
     if (!cli_split_options(args, {}, {"--json"}, options, files))
         return CLI_USAGE;
-    if (files.size() != 1)
-        return cli_usage_error("--info takes exactly one file");
+    if (cli_expect_arguments("--info", files, 1, 1, "one file") != CLI_OK)
+        return CLI_USAGE;
     const bool json = !options.empty();
     if (!json && FIO_PATH(files[0]).get_extension_type() == FIO_EXTENSION_TYPE_JBC)
         return cli_print_jbc_text(files[0]);
@@ -182,7 +181,7 @@ int cli_mode_info(const CLI_ARGS& args)
     std::string error;
     if (!pgmio_describe_file(files[0], info, error))
     {
-        std::cerr << "corvane: " << error << '\n';
+        cli_print_error(error);
         return CLI_FAILED;
     }
     if (json)

@@ -16,7 +16,9 @@ int cli_mode_finalize_encryption(const CLI_ARGS& args)
     std::string hek, password_file, key_file;
     for (const CLI_OPTION& option : options)
         (option.name == "--hek" ? hek : option.name == "--password-file" ? password_file : key_file) = option.value;
-    if (files.size() != 1 || hek.empty() || key_file.empty())
+    if (cli_expect_arguments("--finalize-encryption", files, 1, 1, "one file") != CLI_OK)
+        return CLI_USAGE;
+    if (hek.empty() || key_file.empty())
         return cli_usage_error("--finalize-encryption takes one file, --hek HEK and --key-file KEYS");
     std::string password;
     std::string error;
@@ -25,7 +27,7 @@ int cli_mode_finalize_encryption(const CLI_ARGS& args)
     pgmsec_clear_password(password);
     if (!ok)
     {
-        std::cerr << "corvane: " << error << '\n';
+        cli_print_error(error);
         return CLI_FAILED;
     }
     std::cout << "Finalised the encryption of " << files[0] << "; sign it again if it is to be signed\n";

@@ -126,7 +126,7 @@ bool cli_write_layout(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& path)
         height += draw_flash(body, picture, height);
     if (height == 0)
     {
-        std::cerr << "corvane: --layout: the document has no flash output to draw\n";
+        cli_print_error("--layout: the document has no flash output to draw");
         return false;
     }
     const std::string svg = format("<?xml version='1.0' encoding='UTF-8'?>\n<svg xmlns='http://www.w3.org/2000/svg' "
@@ -137,7 +137,7 @@ bool cli_write_layout(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& path)
     std::string error;
     if (!pgmio_write_file_atomic(path, std::span(reinterpret_cast<const uint8_t*>(svg.data()), svg.size()), error))
     {
-        std::cerr << "corvane: --layout: " << error << '\n';
+        cli_print_error("--layout: " + error);
         return false;
     }
     std::cout << "written: " << path << " (layout picture)\n";

@@ -13,12 +13,12 @@ int cli_mode_make_hky(const CLI_ARGS& args)
     std::vector<std::string> files;
     if (!cli_split_options(args, {}, {}, options, files))
         return CLI_USAGE;
-    if (files.size() != 2)
-        return cli_usage_error("--make-hky takes a PEM public key and the output file");
+    if (cli_expect_arguments("--make-hky", files, 2, 2, "a PEM public key and the output file") != CLI_OK)
+        return CLI_USAGE;
     std::string error;
     if (!pgmsec_make_hky(files[0], files[1], error))
     {
-        std::cerr << "corvane: " << error << '\n';
+        cli_print_error(error);
         return CLI_FAILED;
     }
     std::cout << "Wrote " << files[1] << '\n';
@@ -31,8 +31,8 @@ int cli_mode_make_hek(const CLI_ARGS& args)
     std::vector<std::string> files;
     if (!cli_split_options(args, {"--password-file"}, {}, options, files))
         return CLI_USAGE;
-    if (files.size() != 1)
-        return cli_usage_error("--make-hek takes the output file");
+    if (cli_expect_arguments("--make-hek", files, 1, 1, "the output file") != CLI_OK)
+        return CLI_USAGE;
     std::string password;
     std::string error;
     const bool ok = (options.empty() || pgmsec_read_password_file(options[0].value, password, error)) &&
@@ -40,7 +40,7 @@ int cli_mode_make_hek(const CLI_ARGS& args)
     pgmsec_clear_password(password);
     if (!ok)
     {
-        std::cerr << "corvane: " << error << '\n';
+        cli_print_error(error);
         return CLI_FAILED;
     }
     std::cout << "Wrote " << files[0] << '\n';

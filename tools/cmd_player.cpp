@@ -21,8 +21,8 @@ int cli_mode_make_player(const CLI_ARGS& args)
     std::vector<std::string> files;
     if (!cli_split_options(args, {"--frequency", "--voltage"}, {}, options, files))
         return CLI_USAGE;
-    if (files.size() != 2)
-        return cli_usage_error("--make-player takes a chain description file and an output file");
+    if (cli_expect_arguments("--make-player", files, 2, 2, "a chain description file and an output file") != CLI_OK)
+        return CLI_USAGE;
     std::string frequency = "10MHz";
     int voltage = SVFE_PROG_VOLTAGE_3_3V;
     for (const CLI_OPTION& option : options)
@@ -57,7 +57,7 @@ int cli_mode_make_player(const CLI_ARGS& args)
         ok = PGMIO_CMD_LN_INTERFACE::create_output_file(chain, output, error);
     if (!ok)
     {
-        std::cerr << "corvane: " << error << '\n';
+        cli_print_error(error);
         return CLI_FAILED;
     }
     return CLI_OK;
@@ -70,7 +70,7 @@ int cli_print_jbc_text(const std::string& path)
     std::string error;
     if (!pgmio_read_file(path, image, error) || !PGMIO_CMD_LN_INTERFACE::jbc_to_text(image, text, error))
     {
-        std::cerr << "corvane: " << path << ": " << error << '\n';
+        cli_print_error(path + ": " + error);
         return CLI_FAILED;
     }
     std::cout << text;

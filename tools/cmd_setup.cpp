@@ -9,10 +9,12 @@
 #include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_util.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <memory>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
@@ -26,21 +28,46 @@ enum class SETUP_ACTION
     READ_ONLY,  // neither (reading and saving only)
 };
 
-// One line per file that the generation wrote (made or replaced since `start`), then the count.
-void report_written_files(PGM_COMMON_XML_ZEB_ZEB* document, std::filesystem::file_time_type start)
+// What identifies one version of an output file: a replaced file is a new inode (outputs are
+// renamed into place), a file written in place has a new modification time.
+struct FILE_STAMP
+{
+    bool exists = false;
+    uint64_t inode = 0;
+    int64_t modified_ns = 0;
+    bool operator==(const FILE_STAMP&) const = default;
+};
+
+FILE_STAMP stamp_of(const std::string& path)
+{
+    struct stat info = {};
+    if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode))
+        return {};
+    return {true, uint64_t(info.st_ino), int64_t(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec};
+}
+
+// The output files of a document with their stamps before the generation.
+std::vector<std::pair<std::string, FILE_STAMP>> stamp_outputs(PGM_COMMON_XML_ZEB_ZEB* document)
+{
+    std::vector<std::pair<std::string, FILE_STAMP>> stamps;
+    for (PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file : ZEB_FILE_ASSISTANT::get_output_file_elements(document))
+        for (const FIO_PATH& path : ZEB_UTIL::get_output_file_paths(output_file))
+            stamps.emplace_back(path.get_full_path(), stamp_of(path.get_full_path()));
+    return stamps;
+}
+
+// One line per output file that the generation made or replaced, then the count.
+void report_written_files(const std::vector<std::pair<std::string, FILE_STAMP>>& before)
 {
     size_t written = 0;
-    for (PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file : ZEB_FILE_ASSISTANT::get_output_file_elements(document))
+    for (const auto& [full, stamp] : before)
     {
-        for (const FIO_PATH& path : ZEB_UTIL::get_output_file_paths(output_file))
-        {
-            std::error_code error;
-            const std::string& full = path.get_full_path();
-            if (!std::filesystem::is_regular_file(full, error) || std::filesystem::last_write_time(full, error) < start)
-                continue;
-            std::cout << "written: " << full << " (" << std::filesystem::file_size(full, error) << " bytes)\n";
-            ++written;
-        }
+        const FILE_STAMP now = stamp_of(full);
+        if (!now.exists || now == stamp)
+            continue;
+        std::error_code error;
+        std::cout << "written: " << full << " (" << std::filesystem::file_size(full, error) << " bytes)\n";
+        ++written;
     }
     std::cout << written << (written == 1 ? " output file" : " output files") << " written\n";
 }
@@ -74,14 +101,12 @@ bool process(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file, SETUP_AC
         std::cout << file << ": check passed\n";
         return true;
     }
-    // Files written in this run are those changed after this moment; the margin covers file
-    // systems whose time stamps are coarser than the clock.
-    const auto start = std::filesystem::file_time_type::clock::now() - std::chrono::seconds(2);
+    const auto before = stamp_outputs(document);
     const bool generated =
         isatty(STDERR_FILENO) ? ZEB_UTIL::generate(document, show_progress) : ZEB_UTIL::generate(document);
     if (isatty(STDERR_FILENO))
         std::cerr << "\r\033[K" << std::flush; // the progress line goes before the report
-    report_written_files(document, start);
+    report_written_files(before);
     return generated;
 }
 
@@ -119,8 +144,18 @@ bool cli_apply_ini(const std::string& name_value)
 {
     const size_t eq = name_value.find('=');
     if (eq == std::string::npos || eq == 0)
-        return cli_usage_error("--ini needs NAME=VALUE, got '" + name_value + "'"), false;
-    PGM_COMMON_INI::set_value(name_value.substr(0, eq), name_value.substr(eq + 1));
+        return cli_usage_error("--ini needs NAME=VALUE, got " + cli_quote(name_value)), false;
+    const std::string name = name_value.substr(0, eq);
+    const std::vector<std::string> known = PGM_COMMON_INI::known_names();
+    if (std::find(known.begin(), known.end(), name) == known.end())
+    {
+        const std::string nearest = cli_nearest_word(name, known, std::max<size_t>(2, name.size() / 3));
+        return cli_usage_error("--ini: no switch " + cli_quote(name) +
+                               (nearest.empty() ? "" : "; did you mean '" + nearest + "'?") +
+                               " (docs/switches.md lists them)"),
+               false;
+    }
+    PGM_COMMON_INI::set_value(name, name_value.substr(eq + 1));
     return true;
 }
 
@@ -130,8 +165,8 @@ int cli_mode_setup(const CLI_ARGS& args)
     std::vector<std::string> files;
     if (!cli_split_options(args, {"--save", "--ini", "--layout"}, {"--no-check", "--check", "--json"}, options, files))
         return CLI_USAGE;
-    if (files.empty())
-        return cli_usage_error("no setup document given");
+    if (cli_expect_arguments("", files, 1, SIZE_MAX, "a setup document") != CLI_OK)
+        return CLI_USAGE;
 
     std::string save_path;
     std::string layout_path;

@@ -13,8 +13,8 @@ int cli_mode_sign(const CLI_ARGS& args)
     std::vector<std::string> files;
     if (!cli_split_options(args, {"--key", "--digest-out", "--signature", "--public-key"}, {}, options, files))
         return CLI_USAGE;
-    if (files.size() != 1)
-        return cli_usage_error("--sign takes exactly one configuration data file");
+    if (cli_expect_arguments("--sign", files, 1, 1, "one configuration data file") != CLI_OK)
+        return CLI_USAGE;
     std::string key, digest, signature, public_key;
     for (const CLI_OPTION& option : options)
         (option.name == "--key"          ? key
@@ -31,7 +31,7 @@ int cli_mode_sign(const CLI_ARGS& args)
                                       : pgmsec_insert_signature(files[0], signature, public_key, error);
     if (!ok)
     {
-        std::cerr << "corvane: " << error << '\n';
+        cli_print_error(error);
         return CLI_FAILED;
     }
     std::cout << (digest.empty() ? "Signed " + files[0] : "Wrote the SHA-384 digest of " + files[0] + " to " + digest)

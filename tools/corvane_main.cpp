@@ -5,10 +5,12 @@
 #include "pgm/zeb/platform/fio/fio.h"
 #include "pgm/zeb/platform/msg/msg.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
-#include <malloc.h>
 #include <cstring>
 #include <iostream>
+#include <malloc.h>
 
 namespace
 {
@@ -96,6 +98,16 @@ constexpr CLI_MODE k_modes[] = {
     {"--verbose", nullptr, "corvane --verbose ...", "With any mode: prints the debug log as well."},
 };
 
+// Refuses any argument of a mode that takes none.
+int no_arguments(const CLI_ARGS& args, std::string_view mode)
+{
+    std::vector<CLI_OPTION> options;
+    std::vector<std::string> words;
+    if (!cli_split_options(args, {}, {}, options, words))
+        return CLI_USAGE;
+    return cli_expect_arguments(mode, words, 0, 0, "no arguments");
+}
+
 void print_wrapped(const char* text, size_t indent, size_t width)
 {
     std::string line;
@@ -127,19 +139,15 @@ void print_wrapped(const char* text, size_t indent, size_t width)
 
 int mode_help(const CLI_ARGS& args)
 {
-    std::string option;
-    for (size_t i = 0; i < args.size(); ++i)
-    {
-        if (args[i] == "--ini" && i + 1 < args.size())
-        {
-            if (!cli_apply_ini(args[++i]))
-                return CLI_USAGE;
-        }
-        else if (args[i].rfind("--", 0) != 0 && option.empty())
-            option = args[i];
-        else
-            return cli_usage_error("unknown argument '" + args[i] + "' of --help");
-    }
+    std::vector<CLI_OPTION> options;
+    std::vector<std::string> words;
+    if (!cli_split_options(args, {"--ini"}, {}, options, words) ||
+        cli_expect_arguments("--help", words, 0, 1, "at most one option name") != CLI_OK)
+        return CLI_USAGE;
+    for (const CLI_OPTION& option : options)
+        if (!cli_apply_ini(option.value))
+            return CLI_USAGE;
+    const std::string option = words.empty() ? std::string() : words.front();
     if (!option.empty())
         return cli_help_option(option);
     std::cout << "NAME\n"
@@ -153,6 +161,8 @@ int mode_help(const CLI_ARGS& args)
                   "bitstreams and raw data files, the output files to make, the flash devices with their "
                   "partitions, and the assignments of inputs to partitions.",
                   4, 100);
+    std::cout << '\n';
+    print_wrapped(CLI_ARGUMENT_RULES, 4, 100);
     std::cout << "\nMODES\n";
     for (const CLI_MODE& mode : k_modes)
     {
@@ -172,20 +182,26 @@ int mode_help(const CLI_ARGS& args)
     return CLI_OK;
 }
 
-int mode_man(const CLI_ARGS&)
+int mode_man(const CLI_ARGS& args)
 {
+    if (int status = no_arguments(args, "--man"); status != CLI_OK)
+        return status;
     cli_print_man_page(std::cout, k_modes, CORVANE_VERSION);
     return CLI_OK;
 }
 
-int mode_completion(const CLI_ARGS&)
+int mode_completion(const CLI_ARGS& args)
 {
+    if (int status = no_arguments(args, "--completion"); status != CLI_OK)
+        return status;
     cli_print_bash_completion(std::cout, k_modes);
     return CLI_OK;
 }
 
-int mode_version(const CLI_ARGS&)
+int mode_version(const CLI_ARGS& args)
 {
+    if (int status = no_arguments(args, "--version"); status != CLI_OK)
+        return status;
     std::cout << "corvane " << CORVANE_VERSION << '\n' << "data directory: " << fio_get_data_directory() << '\n';
     return CLI_OK;
 }
@@ -194,8 +210,30 @@ int mode_version(const CLI_ARGS&)
 
 int cli_usage_error(std::string_view text)
 {
-    std::cerr << "corvane: " << text << "\nTry 'corvane --help' for more information.\n";
+    std::cerr << "corvane: " << msg_shorten(text, MSG_LINE_LIMIT) << "\nTry 'corvane --help' for more information.\n";
     return CLI_USAGE;
+}
+
+void cli_print_error(std::string_view text)
+{
+    std::cerr << "corvane: " << msg_shorten(text, MSG_LINE_LIMIT) << '\n';
+}
+
+std::string cli_quote(std::string_view text)
+{
+    return "'" + msg_shorten(text) + "'";
+}
+
+int cli_expect_arguments(std::string_view mode, const std::vector<std::string>& arguments, size_t least, size_t most,
+                         std::string_view what)
+{
+    const std::string mode_text = mode.empty() ? std::string("corvane") : std::string(mode);
+    if (arguments.size() > most)
+        return cli_usage_error("unexpected argument " + cli_quote(arguments[most]) + ": " + mode_text + " takes " +
+                               std::string(what));
+    if (arguments.size() < least)
+        return cli_usage_error(mode_text + " needs " + std::string(what));
+    return CLI_OK;
 }
 
 bool cli_split_options(const CLI_ARGS& args, const std::vector<std::string_view>& with_value,
@@ -212,7 +250,7 @@ bool cli_split_options(const CLI_ARGS& args, const std::vector<std::string_view>
     for (size_t i = 0; i < args.size(); ++i)
     {
         const std::string& arg = args[i];
-        if (arg.size() < 2 || arg.compare(0, 2, "--") != 0)
+        if (arg.size() < 2 || arg[0] != '-' || (arg[1] != '-' && !std::isalpha(static_cast<unsigned char>(arg[1]))))
         {
             positional.push_back(arg);
             continue;
@@ -232,17 +270,20 @@ bool cli_split_options(const CLI_ARGS& args, const std::vector<std::string_view>
             else if (i + 1 < args.size())
                 value = args[++i];
             else
-            {
-                cli_usage_error("option '" + name + "' needs a value");
-                return false;
-            }
+                return cli_usage_error("option '" + name + "' needs a value"), false;
+            if (value.empty())
+                return cli_usage_error("option '" + name + "' needs a value, not an empty text"), false;
             options.push_back({name, value});
         }
         else if (listed(flags, name) && eq == std::string::npos)
             options.push_back({name, ""});
         else
         {
-            cli_usage_error("unknown option '" + arg + "'");
+            std::vector<std::string> known(with_value.begin(), with_value.end());
+            known.insert(known.end(), flags.begin(), flags.end());
+            const std::string nearest = cli_nearest_word(name, known, std::max<size_t>(2, name.size() / 3));
+            cli_usage_error("unknown option " + cli_quote(arg) +
+                            (nearest.empty() ? std::string() : "; did you mean '" + nearest + "'?"));
             return false;
         }
     }
@@ -272,26 +313,90 @@ std::string cli_json_string(std::string_view text)
     return out + "\"";
 }
 
-// Runs the mode that the first argument names; internal errors end with status 3.
+namespace
+{
+
+bool is_help(std::string_view arg)
+{
+    return arg == "-h" || arg == "--help" || arg.rfind("--help=", 0) == 0;
+}
+
+// The mode row whose flag `arg` is ("--flag" or "--flag=VALUE"), or nullptr.
+const CLI_MODE* find_mode(std::string_view arg)
+{
+    for (const CLI_MODE& mode : k_modes)
+        if (mode.flag && mode.handler &&
+            (arg == mode.flag || (arg.rfind(mode.flag, 0) == 0 && arg.size() > std::strlen(mode.flag) &&
+                                  arg[std::strlen(mode.flag)] == '=')))
+            return &mode;
+    return nullptr;
+}
+
+// The help, asked for anywhere on the line: "--help NAME" and "--help=NAME" in front of a line
+// without another mode describe an option (-h never does); otherwise the help flag prints the whole text, whatever
+// else the line holds, with the line's switches (--ini) applied.
+int dispatch_help(const CLI_ARGS& args)
+{
+    const std::string& first = args.front();
+    const bool other_mode =
+        std::any_of(args.begin() + 1, args.end(), [](const std::string& arg) { return find_mode(arg) != nullptr; });
+    if (first != "-h" && is_help(first) && !other_mode)
+    {
+        CLI_ARGS rest(args.begin() + 1, args.end());
+        if (first.rfind("--help=", 0) == 0)
+            rest.insert(rest.begin(), first.substr(std::strlen("--help=")));
+        return mode_help(rest);
+    }
+    CLI_ARGS switches;
+    for (size_t i = 0; i < args.size(); ++i)
+    {
+        if (args[i] == "--ini" && i + 1 < args.size())
+            switches.insert(switches.end(), {args[i], args[i + 1]});
+        else if (args[i].rfind("--ini=", 0) == 0)
+            switches.push_back(args[i]);
+    }
+    return mode_help(switches);
+}
+
+// Runs the mode that a flag anywhere on the line names (the default mode when none does); the
+// other arguments go to it in their order. "--" ends the search: what follows is a file name.
+int dispatch(const CLI_ARGS& args)
+{
+    const auto end = std::find(args.begin(), args.end(), std::string("--"));
+    if (std::any_of(args.begin(), end, [](const std::string& arg) { return is_help(arg); }))
+        return dispatch_help(args);
+    const CLI_MODE* chosen = nullptr;
+    CLI_ARGS rest;
+    std::string chosen_flag;
+    for (auto arg = args.begin(); arg != args.end(); ++arg)
+    {
+        const CLI_MODE* mode = arg < end ? find_mode(*arg) : nullptr;
+        if (!mode)
+        {
+            rest.push_back(*arg);
+            continue;
+        }
+        if (chosen)
+            return cli_usage_error("'" + chosen_flag + "' and '" + *arg + "' are two modes; give one");
+        chosen = mode;
+        chosen_flag = *arg;
+        // "--flag=VALUE": the value becomes the mode's first argument.
+        if (arg->size() > std::strlen(mode->flag))
+            rest.insert(rest.begin(), arg->substr(std::strlen(mode->flag) + 1));
+    }
+    return (chosen ? chosen : &k_modes[0])->handler(rest);
+}
+
+} // namespace
+
+// Runs the mode that the command line names; internal errors end with status 3.
 static int run(const CLI_ARGS& args)
 {
     if (args.empty())
         return cli_usage_error("no setup document given");
     try
     {
-        for (const CLI_MODE& mode : k_modes)
-        {
-            if (mode.flag && mode.handler && args[0] == mode.flag)
-                return mode.handler(CLI_ARGS(args.begin() + 1, args.end()));
-            // "--help=NAME": the value becomes the mode's first argument.
-            if (mode.flag && mode.handler && args[0].rfind(std::string(mode.flag) + "=", 0) == 0)
-            {
-                CLI_ARGS rest(args.begin() + 1, args.end());
-                rest.insert(rest.begin(), args[0].substr(std::strlen(mode.flag) + 1));
-                return mode.handler(rest);
-            }
-        }
-        return k_modes[0].handler(args);
+        return dispatch(args);
     }
     catch (const MSG_INTERNAL_ERROR& e)
     {

@@ -2,6 +2,7 @@
 #include "pgm/zeb/key_files.h"
 
 #include "pgm/zeb/platform/fio/fio.h"
+#include "pgm/zeb/platform/pgmsec/pgmsec.h"
 
 #include <cctype>
 
@@ -73,7 +74,10 @@ bool ZEB_KEY_FILE_ASSISTANT::parse_key_file(const std::string& path, uint32_t ke
             break;
         if (!id.empty())
             keys.emplace(id, key); // an id given again keeps its first key
+        pgmsec_clear_password(key);
+        pgmsec_clear_password(line);
     }
+    pgmsec_clear_password(line);
     return result && !in.stream().bad();
 }
 
@@ -81,15 +85,25 @@ std::string ZEB_KEY_FILE_ASSISTANT::get_key_from_key_file(const std::string& pat
                                                           uint32_t key_bits)
 {
     KEY_MAP keys;
-    if (!parse_key_file(path, key_bits, keys))
-        return {};
+    const bool parsed = parse_key_file(path, key_bits, keys);
     auto found = keys.find(id);
-    return found == keys.end() ? std::string() : found->second;
+    std::string key = parsed && found != keys.end() ? found->second : std::string();
+    for (auto& entry : keys)
+        pgmsec_clear_password(entry.second);
+    return key;
+}
+
+bool ZEB_KEY_FILE_ASSISTANT::has_key(const std::string& path, const std::string& id, uint32_t key_bits)
+{
+    std::string key = get_key_from_key_file(path, id, key_bits);
+    const bool found = !key.empty();
+    pgmsec_clear_password(key);
+    return found;
 }
 
 bool ZEB_KEY_FILE_ASSISTANT::write_key_file(const std::string& path, const KEY_MAP& keys)
 {
-    HTL_ZOFSTREAM out(path);
+    HTL_ZOFSTREAM out(path, false, true);
     if (!out.is_open())
         return false;
     for (const auto& [id, key] : keys)

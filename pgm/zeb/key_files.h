@@ -23,8 +23,11 @@ public:
 
     // The key of `id` (exact match) from the file; "" when the file does not parse or lacks the id.
     static std::string get_key_from_key_file(const std::string& path, const std::string& id, uint32_t key_bits);
+    // Whether the file holds a key of `id`; the key read is cleared again.
+    static bool has_key(const std::string& path, const std::string& id, uint32_t key_bits);
 
-    // Writes `keys` as "id<TAB>key" lines in id order, replacing the file only when complete.
+    // Writes `keys` as "id<TAB>key" lines in id order, replacing the file only when complete; the
+    // file is the owner's alone (mode 0600).
     // False (nothing written) when the file cannot be created.
     static bool write_key_file(const std::string& path, const KEY_MAP& keys);
 

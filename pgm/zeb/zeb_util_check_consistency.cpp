@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Consistency rules run after the settings check: address texts, partition ranges against each
-// other and the flash, references between elements, content sizes, and the FPGA that the inputs of
-// a flash image are made for. Each rule reports the element it found by name.
+// other and the flash, references between elements, content sizes, the FPGA that the inputs of a
+// flash image are made for, and output names that would leave their directory. Each rule reports
+// the element it found by name.
 #include "pgm/zeb/zeb_util_check_consistency.h"
 
 #include "pgm/zeb/key_files.h"
@@ -288,10 +289,31 @@ bool check_keys(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_CONSISTENCY_FINDING& finding
                 {&path->get_key_file1(), &path->get_key1()}, {&path->get_key_file2(), &path->get_key2()}};
             for (const auto& [file, id] : keys)
                 if (key_bits != 0 && !file->empty() && !id->empty() &&
-                    ZEB_KEY_FILE_ASSISTANT::get_key_from_key_file(*file, *id, key_bits).empty())
+                    !ZEB_KEY_FILE_ASSISTANT::has_key(*file, *id, key_bits))
                     return fail(finding, EZEB_KEY_NOT_IN_KEY_FILE,
                                 {*id, path->get_text(), *file, std::to_string(key_bits / 4), device->get_name()});
         }
+    return true;
+}
+
+// An output's name is a file name inside its directory attribute: a name with a separator, or "."
+// or "..", would put the file somewhere the directory does not say.
+bool check_output_names(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_CONSISTENCY_FINDING& finding)
+{
+    const auto leaves = [](const std::string& name)
+    { return name == "." || name == ".." || name.find_first_of("/\\") != std::string::npos; };
+    for (PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file : ZEB_FILE_ASSISTANT::get_output_file_elements(object))
+    {
+        std::vector<std::string> names{output_file->get_name()};
+        for (const PGM_COMMON_XML_ZEB_SECONDARY_FILE* secondary : output_file->get_secondary_file_list())
+            names.push_back(secondary->get_name());
+        for (const std::string& name : names)
+            if (leaves(name))
+                return fail(finding, EZEB_SETTINGS_CHECK_ERROR,
+                            {"Output file name '" + name +
+                             "' is not a plain file name; the output goes to directory '" +
+                             output_file->get_directory() + "', so name the file without '/', '\\', '.' or '..'."});
+    }
     return true;
 }
 
@@ -318,7 +340,7 @@ bool zeb_check_consistency(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_CONSISTENCY_FINDI
     // Address texts first: every later rule reads the addresses.
     return check_address_texts(partitions, finding) && check_ranges(partitions, finding) &&
            check_references(object, partitions, finding) && check_contents(object, partitions, finding) &&
-           check_keys(object, finding);
+           check_keys(object, finding) && check_output_names(object, finding);
 }
 
 bool zeb_check_address_texts(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_CONSISTENCY_FINDING& finding)

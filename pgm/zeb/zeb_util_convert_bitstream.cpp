@@ -130,7 +130,7 @@ bool check_key(const std::string& key_file, const std::string& key_id, uint32_t 
 {
     if (key_file.empty())
         return true;
-    if (!ZEB_KEY_FILE_ASSISTANT::get_key_from_key_file(FIO_PATH(key_file).get_full_path(), key_id, key_bits).empty())
+    if (ZEB_KEY_FILE_ASSISTANT::has_key(FIO_PATH(key_file).get_full_path(), key_id, key_bits))
         return true;
     zeb_post_message(EZEB_SETTINGS_CHECK_ERROR, {msg_printf("Cannot read key '%s' of %u bits from key file %s",
                                                             key_id.c_str(), key_bits, key_file.c_str())});

@@ -75,6 +75,9 @@ TEST_F(KeyFiles, WrittenFileReadsBackInIdOrder)
     const ZEB_KEY_FILE_ASSISTANT::KEY_MAP keys = {{"b", k_key64}, {"a", std::string(64, '0')}};
     ASSERT_TRUE(ZEB_KEY_FILE_ASSISTANT::write_key_file(dir.file("out.txt"), keys));
     EXPECT_EQ(read_file(dir.file("out.txt")), "a\t" + std::string(64, '0') + "\nb\t" + k_key64 + "\n");
+    namespace fs = std::filesystem;
+    EXPECT_EQ(fs::status(dir.file("out.txt")).permissions() & fs::perms::all,
+              fs::perms::owner_read | fs::perms::owner_write);
     ZEB_KEY_FILE_ASSISTANT::KEY_MAP back;
     EXPECT_TRUE(ZEB_KEY_FILE_ASSISTANT::parse_key_file(dir.file("out.txt"), 256, back));
     EXPECT_EQ(back, keys);

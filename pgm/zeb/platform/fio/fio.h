@@ -138,11 +138,12 @@ public:
 // Output text stream that writes to a temporary file beside the target and renames it over the
 // target on commit(), so that the target is either the old file or the complete new one. With
 // compression the content is written gzip-compressed. Destroying it without commit() removes the
-// temporary file and leaves the target untouched.
+// temporary file and leaves the target untouched. A replaced file keeps its permissions, except that
+// a private file (one that holds keys) is always readable by its owner alone (0600).
 class HTL_ZOFSTREAM
 {
 public:
-    explicit HTL_ZOFSTREAM(const std::string& path, bool compress = false);
+    explicit HTL_ZOFSTREAM(const std::string& path, bool compress = false, bool private_file = false);
     ~HTL_ZOFSTREAM();
     HTL_ZOFSTREAM(const HTL_ZOFSTREAM&) = delete;
     HTL_ZOFSTREAM& operator=(const HTL_ZOFSTREAM&) = delete;

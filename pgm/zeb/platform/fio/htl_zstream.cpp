@@ -209,7 +209,8 @@ struct HTL_ZOFSTREAM::IMPL
     }
 };
 
-HTL_ZOFSTREAM::HTL_ZOFSTREAM(const std::string& path, bool compress) : m_impl(std::make_unique<IMPL>())
+HTL_ZOFSTREAM::HTL_ZOFSTREAM(const std::string& path, bool compress, bool private_file)
+    : m_impl(std::make_unique<IMPL>())
 {
     m_impl->target = path;
     m_impl->stream.setstate(std::ios_base::badbit);
@@ -231,9 +232,11 @@ HTL_ZOFSTREAM::HTL_ZOFSTREAM(const std::string& path, bool compress) : m_impl(st
         m_impl->temporary.clear();
         return;
     }
-    // Replacing a file keeps its permissions.
+    // Replacing a file keeps its permissions; a private file is the owner's alone.
     struct stat existing = {};
-    if (::stat(path.c_str(), &existing) == 0 && S_ISREG(existing.st_mode))
+    if (private_file)
+        ::fchmod(m_impl->fd, 0600);
+    else if (::stat(path.c_str(), &existing) == 0 && S_ISREG(existing.st_mode))
         ::fchmod(m_impl->fd, existing.st_mode & 07777);
 
     m_impl->buffer = std::make_unique<OUTPUT_BUFFER>(m_impl->fd, compress);

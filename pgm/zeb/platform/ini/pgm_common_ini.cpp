@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <mutex>
 
@@ -26,6 +27,9 @@ constexpr PGM_COMMON_INI_KEYED_SWITCH KEYED_SWITCHES[] = {
     {PGM_COMMON_INI_TYPE_ENCRYPTED_BOOLEAN, 5, "ZEB_ENABLE_RSU_APP_IMAGE_OPTIONS", "ZEB_RSU_APP_IMAGE_UPGRADE"},
     {PGM_COMMON_INI_TYPE_ENCRYPTED_TIMING_BOOLEAN, 1, "ZEB_ENABLE_TEST_MODE_OPTIONS", nullptr},
 };
+
+// Switches read by name where they take effect.
+constexpr const char* NAMED_SWITCHES[] = {"ZEB_ALWAYS_ALLOW_SAVE_FILE"};
 
 using VALUE_MAP = std::map<std::string, std::string, std::less<>>;
 
@@ -260,4 +264,16 @@ bool cfg_is_on(std::string_view name)
 {
     const std::optional<std::string> value = PGM_COMMON_INI::get_value(name);
     return value && PGM_COMMON_INI::is_on_text(*value);
+}
+
+std::vector<std::string> PGM_COMMON_INI::known_names()
+{
+    std::vector<std::string> names(std::begin(NAMED_SWITCHES), std::end(NAMED_SWITCHES));
+    for (const PGM_COMMON_INI_KEYED_SWITCH& keyed : KEYED_SWITCHES)
+    {
+        names.emplace_back(keyed.name);
+        if (keyed.legacy_name)
+            names.emplace_back(keyed.legacy_name);
+    }
+    return names;
 }

@@ -15,6 +15,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 enum PGM_COMMON_INI_TYPE : uint32_t
 {
@@ -49,6 +50,10 @@ public:
     // Whether a value text means on: "ON", "on", "On", "1", "true", "TRUE", "yes" (case-insensitive
     // for the words). Everything else is off.
     static bool is_on_text(std::string_view value);
+
+    // Every switch name that the program reads (legacy names included), for front ends that
+    // refuse a misspelt switch.
+    static std::vector<std::string> known_names();
 
     // The row of the keyed-switch table for (type, key), or nullptr.
     static const PGM_COMMON_INI_KEYED_SWITCH* find_keyed_switch(PGM_COMMON_INI_TYPE type, uint32_t key);

@@ -98,13 +98,13 @@ void MSG_STREAM_SINK::post(const MSG_POSTED& message)
     switch (message.kind)
     {
     case MSG_KIND_ERROR:
-        std::cerr << "Error (" << message.number << "): " << message.text << '\n';
+        std::cerr << "Error (" << message.number << "): " << msg_shorten(message.text, MSG_LINE_LIMIT) << '\n';
         break;
     case MSG_KIND_WARNING:
-        std::cerr << "Warning (" << message.number << "): " << message.text << '\n';
+        std::cerr << "Warning (" << message.number << "): " << msg_shorten(message.text, MSG_LINE_LIMIT) << '\n';
         break;
     case MSG_KIND_INFO:
-        std::cout << "Info (" << message.number << "): " << message.text << '\n';
+        std::cout << "Info (" << message.number << "): " << msg_shorten(message.text, MSG_LINE_LIMIT) << '\n';
         break;
     }
 }
@@ -197,6 +197,26 @@ const MSG_RECORD* msg_find(int number)
     return found != reg.records.end() ? found->second : nullptr;
 }
 
+std::string msg_shorten(std::string_view text, size_t limit)
+{
+    constexpr std::string_view ellipsis = "...";
+    if (text.size() <= limit)
+        return std::string(text);
+    MSG_ASSERT_AT(limit > ellipsis.size(), "MSG", "pgm/zeb/platform/msg/msg");
+    const auto continuation = [&](size_t at)
+    { return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80; };
+    size_t head = (limit - ellipsis.size()) / 2;
+    size_t tail = text.size() - (limit - ellipsis.size() - head);
+    while (head > 0 && continuation(head))
+        --head;
+    while (continuation(tail))
+        ++tail;
+    std::string out(text.substr(0, head));
+    out += ellipsis;
+    out += text.substr(tail);
+    return out;
+}
+
 std::string msg_format(std::string_view format, const std::vector<std::string>& args)
 {
     std::string result;
@@ -224,7 +244,7 @@ std::string msg_format(std::string_view format, const std::vector<std::string>& 
         }
         if (placeholder)
         {
-            result.append(args[index - 1]);
+            result.append(msg_shorten(args[index - 1]));
             pos = digits_end + 3;
         }
         else

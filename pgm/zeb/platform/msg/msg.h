@@ -97,7 +97,16 @@ void msg_register_table(const MSG_RECORD* records, size_t count);
 // The registered record with this number, or nullptr.
 const MSG_RECORD* msg_find(int number);
 
-// Replaces "%N!s!" in a format text by args[N-1]; a placeholder without an argument is left as is.
+// Longest user text (a path, a value) that a message repeats, and longest message line, in bytes.
+constexpr size_t MSG_ECHO_LIMIT = 256;
+constexpr size_t MSG_LINE_LIMIT = 1024;
+
+// `text` when it fits in `limit` bytes; otherwise its start and end around "...", cut on UTF-8
+// character boundaries, so that a path keeps its root and its file name.
+std::string msg_shorten(std::string_view text, size_t limit = MSG_ECHO_LIMIT);
+
+// Replaces "%N!s!" in a format text by args[N-1], each shortened by msg_shorten; a placeholder
+// without an argument is left as is.
 std::string msg_format(std::string_view format, const std::vector<std::string>& args);
 
 // Posts the registered message `number` with its arguments to the current sink.

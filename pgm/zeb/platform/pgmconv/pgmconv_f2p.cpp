@@ -6,12 +6,20 @@
 #include "pgm/zeb/platform/pgmconv/pgmconv_engine.h"
 
 #include <cstdio>
+#include <string>
 #include <vector>
+
+#include <unistd.h>
 
 namespace
 {
 
-constexpr const char* k_staging_suffix = ".corvane-staged";
+// Staged outputs carry the process id, so that two runs writing the same outputs at once never
+// write into one staging file; each target is then the complete file of one of them.
+std::string staging_path(const std::string& target)
+{
+    return target + ".corvane-" + std::to_string(::getpid()) + "-staged";
+}
 
 class STAGED_OUTPUTS
 {
@@ -24,7 +32,7 @@ public:
     // The staging path of a target.
     std::string stage(const std::string& target, bool container)
     {
-        m_files.emplace_back(target, target + k_staging_suffix);
+        m_files.emplace_back(target, staging_path(target));
         m_container.push_back(container);
         return m_files.back().second;
     }

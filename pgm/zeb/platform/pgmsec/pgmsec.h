@@ -162,7 +162,7 @@ bool pgmsec_make_hky(const std::string& pem_path, const std::string& hky_path, s
 bool pgmsec_make_hek(const std::string& path, const std::string& password, std::string& error);
 // The first line of a password file (without its line end); false when it cannot be read or is empty.
 bool pgmsec_read_password_file(const std::string& path, std::string& password, std::string& error);
-// Overwrites a password before it is released.
+// Overwrites a password (or any secret text, such as a key in hexadecimal) before it is released.
 void pgmsec_clear_password(std::string& password);
 
 // ---- Key programming ----------------------------------------------------------------------------------
