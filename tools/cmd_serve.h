@@ -57,22 +57,25 @@ std::string serve_relative(const SERVE_SESSION& session, const std::filesystem::
 // The entries of a directory below the root, directories first: [{name, dir}].
 bool serve_list_directory(const SERVE_SESSION& session, const std::string& path, nlohmann::json& entries,
                           std::string& error);
-// True when every input and output file the document names lies below the root; else the first that does not.
+// True when every file the document names (inputs, outputs, key and other files of its attributes)
+// lies below the root; else false with the first that does not.
 bool serve_document_paths_confined(SERVE_SESSION& session, std::string& error);
 
 // ---- The document as JSON (cmd_serve_document.cpp) ------------------------------------------------
 // The element tree: {kind, attributes: {name: text}, text, children: [...]}.
 nlohmann::json serve_element_json(const PGM_COMMON_XML_ELEMENT& element);
 // The settings check and the consistency rules: {ok} or {ok: false, text, identifier, element: {kind, id}}.
-nlohmann::json serve_check_json(PGM_COMMON_XML_ZEB_ZEB* document);
+// A document naming a file outside the root fails with that path, unchecked.
+nlohmann::json serve_check_json(SERVE_SESSION& session);
 // Reserved partitions of each flash device for the document's mode and family, with their editability.
-nlohmann::json serve_reserved_json(PGM_COMMON_XML_ZEB_ZEB* document);
+nlohmann::json serve_reserved_json(SERVE_SESSION& session);
 // Document, check, reserved partitions and the layout picture (SVG, "" when there is none).
 nlohmann::json serve_state_json(SERVE_SESSION& session);
 
 // ---- Capabilities (cmd_serve_catalog.cpp) ---------------------------------------------------------
 // Modes with their output file types, output file types with their secondary types, flash devices.
-nlohmann::json serve_catalog_json(PGM_COMMON_XML_ZEB_ZEB* document);
+// The custom flash database directory of the document is read when it lies below the root.
+nlohmann::json serve_catalog_json(const SERVE_SESSION& session, PGM_COMMON_XML_ZEB_ZEB* document);
 // The options of one element kind ("bitstream", "output file", ...), narrowed to a device family
 // (bitstream paths: the family of the file `input`) or to an output file type.
 nlohmann::json serve_options_json(const SERVE_SESSION& session, const std::string& element, const std::string& input,

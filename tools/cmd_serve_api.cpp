@@ -221,7 +221,7 @@ void add_reserved_partitions(SERVE_SESSION& session, const nlohmann::json& body)
     if (!ZEB_FILE_ASSISTANT::get_flash_device_element(session.document.get(), device))
         fail(404, "there is no flash device '" + device + "'");
     MSG_CAPTURE_SINK capture;
-    for (const nlohmann::json& reserved : serve_reserved_json(session.document.get()))
+    for (const nlohmann::json& reserved : serve_reserved_json(session))
     {
         PARAMS partition{{ZEB_CMD_PARAM_FLASH_DEVICE_ID, device},
                          {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, reserved["name"].get<std::string>()},
@@ -258,7 +258,7 @@ void serve_register_api(httplib::Server& server, SERVE_SESSION& session)
                                            { state(response); }));
     server.Get("/api/catalog",
                with_document(session, [&session](const httplib::Request&, httplib::Response& response)
-                             { serve_reply(response, 200, serve_catalog_json(session.document.get())); }));
+                             { serve_reply(response, 200, serve_catalog_json(session, session.document.get())); }));
     server.Get("/api/options",
                with_document(session,
                              [&session](const httplib::Request& request, httplib::Response& response)

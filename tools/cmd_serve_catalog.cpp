@@ -86,7 +86,7 @@ DEV_FAMILY_ENUM input_family(const SERVE_SESSION& session, const std::string& in
 
 } // namespace
 
-nlohmann::json serve_catalog_json(PGM_COMMON_XML_ZEB_ZEB* document)
+nlohmann::json serve_catalog_json(const SERVE_SESSION& session, PGM_COMMON_XML_ZEB_ZEB* document)
 {
     nlohmann::json modes = nlohmann::json::array();
     for (PGMIO_CONFIG_SCHEME scheme : ZEB_DB_UTIL::get_enabled_config_modes())
@@ -112,8 +112,9 @@ nlohmann::json serve_catalog_json(PGM_COMMON_XML_ZEB_ZEB* document)
     std::string custom_db_dir;
     ZEB_FILE_ASSISTANT::get_custom_db_dir(document, custom_db_dir);
     std::string custom_db_error;
-    if (!custom_db_dir.empty())
-        GFPDB_QSPI_MGR::set_db_custom_dir(custom_db_dir, &custom_db_error);
+    std::filesystem::path resolved;
+    if (!custom_db_dir.empty() && serve_confine(session, custom_db_dir, resolved, custom_db_error))
+        GFPDB_QSPI_MGR::set_db_custom_dir(resolved.string(), &custom_db_error);
     const std::vector<DEV_FAMILY_ENUM> families =
         ZEB_DB_UTIL::get_common_config_device_families(ZEB_FILE_ASSISTANT::get_output_file_types(document, true));
     nlohmann::json flash_devices = nlohmann::json::array();

@@ -76,8 +76,13 @@ nlohmann::json serve_element_json(const PGM_COMMON_XML_ELEMENT& element)
     return json;
 }
 
-nlohmann::json serve_check_json(PGM_COMMON_XML_ZEB_ZEB* document)
+nlohmann::json serve_check_json(SERVE_SESSION& session)
 {
+    PGM_COMMON_XML_ZEB_ZEB* document = session.document.get();
+    // The check reads the files that the document names: only those below the root.
+    std::string outside;
+    if (!serve_document_paths_confined(session, outside))
+        return {{"ok", false}, {"text", outside}, {"explanations", nlohmann::json::array()}};
     MSG_CAPTURE_SINK capture;
     std::vector<std::string> explanations;
     if (cli_check_document(document, "document", &explanations))
@@ -108,9 +113,13 @@ nlohmann::json serve_check_json(PGM_COMMON_XML_ZEB_ZEB* document)
     return result;
 }
 
-nlohmann::json serve_reserved_json(PGM_COMMON_XML_ZEB_ZEB* document)
+nlohmann::json serve_reserved_json(SERVE_SESSION& session)
 {
+    PGM_COMMON_XML_ZEB_ZEB* document = session.document.get();
     nlohmann::json reserved = nlohmann::json::array();
+    std::string outside; // the first input's device decides, and it is read only below the root
+    if (!serve_document_paths_confined(session, outside))
+        return reserved;
     PGMIO_CONFIG_SCHEME scheme{};
     // Without a mode or a bitstream input the system places nothing yet.
     const std::vector<PGM_COMMON_XML_ZEB_BITSTREAM*> bitstreams = ZEB_FILE_ASSISTANT::get_bitstream_elements(document);
@@ -133,10 +142,10 @@ nlohmann::json serve_state_json(SERVE_SESSION& session)
     PGM_COMMON_XML_ZEB_ZEB* document = session.document.get();
     nlohmann::json state{{"file", session.file},
                          {"document", serve_element_json(*document)},
-                         {"check", serve_check_json(document)}};
+                         {"check", serve_check_json(session)}};
     {
         MSG_CAPTURE_SINK capture; // the reserved list of an unreadable input says nothing here
-        state["reserved"] = serve_reserved_json(document);
+        state["reserved"] = serve_reserved_json(session);
     }
     std::string svg;
     if (state["check"]["ok"].get<bool>())

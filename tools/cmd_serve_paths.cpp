@@ -74,6 +74,32 @@ bool serve_list_directory(const SERVE_SESSION& session, const std::string& path,
     return true;
 }
 
+namespace
+{
+
+// The attributes that name a file or a directory to read (keys, signing keys, boot loaders,
+// firmware, user flash content, the custom flash database).
+bool names_a_path(std::string_view attribute)
+{
+    return attribute.find("file") != std::string_view::npos || attribute == "hps_path" || attribute == "fw_source" ||
+           attribute == "custom_db_dir";
+}
+
+bool attribute_paths_confined(const SERVE_SESSION& session, const PGM_COMMON_XML_ELEMENT& element, std::string& error)
+{
+    fs::path resolved;
+    for (const PGM_COMMON_XML_ATTRIBUTE& attribute : element.attributes())
+        if (attribute.present() && names_a_path(attribute.name()) && !attribute.text().empty() &&
+            !serve_confine(session, attribute.text(), resolved, error))
+            return false;
+    for (const PGM_COMMON_XML_ELEMENT* child : element.children())
+        if (!attribute_paths_confined(session, *child, error))
+            return false;
+    return true;
+}
+
+} // namespace
+
 bool serve_document_paths_confined(SERVE_SESSION& session, std::string& error)
 {
     std::vector<FIO_PATH> paths = ZEB_FILE_ASSISTANT::get_input_file_path(session.document.get());
@@ -84,5 +110,5 @@ bool serve_document_paths_confined(SERVE_SESSION& session, std::string& error)
     for (const FIO_PATH& path : paths)
         if (!serve_confine(session, path.get_full_path(), resolved, error))
             return false;
-    return true;
+    return attribute_paths_confined(session, *session.document, error);
 }

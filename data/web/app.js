@@ -231,8 +231,10 @@ function renderDevices(doc) {
     $('flash-loader').replaceChildren(...['', ...catalog.fpgas].map((n) => el('option', { value: n }, n)));
     $('flash-loader').value = loader ? loader.text : '';
     document.querySelector('.problem[data-kind=flash_loader]').dataset.id = loader ? loader.text : '';
+    $('custom-db').value = attr(first(doc, 'settings'), 'custom_db_dir');
+    $('custom-db-error').textContent = catalog.custom_db_error;
     $('new-device-type').replaceChildren(...catalog.flash_devices.map((d) =>
-        el('option', { value: d.name }, d.name + ' (' + (d.size >> 20) + ' MiB)' + (d.custom ? ' custom' : ''))));
+        el('option', { value: d.name }, d.name + ' (' + Math.floor(d.size / 1048576) + ' MiB)' + (d.custom ? ' custom' : ''))));
 
     const inputs = [...children(first(doc, 'bitstreams'), 'bitstream').map((b) => ['bitstream:' + attr(b, 'id'), attr(b, 'id')]),
         ...children(first(doc, 'raw_files'), 'raw_file').map((r) => ['raw:' + attr(r, 'id'), attr(r, 'id')])];
@@ -414,6 +416,11 @@ async function start() {
             [P + 'OUTPUT_FILE_NAME', $('new-output-name').value],
             [P + 'OUTPUT_FILE_DIRECTORY', $('new-output-directory').value || 'output_files']]);
         await refreshCatalog(); // the flash devices offered follow the flash outputs
+        show(state);
+    });
+    $('custom-db').addEventListener('change', async (e) => {
+        await edit('set', 'settings', [[P + 'SETTINGS_CUSTOM_DB_DIR', e.target.value]]);
+        await refreshCatalog(); // the flash devices of that directory join the list
         show(state);
     });
     $('flash-loader').addEventListener('change', (e) => edit('set', 'flash_loader', [[P + 'FLASH_LOADER_FLASH_LOADER', e.target.value]]));

@@ -8,6 +8,7 @@ import subprocess
 import sys
 import tempfile
 import threading
+import time
 
 from server import Server
 
@@ -78,6 +79,17 @@ def main(corvane):
                                    capture_output=True)
             if status != 200 or not reply['saved'] or valid.returncode != 0:
                 failures.append('saved document: %s %s' % (reply, valid.stderr.decode()))
+
+            # A document naming a file outside the directory is neither checked nor generated.
+            status, state = server.request('POST', 'api/edit', {'op': 'set', 'element': 'bitstream', 'params': [
+                [P + 'BITSTREAM_ID', 'B0'], [P + 'BITSTREAM_PATH', 'B0.sof'], [P + 'BITSTREAM_PATH_KEY_FILE1', 'up/k']]})
+            server.request('POST', 'api/generate', {})
+            generation = {'finished': False}
+            while not generation['finished']:
+                time.sleep(0.05)  # polls the state; the loop ends on it, not on the time
+                status, generation = server.request('GET', 'api/generate')
+            if 'outside' not in state['check']['text'] or generation['ok'] or 'outside' not in str(generation['messages']):
+                failures.append('a key file outside: %s / %s' % (state['check'], generation))
         finally:
             server.stop()
     for failure in failures:
