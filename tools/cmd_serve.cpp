@@ -2,8 +2,8 @@
 // `corvane --serve`: the local web setup editor. The server listens on 127.0.0.1 only; every request
 // must carry the random token of the printed URL, so that neither another local user nor a web page
 // of another origin can drive it, and must name this server as its host (no DNS rebinding).
-#include "cli.h"
 #include "cmd_serve.h"
+#include "cli.h"
 
 #include "pgm/zeb/platform/fio/fio.h"
 #include "pgm/zeb/platform/msg/msg.h"
@@ -104,8 +104,8 @@ void register_static(httplib::Server& server, SERVE_SESSION& session)
                            return;
                        }
                        response.set_content(std::string(std::istreambuf_iterator<char>(in), {}), entry.type);
-                       response.set_header("Set-Cookie", "corvane_token=" + session.token +
-                                                             "; HttpOnly; SameSite=Strict; Path=/");
+                       response.set_header("Set-Cookie",
+                                           "corvane_token=" + session.token + "; HttpOnly; SameSite=Strict; Path=/");
                        response.set_header("Cache-Control", "no-store");
                        response.set_header("Content-Security-Policy",
                                            "default-src 'self'; img-src 'self' data:; style-src 'self'");

@@ -40,6 +40,7 @@ struct SERVE_SESSION
     std::string file; // the open document, relative to `root`; "" for a new one
     std::mutex generation_lock;
     SERVE_GENERATION generation;
+    std::mutex generator_lock; // starting a generation: one request at a time
     std::thread generator;
     std::filesystem::path data_dir; // where the page's files are served from
 };

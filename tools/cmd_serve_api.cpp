@@ -69,7 +69,8 @@ std::string assistant_text(PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM param, const std::s
         // Removing an output file names its type; everything else takes the document's value.
         if (removing && param == ZEB_CMD_PARAM_OUTPUT_FILE_TYPE)
             return value;
-        return std::to_string(static_cast<uint32_t>(ZEB_DB::get_xml_enum(static_cast<ZEB_FILE_TYPE>(std::stoi(value)))));
+        return std::to_string(
+            static_cast<uint32_t>(ZEB_DB::get_xml_enum(static_cast<ZEB_FILE_TYPE>(std::stoi(value)))));
     }
     for (PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM word_param : k_word_params)
         if (param == word_param)
@@ -116,32 +117,6 @@ nlohmann::json posted_messages(const MSG_CAPTURE_SINK& capture)
                                                                         : "info"},
                             {"text", message.text}});
     return messages;
-}
-
-bool generating(SERVE_SESSION& session)
-{
-    std::lock_guard lock(session.generation_lock);
-    return session.generation.running;
-}
-
-// Runs `work` on the document, one request after the other, unless a generation is running; API
-// errors become replies.
-template <class WORK> auto with_document(SERVE_SESSION& session, WORK work)
-{
-    return [&session, work](const httplib::Request& request, httplib::Response& response)
-    {
-        try
-        {
-            if (generating(session))
-                fail(409, "a generation is running; try again when it has finished");
-            std::lock_guard lock(session.document_lock);
-            work(request, response);
-        }
-        catch (const API_ERROR& error)
-        {
-            serve_reply(response, error.status, {{"error", error.text}});
-        }
-    };
 }
 
 // One edit: {"op": "set"|"remove", "element": kind, "params": [[name, value], ...]}.
@@ -244,119 +219,169 @@ std::filesystem::path confined(const SERVE_SESSION& session, const std::string& 
     return resolved;
 }
 
+using REQUEST = httplib::Request;
+using RESPONSE = httplib::Response;
+
+void reply_state(SERVE_SESSION& session, RESPONSE& response, const nlohmann::json& extra = nlohmann::json::object())
+{
+    nlohmann::json reply = serve_state_json(session);
+    reply.update(extra);
+    serve_reply(response, 200, reply);
+}
+
+void handle_state(SERVE_SESSION& session, const REQUEST&, RESPONSE& response)
+{
+    reply_state(session, response);
+}
+
+void handle_catalog(SERVE_SESSION& session, const REQUEST&, RESPONSE& response)
+{
+    serve_reply(response, 200, serve_catalog_json(session, session.document.get()));
+}
+
+void handle_options(SERVE_SESSION& session, const REQUEST& request, RESPONSE& response)
+{
+    const std::string type = request.get_param_value("type");
+    serve_reply(response, 200,
+                serve_options_json(session, request.get_param_value("element"), request.get_param_value("input"),
+                                   all_digits(type) ? std::stoi(type) : -1));
+}
+
+void handle_edit(SERVE_SESSION& session, const REQUEST& request, RESPONSE& response)
+{
+    const nlohmann::json body = parse_body(request);
+    if (body.contains("edits") && body["edits"].is_array())
+        for (const nlohmann::json& edit : body["edits"])
+            apply_edit(session, edit);
+    else
+        apply_edit(session, body);
+    reply_state(session, response);
+}
+
+void handle_rename(SERVE_SESSION& session, const REQUEST& request, RESPONSE& response)
+{
+    rename_partition(session, parse_body(request));
+    reply_state(session, response);
+}
+
+void handle_reserved(SERVE_SESSION& session, const REQUEST& request, RESPONSE& response)
+{
+    add_reserved_partitions(session, parse_body(request));
+    reply_state(session, response);
+}
+
+void handle_files(SERVE_SESSION& session, const REQUEST& request, RESPONSE& response)
+{
+    nlohmann::json entries;
+    std::string error;
+    if (!serve_list_directory(session, request.get_param_value("dir"), entries, error))
+        fail(403, error);
+    serve_reply(response, 200, {{"entries", entries}});
+}
+
+void handle_info(SERVE_SESSION& session, const REQUEST& request, RESPONSE& response)
+{
+    const std::filesystem::path path = confined(session, request.get_param_value("path"));
+    PGMIO_FILE_INFO info;
+    std::string error;
+    if (!pgmio_describe_file(path.string(), info, error))
+        fail(422, error);
+    serve_reply(response, 200, nlohmann::json::parse(pgmio_info_json(serve_relative(session, path), info)));
+}
+
+void handle_new(SERVE_SESSION& session, const REQUEST&, RESPONSE& response)
+{
+    session.document = std::make_unique<PGM_COMMON_XML_ZEB_ZEB>();
+    session.file.clear();
+    reply_state(session, response);
+}
+
+void handle_open(SERVE_SESSION& session, const REQUEST& request, RESPONSE& response)
+{
+    const std::filesystem::path path = confined(session, string_field(parse_body(request), "path"));
+    MSG_CAPTURE_SINK capture;
+    PGM_COMMON_XML_ZEB_ZEB* raw = nullptr;
+    const bool parsed = ZEB_UTIL::parse(&raw, path.string());
+    std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB> document(raw);
+    if (!parsed) // the open document stays as it was
+    {
+        serve_reply(response, 422, {{"error", "the file was not opened"}, {"messages", posted_messages(capture)}});
+        return;
+    }
+    session.document = std::move(document);
+    session.file = serve_relative(session, path);
+    reply_state(session, response, {{"messages", posted_messages(capture)}});
+}
+
+void handle_save(SERVE_SESSION& session, const REQUEST& request, RESPONSE& response)
+{
+    const std::filesystem::path path = confined(session, string_field(parse_body(request), "path"));
+    if (ZEB_FILE_ASSISTANT::get_output_file_elements(session.document.get()).empty())
+        fail(409, "add an output file in the Output Files tab before saving");
+    MSG_CAPTURE_SINK capture;
+    const bool saved = ZEB_UTIL::save(session.document.get(), path.string());
+    // A type that only the command line makes is not saved: a warning, no file.
+    const bool written = saved && capture.count("IZEB_ZEB_SUCCESSFULLY_SAVED") != 0;
+    if (written)
+        session.file = serve_relative(session, path);
+    serve_reply(response,
+                !saved    ? 422
+                : written ? 200
+                          : 409,
+                {{"saved", written}, {"file", session.file}, {"messages", posted_messages(capture)}});
+}
+
+using HANDLER = void (*)(SERVE_SESSION&, const REQUEST&, RESPONSE&);
+
+struct ROUTE
+{
+    bool post;
+    const char* path;
+    HANDLER handler;
+};
+constexpr ROUTE k_routes[] = {
+    {false, "/api/state", handle_state},     {false, "/api/catalog", handle_catalog},
+    {false, "/api/options", handle_options}, {false, "/api/files", handle_files},
+    {false, "/api/info", handle_info},       {true, "/api/edit", handle_edit},
+    {true, "/api/rename", handle_rename},    {true, "/api/reserved", handle_reserved},
+    {true, "/api/new", handle_new},          {true, "/api/open", handle_open},
+    {true, "/api/save", handle_save},
+};
+
+bool generating(SERVE_SESSION& session)
+{
+    std::lock_guard lock(session.generation_lock);
+    return session.generation.running;
+}
+
+// Runs a handler on the document, one request after the other, unless a generation is running;
+// refusals become replies.
+void run(SERVE_SESSION& session, HANDLER handler, const REQUEST& request, RESPONSE& response)
+{
+    try
+    {
+        if (generating(session))
+            fail(409, "a generation is running; try again when it has finished");
+        std::lock_guard lock(session.document_lock);
+        handler(session, request, response);
+    }
+    catch (const API_ERROR& error)
+    {
+        serve_reply(response, error.status, {{"error", error.text}});
+    }
+}
+
 } // namespace
 
 void serve_register_api(httplib::Server& server, SERVE_SESSION& session)
 {
-    auto state = [&session](httplib::Response& response, nlohmann::json extra = nlohmann::json::object())
+    for (const ROUTE& route : k_routes)
     {
-        nlohmann::json reply = serve_state_json(session);
-        reply.update(extra);
-        serve_reply(response, 200, reply);
-    };
-    server.Get("/api/state", with_document(session, [state](const httplib::Request&, httplib::Response& response)
-                                           { state(response); }));
-    server.Get("/api/catalog",
-               with_document(session, [&session](const httplib::Request&, httplib::Response& response)
-                             { serve_reply(response, 200, serve_catalog_json(session, session.document.get())); }));
-    server.Get("/api/options",
-               with_document(session,
-                             [&session](const httplib::Request& request, httplib::Response& response)
-                             {
-                                 const std::string type = request.get_param_value("type");
-                                 serve_reply(response, 200,
-                                             serve_options_json(session, request.get_param_value("element"),
-                                                                request.get_param_value("input"),
-                                                                all_digits(type) ? std::stoi(type) : -1));
-                             }));
-    server.Post("/api/edit", with_document(session,
-                                           [&session, state](const httplib::Request& request, httplib::Response& response)
-                                           {
-                                               const nlohmann::json body = parse_body(request);
-                                               if (body.contains("edits") && body["edits"].is_array())
-                                                   for (const nlohmann::json& edit : body["edits"])
-                                                       apply_edit(session, edit);
-                                               else
-                                                   apply_edit(session, body);
-                                               state(response);
-                                           }));
-    server.Post("/api/rename", with_document(session,
-                                             [&session, state](const httplib::Request& request, httplib::Response& response)
-                                             {
-                                                 rename_partition(session, parse_body(request));
-                                                 state(response);
-                                             }));
-    server.Post("/api/reserved",
-                with_document(session,
-                              [&session, state](const httplib::Request& request, httplib::Response& response)
-                              {
-                                  add_reserved_partitions(session, parse_body(request));
-                                  state(response);
-                              }));
-    server.Get("/api/files", with_document(session,
-                                           [&session](const httplib::Request& request, httplib::Response& response)
-                                           {
-                                               nlohmann::json entries;
-                                               std::string error;
-                                               if (!serve_list_directory(session, request.get_param_value("dir"),
-                                                                         entries, error))
-                                                   fail(403, error);
-                                               serve_reply(response, 200, {{"entries", entries}});
-                                           }));
-    server.Get("/api/info", with_document(session,
-                                          [&session](const httplib::Request& request, httplib::Response& response)
-                                          {
-                                              const std::filesystem::path path =
-                                                  confined(session, request.get_param_value("path"));
-                                              PGMIO_FILE_INFO info;
-                                              std::string error;
-                                              if (!pgmio_describe_file(path.string(), info, error))
-                                                  fail(422, error);
-                                              serve_reply(response, 200,
-                                                          nlohmann::json::parse(pgmio_info_json(
-                                                              serve_relative(session, path), info)));
-                                          }));
-    server.Post("/api/new", with_document(session, [&session, state](const httplib::Request&, httplib::Response& response)
-                                          {
-                                              session.document = std::make_unique<PGM_COMMON_XML_ZEB_ZEB>();
-                                              session.file.clear();
-                                              state(response);
-                                          }));
-    server.Post("/api/open",
-                with_document(session,
-                              [&session, state](const httplib::Request& request, httplib::Response& response)
-                              {
-                                  const std::filesystem::path path = confined(session, string_field(parse_body(request), "path"));
-                                  MSG_CAPTURE_SINK capture;
-                                  PGM_COMMON_XML_ZEB_ZEB* raw = nullptr;
-                                  const bool parsed = ZEB_UTIL::parse(&raw, path.string());
-                                  std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB> document(raw);
-                                  if (!parsed) // the open document stays as it was
-                                  {
-                                      serve_reply(response, 422, {{"error", "the file was not opened"},
-                                                                  {"messages", posted_messages(capture)}});
-                                      return;
-                                  }
-                                  session.document = std::move(document);
-                                  session.file = serve_relative(session, path);
-                                  state(response, {{"messages", posted_messages(capture)}});
-                              }));
-    server.Post("/api/save",
-                with_document(session,
-                              [&session](const httplib::Request& request, httplib::Response& response)
-                              {
-                                  const std::filesystem::path path = confined(session, string_field(parse_body(request), "path"));
-                                  if (ZEB_FILE_ASSISTANT::get_output_file_elements(session.document.get()).empty())
-                                      fail(409, "add an output file in the Output Files tab before saving");
-                                  MSG_CAPTURE_SINK capture;
-                                  const bool saved = ZEB_UTIL::save(session.document.get(), path.string());
-                                  // A type that only the command line makes is not saved: a warning, no file.
-                                  const bool written = saved && capture.count("IZEB_ZEB_SUCCESSFULLY_SAVED") != 0;
-                                  if (written)
-                                      session.file = serve_relative(session, path);
-                                  serve_reply(response, !saved ? 422 : written ? 200 : 409,
-                                              {{"saved", written},
-                                               {"file", session.file},
-                                               {"messages", posted_messages(capture)}});
-                              }));
+        auto handler = [&session, route](const REQUEST& request, RESPONSE& response)
+        { run(session, route.handler, request, response); };
+        if (route.post)
+            server.Post(route.path, handler);
+        else
+            server.Get(route.path, handler);
+    }
 }

@@ -96,7 +96,8 @@ nlohmann::json serve_catalog_json(const SERVE_SESSION& session, PGM_COMMON_XML_Z
             if (offered(type))
                 types.push_back(static_cast<int>(type));
         for (ZEB_FILE_TYPE type : ZEB_DB::get_all_output_file_type_keys())
-            if (offered(type) && ZEB_DB::get_independent_of_mode(type) && !contains(ZEB_DB::get_output_file_type(scheme), type))
+            if (offered(type) && ZEB_DB::get_independent_of_mode(type) &&
+                !contains(ZEB_DB::get_output_file_type(scheme), type))
                 types.push_back(static_cast<int>(type));
         modes.push_back({{"word", std::string(pgm_common_xml_enum_name(ZEB_DB::get_xml_enum(scheme)))},
                          {"name", ZEB_DB_UTIL::get_config_scheme_name(scheme)},
@@ -145,8 +146,8 @@ nlohmann::json serve_options_json(const SERVE_SESSION& session, const std::strin
             if (!cli_describe_param(param, info) || info.element_name != element)
                 continue;
             const std::vector<DEV_FAMILY_ENUM> supported = ZEB_DB::get_supported_family(param);
-            if (family != DEV_FAMILY_INVALID &&
-                ((!supported.empty() && !contains(supported, family)) || ZEB_DB::supports_excluded_family(param, family)))
+            if (family != DEV_FAMILY_INVALID && ((!supported.empty() && !contains(supported, family)) ||
+                                                 ZEB_DB::supports_excluded_family(param, family)))
                 continue;
             const std::vector<ZEB_FILE_TYPE> types = ZEB_DB::get_supported_output_file_type(param);
             if (output_type >= 0 && !types.empty() && !contains(types, static_cast<ZEB_FILE_TYPE>(output_type)))

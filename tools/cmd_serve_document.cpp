@@ -126,7 +126,8 @@ nlohmann::json serve_reserved_json(SERVE_SESSION& session)
     if (!ZEB_FILE_ASSISTANT::get_config_mode(document, scheme) || bitstreams.empty() ||
         ZEB_FILE_ASSISTANT::get_path_elements(document, bitstreams.front()->get_id()).empty())
         return reserved;
-    for (const ZEB_UTIL_PARTITION_INFO& info : ZEB_UTIL::get_reserved_partitions(document, ZEB_UTIL::get_family(document)))
+    for (const ZEB_UTIL_PARTITION_INFO& info :
+         ZEB_UTIL::get_reserved_partitions(document, ZEB_UTIL::get_family(document)))
         if (info.in_partition_table)
             reserved.push_back({{"name", info.name},
                                 {"start", info.start_address},
@@ -140,9 +141,8 @@ nlohmann::json serve_reserved_json(SERVE_SESSION& session)
 nlohmann::json serve_state_json(SERVE_SESSION& session)
 {
     PGM_COMMON_XML_ZEB_ZEB* document = session.document.get();
-    nlohmann::json state{{"file", session.file},
-                         {"document", serve_element_json(*document)},
-                         {"check", serve_check_json(session)}};
+    nlohmann::json state{
+        {"file", session.file}, {"document", serve_element_json(*document)}, {"check", serve_check_json(session)}};
     {
         MSG_CAPTURE_SINK capture; // the reserved list of an unreadable input says nothing here
         state["reserved"] = serve_reserved_json(session);

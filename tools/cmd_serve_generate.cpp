@@ -56,16 +56,16 @@ void generate(SERVE_SESSION& session)
             messages.push_back({{"kind", "error"}, {"text", error}});
         else if (cli_check_document(session.document.get(), "document", nullptr))
         {
-            ok = ZEB_UTIL::generate(session.document.get(),
-                                    [&session](size_t index, size_t count, const FIO_PATH& output, uint64_t done,
-                                               uint64_t total)
-                                    {
-                                        std::lock_guard lock(session.generation_lock);
-                                        SERVE_GENERATION& generation = session.generation;
-                                        generation.index = index, generation.count = count;
-                                        generation.output = output.get_full_path();
-                                        generation.done = done, generation.total = total;
-                                    });
+            ok = ZEB_UTIL::generate(
+                session.document.get(),
+                [&session](size_t index, size_t count, const FIO_PATH& output, uint64_t done, uint64_t total)
+                {
+                    std::lock_guard lock(session.generation_lock);
+                    SERVE_GENERATION& generation = session.generation;
+                    generation.index = index, generation.count = count;
+                    generation.output = output.get_full_path();
+                    generation.done = done, generation.total = total;
+                });
             report = describe_outputs(session);
         }
     }
@@ -98,6 +98,7 @@ void serve_register_generate(httplib::Server& server, SERVE_SESSION& session)
     server.Post("/api/generate",
                 [&session](const httplib::Request&, httplib::Response& response)
                 {
+                    std::lock_guard starting(session.generator_lock);
                     {
                         std::lock_guard lock(session.generation_lock);
                         if (session.generation.running)
