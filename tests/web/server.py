@@ -13,8 +13,8 @@ import urllib.request
 class Server:
     def __init__(self, corvane, directory, *args):
         # No --port: the server takes a free port of 127.0.0.1 and prints it in its URL.
-        self.process = subprocess.Popen([corvane, '--serve', *args], cwd=directory, stdout=subprocess.PIPE,
-                                        stderr=subprocess.DEVNULL, text=True)
+        # Its standard error (a sanitizer's report, say) goes to the test's.
+        self.process = subprocess.Popen([corvane, '--serve', *args], cwd=directory, stdout=subprocess.PIPE, text=True)
         ready, _, _ = select.select([self.process.stdout], [], [], 120)
         line = self.process.stdout.readline() if ready else ''
         found = re.search(r'(http://127\.0\.0\.1:(\d+)/)\?token=([0-9a-f]{64})', line)
@@ -43,6 +43,7 @@ class Server:
             return status, text
 
     def stop(self):
+        """Stops the server; its exit status, 0 when it ended cleanly."""
         if self.process.poll() is None:
             os.kill(self.process.pid, signal.SIGTERM)
             try:

@@ -91,7 +91,8 @@ def main(corvane):
             if 'outside' not in state['check']['text'] or generation['ok'] or 'outside' not in str(generation['messages']):
                 failures.append('a key file outside: %s / %s' % (state['check'], generation))
         finally:
-            server.stop()
+            if server.stop() != 0:
+                failures.append('the server did not end cleanly')
     for failure in failures:
         print('FAIL', failure)
     return 1 if failures else 0

@@ -136,7 +136,8 @@ def main(corvane, screenshots):
             page.wait_text('#status', lambda text: 'Saved' in text)
         finally:
             driver.quit()
-            server.stop()
+            if server.stop() != 0:
+                failures.append('the server did not end cleanly')
 
         # The command line on the saved document, in the same directory, makes the same files.
         page_files = os.path.join(work, 'page_files')
