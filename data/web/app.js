@@ -202,6 +202,14 @@ function renderOutputs(doc) {
                     : edit('remove', 'output_file', [...key, [P + 'OUTPUT_FILE_SECONDARY_FILE_TYPE', String(secondaryType.type)]]) });
             box.checked = present;
             item.append(el('label', { title: secondaryType.tooltip }, box, ' ', secondaryType.description), ' ');
+            if (!present) continue;
+            const secondary = children(output, 'secondary_file').find((s) => attr(s, 'type') === secondaryType.word);
+            const fields = el('span');
+            item.append(fields);
+            options('secondary file options', '', secondaryType.type).then((reply) => fields.replaceChildren(
+                optionFields(reply.options, (a) => attr(first(secondary, 'file_options'), a),
+                    (param, value) => set([[P + 'OUTPUT_FILE_SECONDARY_FILE_TYPE', String(secondaryType.type)], [param, value]]),
+                    'secondary-' + secondaryType.word)));
         }
         if (type.flash) {
             const chosen = first(output, 'flash_device_id');
