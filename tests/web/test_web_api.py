@@ -49,6 +49,14 @@ def main(corvane):
                 status, reply = server.request(method, path, body, **extra)
                 if status != expected:
                     failures.append('%s: status %d, expected %d (%s)' % (what, status, expected, reply))
+            # Bitstream options follow the device of the file: this one has no HPS.
+            for device, has_hps in [('7TR440PA3R1', True), ('5ZV066H2', False)]:
+                subprocess.run([corvane, '--make-sof', '--device', device, '--size', '4096', device + '.sof'], cwd=work,
+                               check=True, stdout=subprocess.DEVNULL)
+                status, reply = server.request('GET', 'api/options?element=bitstream&input=%s.sof' % device)
+                names = [option['option'] for option in reply['options']]
+                if reply['device'] != device or ('hps_path' in names) != has_hps or 'compression' not in names:
+                    failures.append('options of a %s bitstream: %s' % (device, names))
             page_status, page = server.request('GET', '?token=' + server.token, token=False)
             if page_status != 200 or 'Input Files' not in page:
                 failures.append('the page with its token: status %d' % page_status)
