@@ -14,6 +14,8 @@ packages=(
     srecord binutils openocd librsvg2-bin python3 time xxd
     libarchive-zip-perl # crc32, which the flash image tests compare with
     man-db # lints the manual page docs/corvane.1
+    libcpp-httplib-dev # the web editor's HTTP server
+    chromium chromium-driver python3-selenium # the web editor's browser test
 )
 
 missing=()

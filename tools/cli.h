@@ -63,8 +63,10 @@ std::string cli_json_string(std::string_view text);
 
 class PGM_COMMON_XML_ZEB_ZEB;
 // Runs the settings check and then the consistency rules on a parsed document; false when either
-// finds a problem, which is then printed with a second line naming the elements where it helps.
-bool cli_check_document(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file);
+// finds a problem, which is then printed with a second line naming the elements where it helps
+// (into `explanations` instead of standard error when given).
+bool cli_check_document(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file,
+                        std::vector<std::string>* explanations = nullptr);
 
 // ---- Modes -------------------------------------------------------------------------------------
 int cli_mode_setup(const CLI_ARGS& args);
@@ -80,6 +82,7 @@ int cli_mode_finalize_encryption(const CLI_ARGS& args);
 int cli_mode_make_hky(const CLI_ARGS& args);
 int cli_mode_make_hek(const CLI_ARGS& args);
 int cli_mode_convert(const CLI_ARGS& args);
+int cli_mode_serve(const CLI_ARGS& args);
 // -- end of modes (add one declaration per mode above this line)
 
 // ---- Shared steps of the modes ------------------------------------------------------------------
@@ -90,6 +93,9 @@ bool cli_check_and_generate(PGM_COMMON_XML_ZEB_ZEB* document, const std::string&
 // Draws every flash device of the document's flash outputs as an SVG picture at `path` (written
 // completely or not at all); false with a message when nothing can be drawn or written.
 bool cli_write_layout(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& path);
+// The same picture as SVG text, "" when the document has no flash output to draw; false with the
+// message posted when the layout cannot be computed.
+bool cli_layout_svg(PGM_COMMON_XML_ZEB_ZEB* document, std::string& svg);
 // Takes --quiet (errors only, nothing on standard output) and --verbose (the debug log) out of
 // the arguments, wherever they are, and installs the counting message sink.
 void cli_take_reporting_flags(CLI_ARGS& args);

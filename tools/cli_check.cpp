@@ -21,9 +21,15 @@
 namespace
 {
 
+// Where the explanation lines go during a check: standard error, or the caller's list.
+std::vector<std::string>* g_explanations = nullptr;
+
 void second_line(const std::string& text)
 {
-    std::cerr << "    " << msg_shorten(text, MSG_LINE_LIMIT) << '\n';
+    if (g_explanations)
+        g_explanations->push_back(text);
+    else
+        std::cerr << "    " << msg_shorten(text, MSG_LINE_LIMIT) << '\n';
 }
 
 bool starts_with(const std::string& text, std::string_view prefix)
@@ -172,8 +178,15 @@ void explain(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& message)
 
 } // namespace
 
-bool cli_check_document(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file)
+bool cli_check_document(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file,
+                        std::vector<std::string>* explanations)
 {
+    struct RESTORE
+    {
+        std::vector<std::string>* previous = g_explanations;
+        ~RESTORE() { g_explanations = previous; }
+    } restore;
+    g_explanations = explanations;
     bool needs_flash_loader = false;
     bool programs_config_device = false;
     bool error = false;

@@ -154,7 +154,7 @@ void cli_print_bash_completion(std::ostream& out, std::span<const CLI_MODE> mode
            "    elif [[ \"$cur\" == -* ]]; then\n"
            "        COMPREPLY=( $(compgen -W \""
         << flags
-        << " --save --secondary --no-check --ini --json\" -- \"$cur\") )\n"
+        << " --save --secondary --no-check --ini --json --port\" -- \"$cur\") )\n"
            "    else\n"
            "        COMPREPLY=( $(compgen -f -- \"$cur\") )\n"
            "    fi\n"

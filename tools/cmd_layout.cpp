@@ -115,8 +115,9 @@ double draw_flash(std::string& svg, const PGMCONV_PICTURE& picture, double top)
 
 } // namespace
 
-bool cli_write_layout(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& path)
+bool cli_layout_svg(PGM_COMMON_XML_ZEB_ZEB* document, std::string& svg)
 {
+    svg.clear();
     std::vector<PGMCONV_PICTURE> pictures;
     if (!ZEB_UTIL::get_flash_layouts(document, pictures))
         return false;
@@ -125,15 +126,25 @@ bool cli_write_layout(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& path)
     for (const PGMCONV_PICTURE& picture : pictures)
         height += draw_flash(body, picture, height);
     if (height == 0)
+        return true;
+    svg = format("<?xml version='1.0' encoding='UTF-8'?>\n<svg xmlns='http://www.w3.org/2000/svg' "
+                  "width='%g' height='%g' viewBox='0 0 %g %g'>\n<rect width='100%%' height='100%%' "
+                  "fill='white'/>\n",
+                  k_width, height, k_width, height) +
+          body + "</svg>\n";
+    return true;
+}
+
+bool cli_write_layout(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& path)
+{
+    std::string svg;
+    if (!cli_layout_svg(document, svg))
+        return false;
+    if (svg.empty())
     {
         cli_print_error("--layout: the document has no flash output to draw");
         return false;
     }
-    const std::string svg = format("<?xml version='1.0' encoding='UTF-8'?>\n<svg xmlns='http://www.w3.org/2000/svg' "
-                                   "width='%g' height='%g' viewBox='0 0 %g %g'>\n<rect width='100%%' height='100%%' "
-                                   "fill='white'/>\n",
-                                   k_width, height, k_width, height) +
-                            body + "</svg>\n";
     std::string error;
     if (!pgmio_write_file_atomic(path, std::span(reinterpret_cast<const uint8_t*>(svg.data()), svg.size()), error))
     {

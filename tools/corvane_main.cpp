@@ -87,6 +87,12 @@ constexpr CLI_MODE k_modes[] = {
      "--secondary names the secondary files to write, or none; --save also writes the document built; "
      "--no-check only builds (and saves) it; --layout draws the flash layout as SVG, as in the default mode."},
     {"--convert", cli_mode_convert, "corvane --convert ...", "Same as -c."},
+    {"--serve", cli_mode_serve, "corvane --serve [--port N] [SETUP.zeb]",
+     "Serves the setup editor, a web page, on 127.0.0.1 (port N, or a free one) and prints the URL to open, "
+     "which carries a random token that every request needs. The page edits one document (SETUP.zeb, or a new "
+     "one) in three tabs: Input Files, Output Files and Configuration Device with the flash layout drawn to "
+     "scale; it checks after every edit, generates, saves and opens documents. Files stay within the working "
+     "directory. The JSON API under the page is described in docs/web-api.md."},
     // -- end of modes (add one row per mode above this line)
     {"--help", mode_help, "corvane --help[=OPTION] [--ini NAME=VALUE]",
      "Prints this text, or one option of convert mode with its values, dependencies and exclusions. Options that "

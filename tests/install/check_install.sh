@@ -16,6 +16,7 @@ for header in pgm/zeb/zeb_util.h pgm/zeb/zeb_db_util.h pgm/zeb/zeb_file_assistan
 done
 test -f "$scratch/prefix/share/corvane/xsd/zeb.xsd" || { echo "schema not installed"; exit 1; }
 test -x "$scratch/prefix/bin/corvane" || { echo "corvane not installed"; exit 1; }
+test -f "$scratch/prefix/share/corvane/data/web/app.js" || { echo "the web editor's page not installed"; exit 1; }
 
 cmake -S "$source/tests/install/consumer" -B "$scratch/consumer" -DCMAKE_PREFIX_PATH="$scratch/prefix" >/dev/null
 cmake --build "$scratch/consumer" >/dev/null
