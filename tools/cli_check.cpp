@@ -189,6 +189,8 @@ void explain(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& message)
 
 bool cli_check_document(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& file)
 {
+    if (!cli_document_checkable(document))
+        return false;
     bool needs_flash_loader = false;
     bool programs_config_device = false;
     bool error = false;

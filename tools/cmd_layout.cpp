@@ -118,7 +118,7 @@ double draw_flash(std::string& svg, const PGMCONV_PICTURE& picture, double top)
 bool cli_write_layout(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& path)
 {
     std::vector<PGMCONV_PICTURE> pictures;
-    if (!ZEB_UTIL::get_flash_layouts(document, pictures))
+    if (!cli_document_checkable(document) || !ZEB_UTIL::get_flash_layouts(document, pictures))
         return false;
     std::string body;
     double height = 0;
