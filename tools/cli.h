@@ -104,6 +104,14 @@ int cli_finish_reporting(int status);
 // Applies "--ini NAME=VALUE" for this run; false after a usage error.
 bool cli_apply_ini(const std::string& name_value);
 
+// Refusals of documents that the library would take as broken preconditions (cli_gate.cpp). Each
+// posts a settings error naming the element, attribute and text, and returns false.
+// Every partition address read whole, no MBR, every input of a known kind, and one input (and
+// output) where an output type takes one.
+bool cli_document_checkable(PGM_COMMON_XML_ZEB_ZEB* document);
+// Saves the document (ZEB_UTIL::save) unless it has no output file, which is refused with a message.
+bool cli_save_document(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& path);
+
 // ---- Help from the tables (cli_help.cpp) ---------------------------------------------------------
 // The accepted, listed options of convert mode with their descriptions, by the element they set.
 void cli_print_options_help(std::ostream& out);

@@ -187,6 +187,8 @@ bool cli_check_document(PGM_COMMON_XML_ZEB_ZEB* document, const std::string& fil
         ~RESTORE() { g_explanations = previous; }
     } restore;
     g_explanations = explanations;
+    if (!cli_document_checkable(document))
+        return false;
     bool needs_flash_loader = false;
     bool programs_config_device = false;
     bool error = false;

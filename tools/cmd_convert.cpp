@@ -479,7 +479,7 @@ int cli_mode_convert(const CLI_ARGS& args)
         return CLI_FAILED;
     if (!layout_path.empty() && !cli_write_layout(document.get(), layout_path))
         return CLI_FAILED;
-    if (!save_path.empty() && !ZEB_UTIL::save(document.get(), save_path))
+    if (!save_path.empty() && !cli_save_document(document.get(), save_path))
         return CLI_FAILED;
     return CLI_OK;
 }

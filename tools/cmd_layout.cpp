@@ -119,7 +119,7 @@ bool cli_layout_svg(PGM_COMMON_XML_ZEB_ZEB* document, std::string& svg)
 {
     svg.clear();
     std::vector<PGMCONV_PICTURE> pictures;
-    if (!ZEB_UTIL::get_flash_layouts(document, pictures))
+    if (!cli_document_checkable(document) || !ZEB_UTIL::get_flash_layouts(document, pictures))
         return false;
     std::string body;
     double height = 0;

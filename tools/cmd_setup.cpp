@@ -124,8 +124,9 @@ int check_as_json(const std::vector<std::string>& files)
         bool programs_config_device = false;
         bool error = false;
         std::string message;
-        const bool ok = parsed && ZEB_UTIL::check(document.get(), needs_flash_loader, programs_config_device, message,
-                                                  error, true);
+        const bool ok = parsed && cli_document_checkable(document.get()) &&
+                        ZEB_UTIL::check(document.get(), needs_flash_loader, programs_config_device, message, error,
+                                        true);
         std::cout << msg_check_result_json(file, ok, capture.messages()) << '\n';
         if (!ok)
             status = CLI_FAILED;
@@ -215,7 +216,7 @@ int cli_mode_setup(const CLI_ARGS& args)
             status = CLI_FAILED;
             continue;
         }
-        if (!save_path.empty() && !ZEB_UTIL::save(document.get(), save_path))
+        if (!save_path.empty() && !cli_save_document(document.get(), save_path))
             status = CLI_FAILED;
     }
     return status;

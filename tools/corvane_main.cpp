@@ -4,6 +4,7 @@
 
 #include "pgm/zeb/platform/fio/fio.h"
 #include "pgm/zeb/platform/msg/msg.h"
+#include "pgm/zeb/platform/msg/msg_json.h"
 
 #include <algorithm>
 #include <cctype>
@@ -298,25 +299,7 @@ bool cli_split_options(const CLI_ARGS& args, const std::vector<std::string_view>
 
 std::string cli_json_string(std::string_view text)
 {
-    std::string out = "\"";
-    for (unsigned char c : text)
-    {
-        if (c == '"' || c == '\\')
-            out += '\\', out += char(c);
-        else if (c == '\n')
-            out += "\\n";
-        else if (c == '\t')
-            out += "\\t";
-        else if (c < 0x20 || c == 0x7F)
-        {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-            out += escaped;
-        }
-        else
-            out += char(c);
-    }
-    return out + "\"";
+    return msg_json_string(text);
 }
 
 namespace

@@ -18,7 +18,7 @@ constexpr MSG_RECORD k_messages[] = {
     {EZEB_GENERIC_ERROR, "EZEB_GENERIC_ERROR", MSG_KIND_ERROR, "Can't generate programming file %1!s! - %2!s!."},
     {IZEB_ZEB_SUCCESSFULLY_SAVED, "IZEB_ZEB_SUCCESSFULLY_SAVED", MSG_KIND_INFO, "Saved Corvane Setup File %1!s!"},
     {WZEB_FILE_TYPE_DOES_NOT_SUPPORT_ZEB_SETUP_FILE, "WZEB_FILE_TYPE_DOES_NOT_SUPPORT_ZEB_SETUP_FILE", MSG_KIND_WARNING, "Cannot generate Corvane Setup File (.zeb) for output file type %1!s!. The output file type can only be supported through the -c or --convert command option. Remove --save command option to avoid this warning."},
-    {EZEB_ADDRESS_TEXT_INVALID, "EZEB_ADDRESS_TEXT_INVALID", MSG_KIND_ERROR, "Address '%1!s!' of partition %2!s! of flash device %3!s! is not an address: it would be read as %4!s!. Write 0x followed by 1 to 8 hexadecimal digits (0x01F00000), or auto."},
+    {EZEB_ADDRESS_TEXT_INVALID, "EZEB_ADDRESS_TEXT_INVALID", MSG_KIND_ERROR, "Address %5!s!='%1!s!' of partition %2!s! of flash device %3!s! is not an address: it would be read as %4!s!. Write 0x followed by 1 to 8 hexadecimal digits (0x01F00000), or auto."},
     {EZEB_PARTITION_RANGE_REVERSED, "EZEB_PARTITION_RANGE_REVERSED", MSG_KIND_ERROR, "Partition %1!s! of flash device %2!s! ends at %3!s!, below its start %4!s!."},
     {EZEB_PARTITION_BEYOND_FLASH, "EZEB_PARTITION_BEYOND_FLASH", MSG_KIND_ERROR, "Partition %1!s! [%2!s!] of flash device %3!s! lies beyond the end of the flash (%4!s! bytes, last address %5!s!)."},
     {EZEB_UNRESOLVED_REFERENCE, "EZEB_UNRESOLVED_REFERENCE", MSG_KIND_ERROR, "%1!s! '%2!s!' of %3!s! names no %4!s! of the document."},

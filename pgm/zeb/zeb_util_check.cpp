@@ -3,6 +3,7 @@
 // mode and the capability tables, merges what they accept, then checks each output file with its
 // target (a bitstream or a flash device). The first failure ends the check with one sentence.
 #include "pgm/zeb/zeb_util.h"
+#include "pgm/zeb/zeb_util_precheck_scope.h"
 
 #include "pgm/zeb/platform/dev/dev.h"
 #include "pgm/zeb/zeb_db_util.h"
@@ -108,6 +109,7 @@ bool check_output_file_options(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ZE
 bool ZEB_UTIL::check(PGM_COMMON_XML_ZEB_ZEB* object, bool& flag1, bool& flag2, std::string& message, bool& error,
                      bool report)
 {
+    const ZEB_PRECHECK_SCOPE precheck_scope;
     ZEB_UTIL_ASSERT(object);
     flag1 = false;
     flag2 = false;

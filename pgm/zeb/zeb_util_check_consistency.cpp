@@ -4,6 +4,7 @@
 // flash image are made for, and output names that would leave their directory. Each rule reports
 // the element it found by name.
 #include "pgm/zeb/zeb_util_check_consistency.h"
+#include "pgm/zeb/zeb_util_precheck_scope.h"
 
 #include "pgm/zeb/key_files.h"
 #include "pgm/zeb/platform/dev/dev.h"
@@ -68,6 +69,10 @@ std::string read_as(const std::string& text)
     {
         return hex32(ZEB_UTIL::convert_string_to_dword(text));
     }
+    catch (const std::out_of_range&)
+    {
+        return "a number beyond 32 bits";
+    }
     catch (const std::exception&)
     {
         return "no number at all";
@@ -77,10 +82,13 @@ std::string read_as(const std::string& text)
 bool check_address_texts(const std::vector<PLACED_PARTITION>& partitions, ZEB_CONSISTENCY_FINDING& finding)
 {
     for (const auto& [partition, flash_device] : partitions)
-        for (const std::string* text : {&partition->get_s_addr(), &partition->get_e_addr()})
-            if (!zeb_is_address_text(*text))
+        for (const char* attribute : {"s_addr", "e_addr"})
+        {
+            const std::string& text = attribute[0] == 's' ? partition->get_s_addr() : partition->get_e_addr();
+            if (!zeb_is_address_text(text))
                 return fail(finding, EZEB_ADDRESS_TEXT_INVALID,
-                            {*text, partition->get_id(), device_label(flash_device), read_as(*text)});
+                            {text, partition->get_id(), device_label(flash_device), read_as(text), attribute});
+        }
     return true;
 }
 
@@ -335,6 +343,7 @@ bool zeb_is_address_text(const std::string& text)
 
 bool zeb_check_consistency(PGM_COMMON_XML_ZEB_ZEB* object, ZEB_CONSISTENCY_FINDING& finding)
 {
+    const ZEB_PRECHECK_SCOPE precheck_scope;
     ZEB_UTIL_ASSERT(object);
     const std::vector<PLACED_PARTITION> partitions = all_partitions(object);
     // Address texts first: every later rule reads the addresses.

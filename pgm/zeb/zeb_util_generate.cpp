@@ -8,6 +8,7 @@
 #include "pgm/zeb/zeb_messages.h"
 #include "pgm/zeb/zeb_util.h"
 #include "pgm/zeb/zeb_util_check_consistency.h"
+#include "pgm/zeb/zeb_util_precheck_scope.h"
 
 #include <filesystem>
 #include <memory>
@@ -182,6 +183,7 @@ bool ZEB_UTIL::generate(PGM_COMMON_XML_ZEB_ZEB* object)
 
 bool ZEB_UTIL::generate(PGM_COMMON_XML_ZEB_ZEB* object, const GENERATE_PROGRESS& progress)
 {
+    const ZEB_PRECHECK_SCOPE precheck_scope;
     ZEB_UTIL_ASSERT(object);
     const std::vector<PGM_COMMON_XML_ZEB_OUTPUT_FILE*> output_files =
         ZEB_FILE_ASSISTANT::get_output_file_elements(object);

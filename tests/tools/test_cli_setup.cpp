@@ -84,8 +84,8 @@ TEST(CliSetup, SwitchesFromTheCommandLine)
 }
 
 // A passing document is generated with one line per file written; --check stops after the check;
-// an internal error of the library is reported with its condition and exits with 3.
-TEST(CliSetup, GeneratesChecksOnlyOrReportsInternalErrors)
+// a second input of an SRAM object file output is refused by name before the library sees it.
+TEST(CliSetup, GeneratesOrChecksAndRefusesASecondInputOfAnSofOutput)
 {
     corvane_test::SCRATCH_CWD cwd;
     std::filesystem::create_directory("output_files");
@@ -101,8 +101,8 @@ TEST(CliSetup, GeneratesChecksOnlyOrReportsInternalErrors)
     EXPECT_EQ(checked.out, k_minimal + ": check passed\n");
     EXPECT_EQ(corvane("--check --no-check '" + k_minimal + "'").status, 2);
 
-    // An SRAM object file output takes the one input of a document; a second input passes the
-    // check but breaks the generation's precondition.
+    // An SRAM object file output takes the one input of a document; a second input would break the
+    // generation's precondition, so the front end refuses the document first.
     ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size 4096 other.sof").status, 0);
     corvane_test::write_file("sof.zeb", "<zeb><settings mode='AVSTX8'/><bitstreams>"
                                         "<bitstream id='b1'><path hps_path='boot.hex'>design.sof</path></bitstream>"
@@ -110,10 +110,10 @@ TEST(CliSetup, GeneratesChecksOnlyOrReportsInternalErrors)
                                         "<output_files><output_file name='boot' directory='output_files' type='SOF'>"
                                         "<bitstream_id>b1</bitstream_id></output_file></output_files></zeb>");
     corvane_test::write_file("boot.hex", ":00000001FF\n");
-    PROGRAM_RUN internal = corvane("sof.zeb");
-    EXPECT_EQ(internal.status, 3);
-    EXPECT_TRUE(contains(internal.err, "Internal Error: path_elements.size() == 1 (ZEB_COMMON, pgm/zeb/zeb_util:"))
-        << internal.err;
+    PROGRAM_RUN refused = corvane("sof.zeb");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_TRUE(contains(refused.err, "output_file name=\"boot\" type=\"SOF\" is written from exactly one input"))
+        << refused.err;
     EXPECT_FALSE(std::filesystem::exists("output_files/boot.sof"));
 }
 

@@ -378,9 +378,10 @@ TEST(Formats, UnreadableFilesGiveReasons)
     EXPECT_EQ(BITASM_MGR::check_bitstream_integrity(dir.file("empty.sof")), "the file is empty");
     write_file(dir.file("text.sof"), "hello");
     EXPECT_NE(BITASM_MGR::check_bitstream_integrity(dir.file("text.sof")).find("wrong magic"), std::string::npos);
-    // Formats without checks of their own pass when they hold something.
+    // Raw programming data is checked as the flash bytes it holds.
     write_file(dir.file("data.rpd"), "anything");
-    EXPECT_EQ(BITASM_MGR::check_bitstream_integrity(dir.file("data.rpd")), "");
+    EXPECT_EQ(BITASM_MGR::check_bitstream_integrity(dir.file("data.rpd")),
+              "no directory record and no configuration data found in the flash bytes");
 
     PGMIO_BYTES bytes;
     write_file(dir.file("big.bin"), std::string(100, 'x'));

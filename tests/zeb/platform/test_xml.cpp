@@ -344,9 +344,9 @@ TEST(XmlParse, EmptyAndMissingFilesAreRefused)
     EXPECT_EQ(PGM_COMMON_XML::parse_xml(dir.file("empty.zeb"), PGM_COMMON_XML_ZEB_DOCUMENT, error), nullptr);
     EXPECT_EQ(error, "the file is empty");
     EXPECT_EQ(PGM_COMMON_XML::parse_xml(dir.file("none.zeb"), PGM_COMMON_XML_ZEB_DOCUMENT, error), nullptr);
-    EXPECT_EQ(error, "the file cannot be read");
+    EXPECT_NE(error.find("cannot open"), std::string::npos) << error;
     EXPECT_EQ(PGM_COMMON_XML::parse_xml(dir.path().string(), PGM_COMMON_XML_ZEB_DOCUMENT, error), nullptr);
-    EXPECT_EQ(error, "it is not a regular file");
+    EXPECT_NE(error.find("is a directory"), std::string::npos) << error;
 }
 
 TEST(XmlSchema, EveryValidSampleIsAlsoAcceptedByTheElementLibrary)

@@ -5,6 +5,8 @@
 // input further than it has checked it.
 #include "pgm/zeb/platform/dev/dev_catalogue.h"
 
+#include "pgm/zeb/platform/fio/fio.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -194,36 +196,11 @@ JSON read_json_file(const std::string& path, std::string& error)
         error = path + ": file does not exist";
         return JSON();
     }
-    if (std::filesystem::is_directory(status))
-    {
-        error = path + ": is a directory, not a file";
+    FIO_INPUT_FILE file;
+    std::vector<uint8_t> bytes;
+    if (!file.open(path, error, k_max_file_size) || !file.read_all(bytes, error))
         return JSON();
-    }
-    const uintmax_t size = std::filesystem::file_size(path, ec);
-    if (ec)
-    {
-        error = path + ": cannot determine its size: " + ec.message();
-        return JSON();
-    }
-    if (size > k_max_file_size)
-    {
-        error = path + ": " + std::to_string(size) + " bytes is too large (at most " + std::to_string(k_max_file_size) +
-                ")";
-        return JSON();
-    }
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-    {
-        error = path + ": cannot be opened: " + std::strerror(errno);
-        return JSON();
-    }
-    std::string text(static_cast<size_t>(size), '\0');
-    in.read(text.data(), static_cast<std::streamsize>(size));
-    if (static_cast<uintmax_t>(in.gcount()) != size)
-    {
-        error = path + ": cannot be read completely";
-        return JSON();
-    }
+    const std::string text(bytes.begin(), bytes.end());
     try
     {
         return JSON::parse(text);

@@ -3,11 +3,13 @@
 // (optionally compressed) text file streams.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <fstream>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // File extensions the suite knows. Values are stable: they are stored in tables and compared.
 enum FIO_EXTENSION_TYPE : uint16_t
@@ -87,6 +89,11 @@ std::string fio_get_extension_string(FIO_EXTENSION_TYPE type);
 FIO_FILE_TYPE fio_get_file_type(FIO_EXTENSION_TYPE type);
 // A display text for a file type, e.g. "SRAM Object File (.sof)"; "" when unknown.
 std::string fio_get_file_type_description(FIO_FILE_TYPE type);
+// The largest input file of this extension that a reader accepts: well above any real file of the
+// kind, so that a runaway or hostile file is refused from its size before it is read.
+uint64_t fio_get_max_input_size(FIO_EXTENSION_TYPE type);
+// The bound on any input file, whatever its kind.
+constexpr uint64_t FIO_MAX_INPUT_SIZE = uint64_t(2) << 30;
 
 // A file path value. The full path is the given path made absolute against the working directory
 // at construction and normalised lexically ("a/./b/../c" is "a/c"); an empty path stays empty.
@@ -134,6 +141,52 @@ public:
     // True when files can be created in the directory.
     static bool is_writable_directory(const FIO_PATH& directory);
 };
+
+// An input file opened for reading after checks that need no read: it exists, is a regular file
+// (a FIFO, device or directory is refused, never waited on) and is not larger than the limit of
+// its kind (fio_get_max_input_size, and at most `max_size`). Every reader of input files opens
+// them through this, so the limits hold everywhere.
+class FIO_INPUT_FILE
+{
+public:
+    FIO_INPUT_FILE() = default;
+    ~FIO_INPUT_FILE();
+    FIO_INPUT_FILE(const FIO_INPUT_FILE&) = delete;
+    FIO_INPUT_FILE& operator=(const FIO_INPUT_FILE&) = delete;
+
+    // False with the reason in `error` ("'x' is not a regular file", "'x' is larger than ...").
+    bool open(const std::string& path, std::string& error, uint64_t max_size = FIO_MAX_INPUT_SIZE);
+    // Size found when opening.
+    uint64_t size() const { return m_size; }
+    // Reads `count` bytes at `offset` into `out`; false (with `error`) on a read error or a short read.
+    bool read_at(uint64_t offset, size_t count, uint8_t* out, std::string& error) const;
+    // Reads the whole file; false with the reason when it cannot be read or grew past its limit.
+    bool read_all(std::vector<uint8_t>& bytes, std::string& error) const;
+
+private:
+    int m_fd = -1;
+    uint64_t m_size = 0;
+    uint64_t m_limit = 0;
+    std::string m_path;
+};
+
+// What tells one version of a file from another within a run: a result computed from a file's
+// content may be reused while its identity is unchanged.
+struct FIO_FILE_IDENTITY
+{
+    uint64_t device = 0;
+    uint64_t inode = 0;
+    uint64_t size = 0;
+    int64_t mtime_ns = 0;
+    auto operator<=>(const FIO_FILE_IDENTITY&) const = default;
+};
+// False (identity unset) when the path names no regular file.
+bool fio_get_file_identity(const std::string& path, FIO_FILE_IDENTITY& identity);
+
+// Ensures that `path` may be replaced by a new file: nothing is there, or a regular file, or a
+// symbolic link (the link itself is replaced, its target left alone). False with the reason for a
+// directory, device, FIFO or socket. Every atomic writer calls this before it creates anything.
+bool fio_check_output_file(const std::string& path, std::string& error);
 
 // Output text stream that writes to a temporary file beside the target and renames it over the
 // target on commit(), so that the target is either the old file or the complete new one. With

@@ -214,17 +214,8 @@ HTL_ZOFSTREAM::HTL_ZOFSTREAM(const std::string& path, bool compress, bool privat
 {
     m_impl->target = path;
     m_impl->stream.setstate(std::ios_base::badbit);
-    if (path.empty())
-    {
-        m_error = "no output file name";
+    if (!fio_check_output_file(path, m_error))
         return;
-    }
-    std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored))
-    {
-        m_error = "cannot write '" + path + "': it is a directory";
-        return;
-    }
     m_impl->fd = create_temporary(path, m_impl->temporary);
     if (m_impl->fd < 0)
     {
@@ -326,8 +317,9 @@ HTL_ZIFSTREAM::HTL_ZIFSTREAM(const std::string& path) : m_impl(std::make_unique<
 {
     IMPL& impl = *m_impl;
     impl.stream.setstate(std::ios_base::badbit);
-    std::error_code ignored;
-    if (path.empty() || std::filesystem::is_directory(path, ignored))
+    FIO_INPUT_FILE checked;
+    std::string ignored;
+    if (!checked.open(path, ignored))
         return;
     if (impl.plain.open(path, std::ios_base::in | std::ios_base::binary) == nullptr)
         return;

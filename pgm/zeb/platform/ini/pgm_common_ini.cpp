@@ -2,11 +2,12 @@
 // Configuration switch store: the two switch files, process overrides and the keyed-switch table.
 #include "pgm/zeb/platform/ini/pgm_common_ini.h"
 
+#include "pgm/zeb/platform/fio/fio.h"
 #include "pgm/zeb/platform/msg/msg.h"
 
 #include <cctype>
 #include <cstdlib>
-#include <fstream>
+#include <sstream>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -61,9 +62,16 @@ std::string_view trim(std::string_view text)
 // are optional. Lines without '=' or without a name are skipped with a debug line.
 void read_switch_file(const std::string& path, VALUE_MAP& values)
 {
-    std::ifstream in(path);
-    if (!in)
+    // An optional file: one that is missing, not a regular file or absurdly large is passed over.
+    FIO_INPUT_FILE file;
+    std::vector<uint8_t> bytes;
+    std::string error;
+    if (!file.open(path, error) || !file.read_all(bytes, error))
+    {
+        msg_local_vdebug(MODULE, DEBUG_LEVEL, "No switches read: %s", error.c_str());
         return;
+    }
+    std::istringstream in(std::string(bytes.begin(), bytes.end()));
     msg_local_vdebug(MODULE, DEBUG_LEVEL, "Reading switches from %s", path.c_str());
     std::string raw;
     int line_number = 0;

@@ -28,5 +28,10 @@ std::string msg_check_result_json(const std::string& file, bool ok, const std::v
             result["text"] = first->text;
         }
     }
-    return result.dump();
+    return result.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+std::string msg_json_string(std::string_view text)
+{
+    return nlohmann::json(std::string(text)).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }

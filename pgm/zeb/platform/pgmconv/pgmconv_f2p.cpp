@@ -53,6 +53,10 @@ public:
     }
     bool commit(std::string& error)
     {
+        // Every target is checked before the first one is replaced, so none is replaced in vain.
+        for (const auto& [target, staged] : m_files)
+            if (!fio_check_output_file(target, error))
+                return false;
         for (const auto& [target, staged] : m_files)
             if (std::rename(staged.c_str(), target.c_str()) != 0)
             {

@@ -60,28 +60,19 @@ bool stream_file(const std::string& path, uint64_t offset, uint64_t size,
                  const std::function<void(std::span<const uint8_t>)>& use, uint64_t& count, std::string& error)
 {
     count = 0;
-    std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"), std::fclose);
-    if (!file || fseeko(file.get(), off_t(offset), SEEK_SET) != 0)
-    {
-        error = "cannot open '" + path + "': " + std::strerror(errno);
+    FIO_INPUT_FILE file;
+    if (!file.open(path, error))
         return false;
-    }
     // Pieces small enough to stay in the cache between reading, checking and writing them.
     PGMIO_BYTES piece(k_stream_piece);
-    while (count < size)
+    const uint64_t end = offset < file.size() ? std::min(file.size() - offset, size) : 0;
+    while (count < end)
     {
-        const size_t wanted = size_t(std::min<uint64_t>(piece.size(), size - count));
-        const size_t got = std::fread(piece.data(), 1, wanted, file.get());
-        if (got > 0)
-            use(std::span<const uint8_t>(piece.data(), got));
-        count += got;
-        if (got < wanted)
-            break;
-    }
-    if (std::ferror(file.get()))
-    {
-        error = "cannot read '" + path + "': " + std::strerror(errno);
-        return false;
+        const size_t wanted = size_t(std::min<uint64_t>(piece.size(), end - count));
+        if (!file.read_at(offset + count, wanted, piece.data(), error))
+            return false;
+        use(std::span<const uint8_t>(piece.data(), wanted));
+        count += wanted;
     }
     return true;
 }

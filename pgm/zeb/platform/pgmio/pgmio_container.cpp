@@ -2,6 +2,8 @@
 // The container layout, CRC and hash helpers, the field codec, and whole-file reading and writing.
 #include "pgm/zeb/platform/pgmio/pgmio_container.h"
 
+#include "pgm/zeb/platform/fio/fio.h"
+
 #include <openssl/evp.h>
 #include <zlib.h>
 
@@ -50,6 +52,16 @@ std::string system_error_text()
 }
 
 // Closes a file descriptor and, unless released, removes the temporary file it belongs to.
+// What is wrong with a container whose header declares `declared` bytes in a file of `size`; "" when
+// they agree.
+std::string declared_size_problem(uint64_t declared, uint64_t size)
+{
+    if (declared == size)
+        return {};
+    return "the header declares " + std::to_string(declared) + " bytes but the file has " + std::to_string(size) +
+           (declared > size ? " (truncated)" : " (trailing data)");
+}
+
 struct TEMP_FILE
 {
     int fd = -1;
@@ -156,58 +168,25 @@ std::string pgmio_hex_text(std::span<const uint8_t> data)
 bool pgmio_read_file(const std::string& path, PGMIO_BYTES& bytes, std::string& error, uint64_t max_size)
 {
     bytes.clear();
-    struct stat info = {};
-    if (::stat(path.c_str(), &info) != 0)
-    {
-        error = "cannot open '" + path + "': " + system_error_text();
+    FIO_INPUT_FILE file;
+    if (!file.open(path, error, max_size))
         return false;
-    }
-    if (S_ISDIR(info.st_mode))
+    // A container says its size in its header: one that disagrees with the file is refused before
+    // the file is read, however large it is.
+    uint8_t header[24] = {};
+    if (file.size() >= sizeof header)
     {
-        error = "'" + path + "' is a directory, not a file";
-        return false;
-    }
-    std::unique_ptr<FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"), std::fclose);
-    if (!file)
-    {
-        error = "cannot open '" + path + "': " + system_error_text();
-        return false;
-    }
-    // Read in pieces rather than trusting the size reported up front: the file may change under us
-    // or be a device without a size.
-    constexpr size_t k_piece = 1 << 20;
-    // The reported size is only a hint, so the buffer is reserved once, never more than the limit.
-    if (S_ISREG(info.st_mode) && info.st_size > 0)
-        bytes.reserve(size_t(std::min<uint64_t>(uint64_t(info.st_size), max_size)) + 1);
-    for (;;)
-    {
-        const size_t old_size = bytes.size();
-        if (old_size >= max_size)
+        if (!file.read_at(0, sizeof header, header, error))
+            return false;
+        const std::string problem =
+            std::memcmp(header, k_magic, 4) == 0 ? declared_size_problem(get_le(header + 16, 8), file.size()) : "";
+        if (!problem.empty())
         {
-            // One more byte decides whether the file is exactly at the limit.
-            if (std::fgetc(file.get()) != EOF)
-            {
-                error =
-                    "'" + path + "' is larger than the largest file accepted (" + std::to_string(max_size) + " bytes)";
-                bytes.clear();
-                return false;
-            }
-            break;
+            error = "'" + path + "': " + problem;
+            return false;
         }
-        const size_t want = size_t(std::min<uint64_t>(k_piece, max_size - old_size));
-        bytes.resize(old_size + want);
-        const size_t got = std::fread(bytes.data() + old_size, 1, want, file.get());
-        bytes.resize(old_size + got);
-        if (got < want)
-            break;
     }
-    if (std::ferror(file.get()))
-    {
-        error = "cannot read '" + path + "': " + system_error_text();
-        bytes.clear();
-        return false;
-    }
-    return true;
+    return file.read_all(bytes, error);
 }
 
 bool pgmio_write_file_atomic(const std::string& path, std::span<const uint8_t> bytes, std::string& error,
@@ -218,12 +197,8 @@ bool pgmio_write_file_atomic(const std::string& path, std::span<const uint8_t> b
         error = "no output file name given";
         return false;
     }
-    struct stat info = {};
-    if (::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode))
-    {
-        error = "'" + path + "' is a directory, not a file";
+    if (!fio_check_output_file(path, error))
         return false;
-    }
     TEMP_FILE temp;
     std::string pattern = path + ".tmp-XXXXXX";
     temp.fd = ::mkstemp(pattern.data());
@@ -327,8 +302,7 @@ bool pgmio_parse_container(std::span<const uint8_t> image, PGMIO_CONTAINER_VIEW&
     }
     if (declared_size != size)
     {
-        error = "the header declares " + std::to_string(declared_size) + " bytes but the file has " +
-                std::to_string(size) + (declared_size > size ? " (truncated)" : " (trailing data)");
+        error = declared_size_problem(declared_size, size);
         return false;
     }
     if (reserved != 0)

@@ -67,8 +67,9 @@ std::string pgmio_hex_number(uint64_t value);
 // Lower-case hexadecimal text of bytes.
 std::string pgmio_hex_text(std::span<const uint8_t> data);
 
-// Reads a whole file. False with the reason in `error` when it is missing, a directory, unreadable
-// or larger than `max_size`.
+// Reads a whole file. False with the reason in `error` when it is missing, not a regular file,
+// unreadable, larger than `max_size` or than the limit of its kind, or a container whose header
+// declares another size (the last three found before anything is read).
 bool pgmio_read_file(const std::string& path, PGMIO_BYTES& bytes, std::string& error,
                      uint64_t max_size = PGMIO_MAX_FILE_SIZE);
 // Writes a file through a temporary file beside it that is renamed over the target, so the target

@@ -243,5 +243,5 @@ std::string pgmio_flash_walk_json(const PGMIO_FLASH_WALK& walk)
     out["boot_order"] = walk.boot_order;
     out["ok"] = walk.failure.empty();
     out["failure"] = walk.failure;
-    return out.dump(2);
+    return out.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }

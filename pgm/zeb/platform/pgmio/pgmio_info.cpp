@@ -305,11 +305,38 @@ std::string check_cdf(std::span<const uint8_t> image, const std::string& name, P
 
 } // namespace
 
+PGMIO_IMAGE_FORMAT pgmio_detect_format(std::span<const uint8_t> image, FIO_EXTENSION_TYPE extension)
+{
+    // Raw programming data holds flash bytes as they are: whatever they start with, they are not
+    // read as records or a container.
+    if (extension == FIO_EXTENSION_TYPE_RPD)
+        return PGMIO_IMAGE_FORMAT_FLASH;
+    if (has_magic(image))
+        return PGMIO_IMAGE_FORMAT_CONTAINER;
+    for (FIO_EXTENSION_TYPE container : k_container_extensions)
+        if (extension == container)
+            return PGMIO_IMAGE_FORMAT_BAD_CONTAINER;
+    if (extension == FIO_EXTENSION_TYPE_CDF)
+        return PGMIO_IMAGE_FORMAT_CDF;
+    if (extension == FIO_EXTENSION_TYPE_HEX || extension == FIO_EXTENSION_TYPE_HEXOUT ||
+        (!image.empty() && image[0] == ':'))
+        return PGMIO_IMAGE_FORMAT_HEX;
+    return PGMIO_IMAGE_FORMAT_OTHER;
+}
+
 std::string pgmio_check_image(std::span<const uint8_t> image, FIO_EXTENSION_TYPE extension, const std::string& name)
 {
     if (image.empty())
         return "the file is empty";
-    if (has_magic(image))
+    switch (pgmio_detect_format(image, extension))
+    {
+    case PGMIO_IMAGE_FORMAT_FLASH:
+    {
+        PGMIO_FLASH_WALK walk;
+        pgmio_walk_flash(image, walk);
+        return walk.failure;
+    }
+    case PGMIO_IMAGE_FORMAT_CONTAINER:
     {
         PGMIO_CONTAINER_VIEW view;
         std::string error;
@@ -317,13 +344,15 @@ std::string pgmio_check_image(std::span<const uint8_t> image, FIO_EXTENSION_TYPE
             return error;
         return decode_container(image, view.kind, nullptr);
     }
-    for (FIO_EXTENSION_TYPE container : k_container_extensions)
-        if (extension == container)
-            return "not a Corvane programming file (wrong magic at offset 0)";
-    if (extension == FIO_EXTENSION_TYPE_HEX || extension == FIO_EXTENSION_TYPE_HEXOUT)
+    case PGMIO_IMAGE_FORMAT_BAD_CONTAINER:
+        return "not a Corvane programming file (wrong magic at offset 0)";
+    case PGMIO_IMAGE_FORMAT_HEX:
         return check_hex(image, name, nullptr);
-    if (extension == FIO_EXTENSION_TYPE_CDF)
+    case PGMIO_IMAGE_FORMAT_CDF:
         return check_cdf(image, name, nullptr);
+    case PGMIO_IMAGE_FORMAT_OTHER:
+        break;
+    }
     return {};
 }
 
@@ -339,17 +368,16 @@ bool pgmio_describe_file(const std::string& path, PGMIO_FILE_INFO& info, std::st
         return false;
     }
     info.size = image.size();
-    const FIO_EXTENSION_TYPE extension = FIO_PATH(path).get_extension_type();
-    if (extension == FIO_EXTENSION_TYPE_RPD)
+    switch (pgmio_detect_format(image, FIO_PATH(path).get_extension_type()))
     {
+    case PGMIO_IMAGE_FORMAT_FLASH:
         info.kind = "raw programming data file";
         info.format = "rpd";
         info.has_flash = true;
         pgmio_walk_flash(image, info.flash);
         info.integrity = info.flash.failure;
         return true;
-    }
-    if (has_magic(image))
+    case PGMIO_IMAGE_FORMAT_CONTAINER:
     {
         uint32_t kind = 0;
         if (image.size() >= 8)
@@ -366,20 +394,19 @@ bool pgmio_describe_file(const std::string& path, PGMIO_FILE_INFO& info, std::st
             info.fields.clear();
         return true;
     }
-    if (extension == FIO_EXTENSION_TYPE_HEX || extension == FIO_EXTENSION_TYPE_HEXOUT ||
-        (image[0] == ':' && extension != FIO_EXTENSION_TYPE_CDF))
-    {
+    case PGMIO_IMAGE_FORMAT_HEX:
         info.kind = "hex data file";
         info.format = "hex";
         info.integrity = check_hex(image, path, &info);
         return true;
-    }
-    if (extension == FIO_EXTENSION_TYPE_CDF)
-    {
+    case PGMIO_IMAGE_FORMAT_CDF:
         info.kind = "chain description file";
         info.format = "cdf";
         info.integrity = check_cdf(image, path, &info);
         return true;
+    case PGMIO_IMAGE_FORMAT_BAD_CONTAINER:
+    case PGMIO_IMAGE_FORMAT_OTHER:
+        break;
     }
     error = "'" + path +
             "' is not a file of a known format (no container magic, not hex records or a chain "

@@ -43,9 +43,22 @@ struct PGMIO_FILE_INFO
 // The description as a JSON document (nlohmann-json), as `corvane --info --json` prints it.
 std::string pgmio_info_json(const std::string& path, const PGMIO_FILE_INFO& info);
 
-// The reason why a file's content fails a check of its format; "" when it passes. The format is
-// recognised by content (container magic), else by the extension (hex records, chain description);
-// a format that carries no checks passes when the file is not empty.
+// How a file's bytes are read, decided the same way for every check and description: an .rpd is
+// flash bytes; container magic makes a container; an extension of a container kind without the
+// magic is a damaged one; then a chain description, hex records (by extension or a leading ':').
+enum PGMIO_IMAGE_FORMAT
+{
+    PGMIO_IMAGE_FORMAT_FLASH,
+    PGMIO_IMAGE_FORMAT_CONTAINER,
+    PGMIO_IMAGE_FORMAT_BAD_CONTAINER,
+    PGMIO_IMAGE_FORMAT_CDF,
+    PGMIO_IMAGE_FORMAT_HEX,
+    PGMIO_IMAGE_FORMAT_OTHER,
+};
+PGMIO_IMAGE_FORMAT pgmio_detect_format(std::span<const uint8_t> image, FIO_EXTENSION_TYPE extension);
+
+// The reason why a file's content fails a check of its format (pgmio_detect_format); "" when it
+// passes. A format that carries no checks passes when the file is not empty.
 std::string pgmio_check_image(std::span<const uint8_t> image, FIO_EXTENSION_TYPE extension, const std::string& name);
 
 // Describes a file. False with the reason in `error` when it cannot be read or is of none of our

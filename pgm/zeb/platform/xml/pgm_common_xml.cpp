@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pgm/zeb/platform/xml/pgm_common_xml.h"
 
+#include "pgm/zeb/platform/fio/fio.h"
 #include "pgm/zeb/platform/msg/msg.h"
 
 #include <libxml/parser.h>
@@ -12,7 +13,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <sys/stat.h>
 
 namespace
 {
@@ -21,6 +21,16 @@ constexpr const char* k_module = "ZEB_COMMON";
 constexpr const char* k_source = "pgm_common_xml";
 // At most this many problems are listed in a schema check's detail text.
 constexpr size_t k_max_reported_problems = 20;
+// A document larger than this is refused unread: real ones are a few kilobytes, and generated
+// ones with a hundred thousand elements stay far below it.
+constexpr uint64_t k_max_document_size = 64 << 20;
+// How the documents are parsed, for the element library and the schema check alike. Internal
+// entities are expanded (libxml2 bounds the expansion); external ones reach the loader below,
+// which refuses them; nothing is read from the network.
+// The longest text or attribute value taken: a path, a key or a name is far shorter, and texts
+// echoed in messages stay readable.
+constexpr size_t k_max_text_size = 64 << 10;
+constexpr int k_parse_options = XML_PARSE_NONET | XML_PARSE_BIG_LINES | XML_PARSE_NOENT;
 
 #if LIBXML_VERSION >= 21200
 using XML_ERROR_ARG = const xmlError*;
@@ -52,10 +62,32 @@ using XML_DOC = std::unique_ptr<xmlDoc, XML_DOC_DELETER>;
 using XML_TEXT = std::unique_ptr<xmlChar, XML_CHAR_DELETER>;
 using XML_SCHEMA = std::shared_ptr<xmlSchema>;
 
+// True while this thread parses a document: its external entities and DTDs are then refused,
+// while the schema files of the suite are still loaded.
+thread_local bool t_reading_document = false;
+// The first external resource refused during the current document read.
+thread_local std::string t_refused;
+xmlExternalEntityLoader g_default_loader = nullptr;
+
+xmlParserInputPtr refusing_loader(const char* url, const char* id, xmlParserCtxtPtr context)
+{
+    if (!t_reading_document)
+        return g_default_loader(url, id, context);
+    if (t_refused.empty())
+        t_refused = url ? url : (id ? id : "?");
+    return nullptr; // the parser reports the failed load with its line
+}
+
 void init_libxml()
 {
     static std::once_flag once;
-    std::call_once(once, [] { xmlInitParser(); });
+    std::call_once(once,
+                   []
+                   {
+                       xmlInitParser();
+                       g_default_loader = xmlGetExternalEntityLoader();
+                       xmlSetExternalEntityLoader(refusing_loader);
+                   });
 }
 
 // Collects libxml2's structured errors as "line N: text" lines.
@@ -81,34 +113,95 @@ struct ERROR_COLLECTOR
     }
 };
 
-// Routes every libxml2 error of this thread to a collector while it lives.
+// Routes every libxml2 error of this thread to a collector while it lives; unstructured texts
+// are dropped rather than printed, the structured report of the same problem carries them.
 class ERROR_SCOPE
 {
 public:
     explicit ERROR_SCOPE(ERROR_COLLECTOR& collector)
     {
         xmlSetStructuredErrorFunc(&collector, &ERROR_COLLECTOR::handle);
+        xmlSetGenericErrorFunc(nullptr, &ignore_generic);
     }
-    ~ERROR_SCOPE() { xmlSetStructuredErrorFunc(nullptr, nullptr); }
+    ~ERROR_SCOPE()
+    {
+        xmlSetStructuredErrorFunc(nullptr, nullptr);
+        xmlSetGenericErrorFunc(nullptr, nullptr);
+    }
     ERROR_SCOPE(const ERROR_SCOPE&) = delete;
     ERROR_SCOPE& operator=(const ERROR_SCOPE&) = delete;
+
+private:
+    static void ignore_generic(void*, const char*, ...) {}
 };
 
-// A readable, non-empty regular file; otherwise the reason.
-bool check_input_file(const std::string& path, std::string& error)
+std::string line_prefix(const xmlNode* node)
 {
-    struct stat info
+    return "line " + std::to_string(xmlGetLineNo(node)) + ": ";
+}
+
+// The first text or attribute value longer than k_max_text_size, as "line N: ..."; "" when none.
+std::string find_oversized_text(const xmlNode* node)
+{
+    for (; node; node = node->next)
     {
-    };
-    if (stat(path.c_str(), &info) != 0)
-        error = "the file cannot be read";
-    else if (!S_ISREG(info.st_mode))
-        error = "it is not a regular file";
-    else if (info.st_size == 0)
+        if ((node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE) && node->content &&
+            size_t(xmlStrlen(node->content)) > k_max_text_size)
+            return line_prefix(node) + "a text of element \"" +
+                   (node->parent ? reinterpret_cast<const char*>(node->parent->name) : "") + "\" is longer than " +
+                   std::to_string(k_max_text_size) + " bytes";
+        if (node->type != XML_ELEMENT_NODE)
+            continue;
+        for (const xmlAttr* attr = node->properties; attr; attr = attr->next)
+            for (const xmlNode* value = attr->children; value; value = value->next)
+                if (value->content && size_t(xmlStrlen(value->content)) > k_max_text_size)
+                    return line_prefix(node) + "attribute \"" + reinterpret_cast<const char*>(attr->name) +
+                           "\" of element \"" + reinterpret_cast<const char*>(node->name) + "\" is longer than " +
+                           std::to_string(k_max_text_size) + " bytes";
+        std::string found = find_oversized_text(node->children);
+        if (!found.empty())
+            return found;
+    }
+    return {};
+}
+
+// Reads and parses a document the one way both the schema check and the element library use, so
+// that they never disagree about what the file says. Any problem the parser reports, warnings
+// included (an undeclared entity is one when the document names an external DTD), refuses the
+// document: what would be dropped or guessed is not silently lost.
+XML_DOC read_document(const std::string& path, std::string& error)
+{
+    FIO_INPUT_FILE file;
+    std::vector<uint8_t> bytes;
+    if (!file.open(path, error, k_max_document_size) || !file.read_all(bytes, error))
+        return nullptr;
+    if (bytes.empty())
+    {
         error = "the file is empty";
-    else
-        return true;
-    return false;
+        return nullptr;
+    }
+    ERROR_COLLECTOR collector;
+    XML_DOC doc;
+    {
+        ERROR_SCOPE scope(collector);
+        t_reading_document = true;
+        t_refused.clear();
+        doc.reset(xmlReadMemory(reinterpret_cast<const char*>(bytes.data()), int(bytes.size()), path.c_str(), nullptr,
+                                k_parse_options));
+        t_reading_document = false;
+    }
+    if (doc && collector.lines.empty() && t_refused.empty())
+    {
+        error = find_oversized_text(doc->children);
+        return error.empty() ? std::move(doc) : nullptr;
+    }
+    error = collector.lines.empty() ? "the file is not a well-formed XML document" : collector.lines.front();
+    if (!t_refused.empty())
+    {
+        const std::string line = error.rfind("line ", 0) == 0 ? error.substr(0, error.find(": ") + 2) : "";
+        error = line + "the external entity \"" + t_refused + "\" is not read: a setup document must be self-contained";
+    }
+    return nullptr;
 }
 
 XML_SCHEMA load_schema(const std::string& schema_path, std::string& error)
@@ -138,11 +231,6 @@ XML_SCHEMA load_schema(const std::string& schema_path, std::string& error)
     }
     cache.emplace(schema_path, schema);
     return schema;
-}
-
-std::string line_prefix(const xmlNode* node)
-{
-    return "line " + std::to_string(xmlGetLineNo(node)) + ": ";
 }
 
 std::string node_text(const xmlNode* node)
@@ -251,20 +339,9 @@ PGM_COMMON_XML_ELEMENT* PGM_COMMON_XML::parse_xml(const std::string& path, const
 {
     MSG_ASSERT_AT(kind.create, k_module, k_source);
     init_libxml();
-    if (!check_input_file(path, error))
-        return nullptr;
-
-    ERROR_COLLECTOR collector;
-    XML_DOC doc;
-    {
-        ERROR_SCOPE scope(collector);
-        doc.reset(xmlReadFile(path.c_str(), nullptr, XML_PARSE_NONET | XML_PARSE_BIG_LINES));
-    }
+    const XML_DOC doc = read_document(path, error);
     if (!doc)
-    {
-        error = collector.lines.empty() ? "the file is not a well-formed XML document" : collector.lines.front();
         return nullptr;
-    }
     const xmlNode* root = xmlDocGetRootElement(doc.get());
     const std::string root_name(pgm_common_xml_enum_name(kind.root));
     if (!root || root_name != reinterpret_cast<const char*>(root->name))
@@ -285,7 +362,8 @@ bool PGM_COMMON_XML::check_xsd(const std::string& path, const std::string& schem
     init_libxml();
     error.clear();
     detail.clear();
-    if (!check_input_file(path, error))
+    const XML_DOC doc = read_document(path, error);
+    if (!doc)
     {
         detail = error;
         return false;
@@ -304,7 +382,7 @@ bool PGM_COMMON_XML::check_xsd(const std::string& path, const std::string& schem
     {
         ERROR_SCOPE scope(collector);
         xmlSchemaSetValidStructuredErrors(validator.get(), &ERROR_COLLECTOR::handle, &collector);
-        result = xmlSchemaValidateFile(validator.get(), path.c_str(), XML_PARSE_NONET);
+        result = xmlSchemaValidateDoc(validator.get(), doc.get());
     }
     if (result == 0)
         return true;

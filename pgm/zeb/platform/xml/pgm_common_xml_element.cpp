@@ -4,7 +4,9 @@
 #include "pgm/zeb/platform/msg/msg.h"
 
 #include <algorithm>
+#include <atomic>
 #include <charconv>
+#include <iterator>
 #include <utility>
 
 namespace
@@ -77,7 +79,7 @@ std::string describe_counts(const PGM_COMMON_XML_ALLOWED_COUNTS& allowed)
 
 PGM_COMMON_XML_ATTRIBUTE::PGM_COMMON_XML_ATTRIBUTE(const char* name, PGM_COMMON_XML_VALUE_TYPE type, bool required,
                                                    const char* default_text, const char* values, MEMBER member)
-    : m_name(name), m_type(type), m_required(required), m_default_text(default_text), m_values(values), m_member(member)
+    : m_member(member), m_name(name), m_default_text(default_text), m_values(values), m_type(type), m_required(required)
 {
 }
 
@@ -225,12 +227,17 @@ void PGM_COMMON_XML_ELEMENT::add_attribute(const char* name, bool required, cons
 void PGM_COMMON_XML_ELEMENT::init_check()
 {
     MSG_ASSERT_AT(!get_element_name().empty(), k_module, k_source);
+    // The declarations are the same for every element of a class: they are verified for the
+    // first one only, which keeps a document of many elements quick to build.
+    static std::atomic<bool> verified[1024];
+    const size_t kind = size_t(m_kind) < std::size(verified) ? size_t(m_kind) : 0;
+    const bool verify = kind == 0 || !verified[kind].load(std::memory_order_acquire);
     for (size_t i = 0; i < m_attributes.size(); ++i)
     {
         PGM_COMMON_XML_ATTRIBUTE& attribute = m_attributes[i];
-        for (size_t j = 0; j < i; ++j)
+        for (size_t j = 0; verify && j < i; ++j)
             MSG_ASSERT_AT(m_attributes[j].name() != attribute.name(), k_module, k_source);
-        if (attribute.type() == PGM_COMMON_XML_VALUE_TYPE_ENUMERATION)
+        if (verify && attribute.type() == PGM_COMMON_XML_VALUE_TYPE_ENUMERATION)
         {
             const bool known = pgm_common_xml_enum_value(attribute.default_text()) != PGM_COMMON_XML_ENUM__INVALID__ ||
                                attribute.default_text() == "_INVALID__";
@@ -239,6 +246,9 @@ void PGM_COMMON_XML_ELEMENT::init_check()
         }
         attribute.reset();
     }
+    if (verify && kind != 0)
+        verified[kind].store(true, std::memory_order_release);
+    m_attributes.shrink_to_fit();
     MSG_ASSERT_AT(has_text() == (m_text != nullptr), k_module, k_source);
     if (m_text)
         *m_text = m_default_text;

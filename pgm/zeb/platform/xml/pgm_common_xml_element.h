@@ -58,12 +58,14 @@ public:
 
 private:
     // Declarations name string literals: views keep building an element free of allocations.
-    std::string_view m_name;
+    // Every element holds one of these per attribute of its class, so they are kept small: the
+    // texts are the class's literals, held by pointer.
+    MEMBER m_member;
+    const char* m_name;
+    const char* m_default_text;
+    const char* m_values;
     PGM_COMMON_XML_VALUE_TYPE m_type;
     bool m_required;
-    std::string_view m_default_text;
-    std::string_view m_values;
-    MEMBER m_member;
     bool m_present = false;
 };
 
