@@ -14,6 +14,7 @@ packages=(
     srecord binutils openocd librsvg2-bin python3 time xxd
     libarchive-zip-perl # crc32, which the flash image tests compare with
     man-db # lints the manual page docs/corvane.1
+    clang libclang-rt-dev # the libFuzzer targets in fuzz/
 )
 
 missing=()
