@@ -30,6 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         }
         ZEB_FILE_ASSISTANT::set(document.get(), opt, params);
     }
-    ZEB_UTIL::save(document.get(), fuzz_dir() + "/out.zeb");
+    if (!ZEB_FILE_ASSISTANT::get_output_file_elements(document.get()).empty()) // saving needs one
+        ZEB_UTIL::save(document.get(), fuzz_dir() + "/out.zeb");
     return 0;
 }

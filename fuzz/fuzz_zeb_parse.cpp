@@ -2,6 +2,7 @@
 // Setup documents: the schema check and the element library. A document that reads is saved and
 // must read again.
 #include "fuzz_support.h"
+#include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_util.h"
 
 #include <memory>
@@ -24,7 +25,8 @@ static bool parse(const std::string& path, std::unique_ptr<PGM_COMMON_XML_ZEB_ZE
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB> document;
-    if (!parse(fuzz_file("in.zeb", fuzz_text(data, size)), document))
+    if (!parse(fuzz_file("in.zeb", fuzz_text(data, size)), document) ||
+        ZEB_FILE_ASSISTANT::get_output_file_elements(document.get()).empty()) // saving needs an output file
         return 0;
     const std::string saved = fuzz_dir() + "/saved.zeb";
     std::filesystem::remove(saved);

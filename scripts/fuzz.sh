@@ -39,7 +39,10 @@ status=0
 for target in "${targets[@]}"; do
     scratch="$build/fuzz-corpus/$target"
     mkdir -p "$scratch" "$build/fuzz-artifacts"
-    options=(-max_total_time="$2" -timeout=20 -rss_limit_mb=2560 -max_len=65536 -close_fd_mask=3
+    # Inputs stay small, except for the flash verifier, whose seeds are whole flash images.
+    max_len=65536
+    [ "$target" = rpd ] && max_len=$((1 << 20))
+    options=(-max_total_time="$2" -max_len=$max_len -timeout=20 -rss_limit_mb=2560 -close_fd_mask=3
              -print_final_stats=1 -artifact_prefix="$build/fuzz-artifacts/$target-")
     # A dictionary serves the targets that share its name's first word (zeb.dict: zeb_parse, zeb_check).
     dict="$root/fuzz/${target%%_*}.dict"
