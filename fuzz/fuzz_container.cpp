@@ -4,6 +4,7 @@
 #include "fuzz_support.h"
 #include "pgm/zeb/platform/pgmconv/pgmio_player_program.h"
 #include "pgm/zeb/platform/pgmio/pgmio.h"
+#include "pgm/zeb/platform/pgmio/pgmio_flash_dir.h"
 #include "pgm/zeb/platform/pgmio/pgmio_info.h"
 #include "pgm/zeb/platform/pgmsec/pgmsec_internal.h"
 
@@ -19,6 +20,9 @@ bool decoded(std::span<const uint8_t> bytes)
         return false;
     if (!CODEC::validate(image, error))
         abort(); // the reader let through what the format's rules refuse
+    // Flash content with directory records is judged by the flash walk, which the check adds.
+    if constexpr (std::is_same_v<IMAGE, PGMIO_FLASH_IMAGE>)
+        return !PGMIO_FLASH_DIR_CODEC::has_magic(image.option_bits);
     return true;
 }
 
