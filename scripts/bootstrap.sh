@@ -16,6 +16,7 @@ packages=(
     man-db # lints the manual page docs/corvane.1
     libcpp-httplib-dev # the web editor's HTTP server
     chromium chromium-driver python3-selenium # the web editor's browser test
+    clang libclang-rt-dev # the libFuzzer targets in fuzz/
 )
 
 missing=()

@@ -92,6 +92,14 @@ bool find_directory(std::span<const uint8_t> flash, uint64_t& address)
     return false;
 }
 
+// The first image that does not check fails the walk, unless something failed before.
+void report_damaged_image(PGMIO_FLASH_WALK& walk)
+{
+    for (const PGMIO_FLASH_WALK_IMAGE& image : walk.images)
+        if (!image.intact && walk.failure.empty())
+            walk.failure = "image '" + image.name + "': " + image.problem;
+}
+
 // Images of a flash without directory: configuration data containers at scan boundaries.
 void scan_images(std::span<const uint8_t> flash, PGMIO_FLASH_WALK& walk)
 {
@@ -120,6 +128,7 @@ void scan_images(std::span<const uint8_t> flash, PGMIO_FLASH_WALK& walk)
         walk.failure = "no directory record and no configuration data found in the flash bytes";
     else
         walk.boot_order.push_back(walk.images.front().name);
+    report_damaged_image(walk);
 }
 
 void walk_bytes(std::span<const uint8_t> flash, PGMIO_FLASH_WALK& walk)
@@ -197,9 +206,7 @@ void walk_bytes(std::span<const uint8_t> flash, PGMIO_FLASH_WALK& walk)
     if (std::none_of(walk.images.begin(), walk.images.end(),
                      [](const PGMIO_FLASH_WALK_IMAGE& image) { return image.kind == "image"; }))
         walk.failure = "the " + walk.directory + " names no configuration image";
-    for (const PGMIO_FLASH_WALK_IMAGE& image : walk.images)
-        if (!image.intact && walk.failure.empty())
-            walk.failure = "image '" + image.name + "': " + image.problem;
+    report_damaged_image(walk);
 }
 
 } // namespace

@@ -78,6 +78,9 @@ std::string walk_flash_file(const PGMIO_FLASH_IMAGE& flash, PGMIO_FILE_INFO& inf
     uint64_t end = flash.option_bits_address + flash.option_bits.size();
     for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
         end = std::max<uint64_t>(end, block.address + block.data.size());
+    if (end > PGMIO_MAX_FILE_SIZE)
+        return "the flash content spans " + pgmio_hex_number(end) + " bytes, more than " +
+               pgmio_hex_number(PGMIO_MAX_FILE_SIZE) + " can be walked";
     PGMIO_BYTES bytes(size_t(end), 0xFF);
     std::copy(flash.option_bits.begin(), flash.option_bits.end(), bytes.begin() + ptrdiff_t(flash.option_bits_address));
     for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
@@ -169,8 +172,9 @@ std::string decode_container(std::span<const uint8_t> image, uint32_t kind, PGMI
         field("data blocks", std::to_string(flash.blocks.size()) + " (" + std::to_string(bytes) + " bytes)");
         if (flash.jic)
             field("flash loader", flash.loader_device + " (" + std::to_string(flash.loader_image.size()) + " bytes)");
-        if (info && PGMIO_FLASH_DIR_CODEC::has_magic(flash.option_bits))
-            return walk_flash_file(flash, *info);
+        // The check walks the flash content as --info does, so that both give one verdict.
+        if (PGMIO_FLASH_DIR_CODEC::has_magic(flash.option_bits))
+            return walk_flash_file(flash, out);
         return {};
     }
     case PGMIO_KIND_EKP:

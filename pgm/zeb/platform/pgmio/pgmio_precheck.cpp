@@ -3,6 +3,7 @@
 #include "pgm/zeb/platform/pgmio/pgmio_precheck.h"
 
 #include "pgm/zeb/platform/pgmio/pgmio.h"
+#include "pgm/zeb/platform/pgmio/pgmio_info.h"
 
 namespace
 {
@@ -190,6 +191,12 @@ bool PGMIO_POFIO_UTIL_EXPORT::precheck_object_file(const FIO_PATH& path, const P
         }
         if (!(target = find_fpga(flash.fpga_device, error)) || !check_flash(flash, *target, error))
             return false;
+        // Flash content with directory records is walked, as the integrity check walks it.
+        if (std::string damaged = pgmio_check_image(image, extension, path.get_file_name()); !damaged.empty())
+        {
+            error = std::move(damaged);
+            return false;
+        }
         found.kind = flash.jic ? PGMIO_KIND_JIC : PGMIO_KIND_POF;
         found.idcode = flash.idcode;
         found.design_flags = flash.design_flags;

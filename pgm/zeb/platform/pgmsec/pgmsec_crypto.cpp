@@ -102,6 +102,14 @@ bool pgmsec_lz4_decompress(std::span<const uint8_t> frame, uint64_t plain_size, 
         return false;
     }
     std::unique_ptr<LZ4F_dctx, LZ4_DCTX_FREE> ctx(raw);
+    // A frame byte expands to at most 255 bytes, and no file of ours holds more than a file may:
+    // a larger declared size is damage, refused before anything is allocated for it.
+    if (plain_size > uint64_t(frame.size()) * 255 || plain_size > PGMIO_MAX_FILE_SIZE)
+    {
+        error = "the LZ4 frame of " + std::to_string(frame.size()) + " bytes cannot hold the " +
+                std::to_string(plain_size) + " bytes it declares";
+        return false;
+    }
     plain.assign(plain_size, 0);
     size_t in_pos = 0;
     size_t out_pos = 0;

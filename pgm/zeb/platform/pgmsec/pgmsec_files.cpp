@@ -12,6 +12,8 @@ namespace
 constexpr uint8_t k_hek_magic[8] = {'C', 'V', 'N', 'H', 'E', 'K', 0x1A, 1};
 constexpr uint8_t k_hky_magic[8] = {'C', 'V', 'N', 'H', 'K', 'Y', 0x1A, 1};
 constexpr uint32_t k_pbkdf2_iterations = 200000;
+// More iterations than any file of ours asks for would only let a crafted file hold the program.
+constexpr uint32_t k_pbkdf2_max_iterations = 10 * k_pbkdf2_iterations;
 constexpr size_t k_salt_size = 16;
 
 // A configuration data file with its signature block, read and checked.
@@ -208,7 +210,7 @@ bool pgmsec_read_hek(const std::string& path, const std::string& password, PGMSE
     const std::span<const uint8_t> salt = in.bytes(k_salt_size);
     const std::span<const uint8_t> key = in.rest();
     bool ok = in.finish(error) && protection <= 1 && size == 32 && reserved == 0 &&
-              key.size() == size + (protection ? 8u : 0u);
+              key.size() == size + (protection ? 8u : 0u) && iterations <= k_pbkdf2_max_iterations;
     if (ok && protection == 0)
         kek.resize(size), std::copy(key.begin(), key.end(), kek.data());
     if (ok && protection == 1)

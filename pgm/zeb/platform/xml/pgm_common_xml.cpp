@@ -377,6 +377,8 @@ bool PGM_COMMON_XML::check_xsd(const std::string& path, const std::string& schem
     std::unique_ptr<xmlSchemaValidCtxt, XML_SCHEMA_VALID_DELETER> validator(xmlSchemaNewValidCtxt(schema.get()));
     MSG_ASSERT_AT(validator != nullptr, k_module, k_source);
 
+    // The schema sees the tree that parse_xml reads, parsed the same way. (Validating while
+    // streaming would also leak the entity table of a document that declares entities.)
     ERROR_COLLECTOR collector;
     int result = 0;
     {

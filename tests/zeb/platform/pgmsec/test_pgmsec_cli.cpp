@@ -43,6 +43,13 @@ TEST(PgmsecOptions, EveryOptionActsOrIsRefusedNamingIt)
     std::string error;
     ASSERT_TRUE(pgmsec_make_hek(f.file("k.hek"), "correct horse", error)) << error;
     ASSERT_TRUE(pgmsec_make_hky(f.file("pub.pem"), f.file("owner.hky"), error)) << error;
+    // The same key file asking for 2^32-1 key derivation rounds (CRC kept valid): refused, not run.
+    std::string slow = read_file(f.file("k.hek"));
+    slow.replace(12, 4, "\xFF\xFF\xFF\xFF");
+    const uint32_t crc = pgmio_crc32({reinterpret_cast<const uint8_t*>(slow.data()), slow.size() - 4});
+    for (size_t i = 0; i < 4; ++i)
+        slow[slow.size() - 4 + i] = char(crc >> (8 * i));
+    write_file(f.file("slow.hek"), slow);
     using SET = void (*)(PGMIO_SECURITY_SETTINGS&, const SECURITY_FIXTURE&);
     struct CASE
     {
@@ -69,6 +76,13 @@ TEST(PgmsecOptions, EveryOptionActsOrIsRefusedNamingIt)
          [](auto& s, auto& f)
          { s = f.encrypted(), s.finalize_encryption = true, s.hek_file = f.file("k.hek"), s.password = "wrong"; },
          "7TR440PA3R1", "does not open with the given password"},
+        {"hek asking too many rounds",
+         [](auto& s, auto& f)
+         {
+             s = f.encrypted(), s.finalize_encryption = true, s.hek_file = f.file("slow.hek"),
+             s.password = "correct horse";
+         },
+         "7TR440PA3R1", "invalid key-encryption key record"},
         {"finalize_encryption_later", [](auto& s, auto& f) { s = f.encrypted(), s.finalize_encryption_later = true; },
          "7TR440PA3R1", "wrapped key=not finalised"},
         {"sign_later", [](auto& s, auto&) { s.sign_later = true; }, "7TR440PA3R1", "security options=none"},
