@@ -173,21 +173,6 @@ TEST(AssignmentCheck, OnlyTheFirstAssignmentOfAPartitionCounts)
     EXPECT_EQ(result.message, "Missing settings for bitstream ID Bitstream_9.");
 }
 
-TEST(AssignmentCheck, NullArgumentsAreInternalErrors)
-{
-    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
-    PARTITION partition("P1");
-    bool has_assignment = false;
-    std::string message;
-    bool error = false;
-    EXPECT_EQ(internal_error_of(
-                  [&] { ZEB_UTIL::check_assignment(nullptr, &partition.element, {}, has_assignment, message, error); }),
-              "object");
-    EXPECT_EQ(internal_error_of(
-                  [&] { ZEB_UTIL::check_assignment(document.get(), nullptr, {}, has_assignment, message, error); }),
-              "partition");
-}
-
 // ---- Raw data files ----------------------------------------------------------------------------------
 
 namespace
@@ -271,16 +256,6 @@ TEST(RawFileCheck, TheOutputMustAcceptTheRawFilesInputType)
         EXPECT_EQ(check_raw(document.get(), c.id, c.inputs),
                   std::make_pair(std::string(c.message).empty(), std::string(c.message)))
             << c.id << " " << c.inputs.size();
-}
-
-TEST(RawFileCheck, NullArgumentsAreInternalErrors)
-{
-    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
-    PGM_COMMON_XML_ZEB_RAW_FILE_ID reference;
-    std::string message;
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_raw_file(nullptr, &reference, {}, message); }), "object");
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_raw_file(document.get(), nullptr, {}, message); }),
-              "raw_file_id");
 }
 
 // ---- Page rules over documents -----------------------------------------------------------------------
