@@ -44,8 +44,10 @@ TEST(ZebFileAssistantMap, ConfigModeAgreesWithTheSchemeTable)
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_config_mode(PGM_COMMON_XML_ENUM_FPP), PGMIO_CONFIG_SCHEME_PP_X8);
 }
 
-TEST(ZebFileAssistantMap, OperationMaskCombinesProgramAndBlankCheck)
+TEST(ZebFileAssistantMap, OperationMaskAndSecurityLevels)
 {
+    for (uint32_t level = 0; level < 4; ++level)
+        EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_security_level(xml(PGM_COMMON_XML_ENUM_0 + level)), level);
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(PGM_COMMON_XML_ENUM_P), 0x1u);
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(PGM_COMMON_XML_ENUM_V), 0x2u);
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(PGM_COMMON_XML_ENUM_PB), 0x5u);

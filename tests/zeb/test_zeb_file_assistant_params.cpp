@@ -22,6 +22,10 @@ TEST(ZebAssistantParams, TextToNumberReadsLikeAtoiCutTo32Bits)
     // Out of range the reading saturates before it is cut.
     EXPECT_EQ(ZFA::convert_string_to_dword("99999999999999999999"), 4294967295u);
     EXPECT_EQ(ZFA::convert_string_to_dword("-99999999999999999999"), 0u);
+    // Getters write numbers signed, and setters read them back.
+    EXPECT_EQ(ZFA::convert_dword_to_string(0x80000000u), "-2147483648");
+    for (uint32_t value : {0u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
+        EXPECT_EQ(ZFA::convert_string_to_dword(ZFA::convert_dword_to_string(value)), value);
 }
 
 TEST(ZebAssistantParams, DispatchRefusesNullDocumentsAndOptionsWithoutOperation)

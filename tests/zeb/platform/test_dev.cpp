@@ -460,9 +460,19 @@ TEST(DevCli, ListingsShowTheWholeCatalogue)
         EXPECT_EQ(entry.at("helper_images").size(), d.helper_images.size());
         EXPECT_EQ(entry.at("cmf_flash_block_size").is_null(), !d.has_cmf_flash_block_layout);
     }
+    // Modes are named as setup documents write them.
+    const auto as = std::find_if(devices.begin(), devices.end(),
+                                 [](const nlohmann::json& entry) { return entry.at("name") == "7TR440PA3R1"; });
+    ASSERT_NE(as, devices.end());
+    EXPECT_EQ(as->at("modes"), nlohmann::json({"ASX1", "ASX4", "AVSTX8", "AVSTX16", "AVSTX32"}));
 
     ASSERT_EQ(run_corvane("--list-flash-devices", out, err), 0) << err;
     for (const DEV_FLASH_RECORD* f : GFPDB_QSPI_MGR().get_devices(false))
         EXPECT_NE(out.find("\n" + f->name + " "), std::string::npos) << f->name;
     EXPECT_EQ(run_corvane("--list-devices --bogus", out, err), 2);
+
+    SCRATCH_DIR dir;
+    write_file(dir.file("mine.json"), k_custom_device);
+    ASSERT_EQ(run_corvane("--list-flash-devices --json --custom-db " + dir.path().string(), out, err), 0) << err;
+    EXPECT_EQ(nlohmann::json::parse(out).back().at("name"), "USR_QF128");
 }
