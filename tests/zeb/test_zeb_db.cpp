@@ -71,6 +71,16 @@ TEST(ZebDbMissingKey, QueriesGiveDefaultsAndNeverMatch)
     EXPECT_TRUE(ZEB_DB::is_ini_key(ZEB_CMD_PARAM_BITSTREAM_PATH_COMPRESSION, 0));
 }
 
+// Front ends list the types in display order, which is not the numeric one.
+TEST(ZebDbKeyOrder, OutputFileTypesBeginInDisplayOrder)
+{
+    const std::vector<ZEB_FILE_TYPE> keys = ZEB_DB::get_all_output_file_type_keys();
+    ASSERT_EQ(keys.size(), 29u);
+    EXPECT_EQ(std::vector<ZEB_FILE_TYPE>(keys.begin(), keys.begin() + 3),
+              (std::vector<ZEB_FILE_TYPE>{ZEB_FILE_TYPE_HEXOUT, ZEB_FILE_TYPE_RBF, ZEB_FILE_TYPE_TTF}));
+    EXPECT_EQ(keys.back(), ZEB_FILE_TYPE_SOF);
+}
+
 // ---- Every row of the output file type table ---------------------------------------------------------
 
 TEST(ZebDbFileTypeRows, XmlValuesNameSchemaFileTypesOnce)
