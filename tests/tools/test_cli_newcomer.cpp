@@ -96,14 +96,4 @@ TEST(CliNewcomer, EveryBrokenFlashDocumentSaysWhereAndWhy)
     }
 }
 
-TEST(CliNewcomer, DeviceListNamesModesAsDocumentsWriteThem)
-{
-    const PROGRAM_RUN run = corvane("--list-devices");
-    ASSERT_EQ(run.status, 0) << run.err;
-    const size_t row = run.out.find("\n7TR440PA3R1 ");
-    ASSERT_NE(row, std::string::npos) << run.out;
-    const std::string line = run.out.substr(row + 1, run.out.find('\n', row + 1) - row - 1);
-    EXPECT_NE(line.find(" ASX1,ASX4,AVSTX8,AVSTX16,AVSTX32 "), std::string::npos) << line;
-}
-
 } // namespace

@@ -117,12 +117,6 @@ TEST(ZebDbUtilCommon, PrimaryTypesDropTheCommonSecondaries)
 
 // ---- Other cross-record questions ------------------------------------------------------------------
 
-TEST(ZebDbUtilQueries, EnabledModesKeepTheKeyOrder)
-{
-    EXPECT_EQ(as_ints(ZEB_DB_UTIL::get_enabled_config_modes()),
-              (std::vector<int32_t>{0, 7, 13, 20, 21, 22, 14, 10, 11, 12}));
-}
-
 TEST(ZebDbUtilQueries, ParentsAndCategories)
 {
     EXPECT_TRUE(ZEB_DB_UTIL::has_parent(ZEB_FILE_TYPE_MAP));
@@ -221,29 +215,6 @@ TEST_F(ZebDbUtilSwitches, ExpiredTimingSwitchReadsAsOff)
 }
 
 // ---- Names -----------------------------------------------------------------------------------------
-
-TEST(ZebDbUtilNames, SchemeNamesFallBackToIllegalOutsideTheRange)
-{
-    const std::string illegal = ZEB_DB_UTIL::get_config_scheme_name(PGMIO_CONFIG_SCHEME_ILLEGAL);
-    EXPECT_EQ(illegal, "Illegal Configuration Scheme");
-    for (int32_t value : {26, 1000, -1, INT32_MIN})
-        EXPECT_EQ(ZEB_DB_UTIL::get_config_scheme_name(static_cast<PGMIO_CONFIG_SCHEME>(value)), illegal) << value;
-    std::set<std::string> names;
-    for (int32_t value = 0; value < PGMIO_CONFIG_SCHEME_ILLEGAL; ++value)
-        names.insert(ZEB_DB_UTIL::get_config_scheme_name(static_cast<PGMIO_CONFIG_SCHEME>(value)));
-    EXPECT_EQ(names.size(), 25u);
-    EXPECT_EQ(names.count(illegal), 0u);
-    EXPECT_EQ(ZEB_DB_UTIL::get_config_scheme_name(PGMIO_CONFIG_SCHEME_PS_X1), "1-bit Passive Serial");
-    EXPECT_EQ(ZEB_DB_UTIL::get_config_scheme_name(PGMIO_CONFIG_SCHEME_SDMMC_X8), "SDMMC x8");
-}
-
-TEST(ZebDbUtilNames, CmdParamEnumeratorNamesByValue)
-{
-    EXPECT_EQ(ZEB_DB_UTIL::get_cmd_param_enum_name(ZEB_CMD_PARAM_INVALID), "ZEB_CMD_PARAM_INVALID");
-    EXPECT_EQ(ZEB_DB_UTIL::get_cmd_param_enum_name(ZEB_CMD_PARAM_BITSTREAM_ID), "ZEB_CMD_PARAM_BITSTREAM_ID");
-    EXPECT_EQ(ZEB_DB_UTIL::get_cmd_param_enum_name(static_cast<PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM>(119)), "");
-    EXPECT_EQ(ZEB_DB_UTIL::get_cmd_param_enum_name(static_cast<PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM>(-1)), "");
-}
 
 TEST(ZebDbUtilNames, OptionNamesFindEveryParamThatCarriesThem)
 {

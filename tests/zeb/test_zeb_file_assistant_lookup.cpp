@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// ZEB_FILE_ASSISTANT queries: first-container rule, exact ids, null results, the derived queries
-// and the internal errors for null arguments.
+// ZEB_FILE_ASSISTANT queries: first-container rule, exact ids, null results and the derived queries.
 #include "test_zeb_file_assistant_support.h"
 
 #include <vector>
@@ -212,18 +211,4 @@ TEST_F(ZebAssistantLookup, InternalConfigurationOptionsComeFromTheFlashDevice)
     EXPECT_TRUE(options.fallback_address_enabled);
     EXPECT_EQ(options.fallback_address, 4096u);
     EXPECT_FALSE(options.enable_test);
-}
-
-TEST_F(ZebAssistantLookup, NullArgumentsAreInternalErrors)
-{
-    EXPECT_EQ(internal_error_of([] { ZFA::get_raw_file_elements(nullptr); }), "object");
-    EXPECT_EQ(internal_error_of([] { ZFA::get_partition_element(nullptr, "p"); }), "object");
-    PGMIO_CONFIG_SCHEME scheme = PGMIO_CONFIG_SCHEME_ILLEGAL;
-    EXPECT_EQ(internal_error_of([&scheme] { ZFA::get_config_mode(nullptr, scheme); }), "object");
-    EXPECT_EQ(internal_error_of([] { ZFA::get_secondary_file_elements(nullptr); }), "output_file");
-    EXPECT_EQ(internal_error_of([] { ZFA::get_flash_device_id_element(nullptr, "f"); }), "output_file");
-    EXPECT_EQ(internal_error_of(
-                  [] { ZFA::get_file_options_element(static_cast<PGM_COMMON_XML_ZEB_SECONDARY_FILE*>(nullptr)); }),
-              "secondary_file");
-    EXPECT_EQ(internal_error_of([this] { ZFA::get_input_file_path(&document, nullptr); }), "assignment");
 }

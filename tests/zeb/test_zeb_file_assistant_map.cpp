@@ -44,37 +44,16 @@ TEST(ZebFileAssistantMap, ConfigModeAgreesWithTheSchemeTable)
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_config_mode(PGM_COMMON_XML_ENUM_FPP), PGMIO_CONFIG_SCHEME_PP_X8);
 }
 
-TEST(ZebFileAssistantMap, ConfigModeRefusesOtherValues)
+TEST(ZebFileAssistantMap, OperationMaskAndSecurityLevels)
 {
-    for (uint32_t value : {339u, 348u, 35u, 0xFFFFFFFFu})
-        expect_assistant_error([value] { ZEB_FILE_ASSISTANT::map_enum_to_config_mode(xml(value)); },
-                               "Fail to map xml enum to config mode");
-}
-
-TEST(ZebFileAssistantMap, OperationMaskCombinesProgramAndBlankCheck)
-{
+    for (uint32_t level = 0; level < 4; ++level)
+        EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_security_level(xml(PGM_COMMON_XML_ENUM_0 + level)), level);
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(PGM_COMMON_XML_ENUM_P), 0x1u);
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(PGM_COMMON_XML_ENUM_V), 0x2u);
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(PGM_COMMON_XML_ENUM_PB), 0x5u);
     for (uint32_t value : {0u, 381u, 385u})
         expect_assistant_error([value] { ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(xml(value)); },
                                "Fail to map xml enum to pgm operation mask");
-}
-
-TEST(ZebFileAssistantMap, SecurityLevelsAndVoltagesFollowTheirValueRuns)
-{
-    for (uint32_t level = 0; level < 4; ++level)
-        EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_security_level(xml(PGM_COMMON_XML_ENUM_0 + level)), level);
-    for (uint32_t value : {0u, 103u, 108u})
-        expect_assistant_error([value] { ZEB_FILE_ASSISTANT::map_enum_to_security_level(xml(value)); },
-                               "Fail to map xml enum to security level");
-
-    EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(PGM_COMMON_XML_ENUM_1_5V), SVFE_PROG_VOLTAGE_1_5V);
-    EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(PGM_COMMON_XML_ENUM_3_3V), SVFE_PROG_VOLTAGE_3_3V);
-    EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(PGM_COMMON_XML_ENUM_5_0V), SVFE_PROG_VOLTAGE_5_0V);
-    for (uint32_t value : {0u, 376u, 382u})
-        expect_assistant_error([value] { ZEB_FILE_ASSISTANT::map_enum_to_svfe_voltage_type(xml(value)); },
-                               "Fail to map xml enum to svfe voltage type");
 }
 
 TEST(ZebFileAssistantMap, ExtensionGivesATypeThatWritesIt)

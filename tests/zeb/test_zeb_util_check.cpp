@@ -75,15 +75,6 @@ TEST_F(ZebCheck, RawFileAloneCountsAsInput)
     EXPECT_FALSE(result.error);
 }
 
-TEST_F(ZebCheck, ValidDocumentLeavesMessageAndErrorAlone)
-{
-    DOCUMENT document = ps_document(PGM_COMMON_XML_ENUM_RBF);
-    CHECK_RESULT result = run_check(document.get());
-    EXPECT_TRUE(result.valid) << result.message;
-    EXPECT_TRUE(result.message.empty());
-    EXPECT_FALSE(result.error);
-}
-
 TEST_F(ZebCheck, ReportPostsTheFirstFailure)
 {
     DOCUMENT no_output = make_document(PGM_COMMON_XML_ENUM_PS);
@@ -153,30 +144,6 @@ TEST_F(ZebCheck, FlagsTellWhatTheOutputFilesNeed)
     result = run_check(pof.get());
     EXPECT_FALSE(result.flash_loader_required);
     EXPECT_TRUE(result.flash_programming);
-}
-
-TEST(ZebCheckInternal, NullArgumentsAndEmptyOutputList)
-{
-    bool flag1 = false;
-    bool flag2 = false;
-    bool error = false;
-    std::string message;
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check(nullptr, flag1, flag2, message, error, false); }), "object");
-    EXPECT_EQ(internal_error_of(
-                  [&] { ZEB_UTIL::check_output_files(nullptr, PGMIO_CONFIG_SCHEME_AS, flag1, flag2, message, error); }),
-              "object");
-    PGM_COMMON_XML_ZEB_ZEB document;
-    EXPECT_EQ(internal_error_of(
-                  [&]
-                  { ZEB_UTIL::check_output_files(&document, PGMIO_CONFIG_SCHEME_AS, flag1, flag2, message, error); }),
-              "output_file_elements.size() > 0");
-    PGM_COMMON_XML_ZEB_OUTPUT_FILE output_file;
-    EXPECT_EQ(internal_error_of(
-                  [&] { ZEB_UTIL::check_output_file_and_target(nullptr, &output_file, {}, {}, message, error); }),
-              "object");
-    EXPECT_EQ(
-        internal_error_of([&] { ZEB_UTIL::check_output_file_and_target(&document, nullptr, {}, {}, message, error); }),
-        "output_file");
 }
 
 // ---- Mode and type compatibility -------------------------------------------------------------------

@@ -6,6 +6,7 @@
 #include "pgm/zeb/zeb_db_util.h"
 
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -173,21 +174,6 @@ TEST(AssignmentCheck, OnlyTheFirstAssignmentOfAPartitionCounts)
     EXPECT_EQ(result.message, "Missing settings for bitstream ID Bitstream_9.");
 }
 
-TEST(AssignmentCheck, NullArgumentsAreInternalErrors)
-{
-    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
-    PARTITION partition("P1");
-    bool has_assignment = false;
-    std::string message;
-    bool error = false;
-    EXPECT_EQ(internal_error_of(
-                  [&] { ZEB_UTIL::check_assignment(nullptr, &partition.element, {}, has_assignment, message, error); }),
-              "object");
-    EXPECT_EQ(internal_error_of(
-                  [&] { ZEB_UTIL::check_assignment(document.get(), nullptr, {}, has_assignment, message, error); }),
-              "partition");
-}
-
 // ---- Raw data files ----------------------------------------------------------------------------------
 
 namespace
@@ -273,16 +259,6 @@ TEST(RawFileCheck, TheOutputMustAcceptTheRawFilesInputType)
             << c.id << " " << c.inputs.size();
 }
 
-TEST(RawFileCheck, NullArgumentsAreInternalErrors)
-{
-    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
-    PGM_COMMON_XML_ZEB_RAW_FILE_ID reference;
-    std::string message;
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_raw_file(nullptr, &reference, {}, message); }), "object");
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_raw_file(document.get(), nullptr, {}, message); }),
-              "raw_file_id");
-}
-
 // ---- Page rules over documents -----------------------------------------------------------------------
 
 namespace
@@ -365,4 +341,25 @@ TEST(PageRules, InputsMustPassTheirPrecheck)
     EXPECT_FALSE(ZEB_UTIL::check_assignment_page_settings(document.get(), message, error));
     EXPECT_EQ(message, expected);
     EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_assignment_page_settings(nullptr, message, error); }), "object");
+}
+
+// The rule checks take their document and element from the driver; a null one is a broken
+// precondition, never a crash.
+TEST(AssignmentCheck, NullArgumentsAreInternalErrors)
+{
+    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
+    PARTITION partition("P1");
+    PGM_COMMON_XML_ZEB_RAW_FILE_ID reference;
+    bool has_assignment = false, error = false;
+    std::string message;
+    const std::function<void()> calls[] = {
+        [&] { ZEB_UTIL::check_assignment(nullptr, &partition.element, {}, has_assignment, message, error); },
+        [&] { ZEB_UTIL::check_assignment(document.get(), nullptr, {}, has_assignment, message, error); },
+        [&] { ZEB_UTIL::check_raw_file(nullptr, &reference, {}, message); },
+        [&] { ZEB_UTIL::check_raw_file(document.get(), nullptr, {}, message); },
+        [&] { ZEB_UTIL::check_bitstream_encryption_settings(nullptr, message); },
+        [&] { ZEB_UTIL::check_assignment_bitstream_settings(nullptr, message, error); },
+    };
+    for (size_t i = 0; i < std::size(calls); ++i)
+        EXPECT_THROW(calls[i](), MSG_INTERNAL_ERROR) << "call " << i;
 }

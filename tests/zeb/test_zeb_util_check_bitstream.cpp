@@ -151,25 +151,6 @@ TEST_F(ZebCheckBitstream, InputsWithoutDeviceSkipFamilyAndTypeButMustExist)
               "device");
 }
 
-TEST_F(ZebCheckBitstream, InternalErrors)
-{
-    DOCUMENT document = rpd_document(sof);
-    PGM_COMMON_XML_ZEB_BITSTREAM_ID* id =
-        ZEB_FILE_ASSISTANT::get_output_file_elements(document.get())[0]->get_bitstream_id_list()[0];
-    PGM_COMMON_XML_ZEB_PATH* path = path_of(document.get());
-    std::string message;
-    bool error = false;
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_bitstream(nullptr, id, {}, message, error); }), "object");
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_bitstream(document.get(), nullptr, {}, message, error); }),
-              "bitstream_id");
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_bitstream_signing_settings(nullptr, path, message); }), "object");
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_bitstream_signing_settings(document.get(), nullptr, message); }),
-              "path");
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_bitstream_encryption_settings(nullptr, message); }), "path");
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_assignment_bitstream_settings(nullptr, message, error); }),
-              "object");
-}
-
 // ---- Signing -------------------------------------------------------------------------------------
 
 TEST_F(ZebCheckBitstream, SigningOffSkipsEverySigningRule)

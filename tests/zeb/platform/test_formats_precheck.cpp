@@ -180,23 +180,6 @@ TEST(Precheck, RawBinaryOnlyWhenAskedAndOtherFilesPass)
     EXPECT_EQ(both, "Failed to parse " + dir.file("user.rbf") + k_corrupted);
 }
 
-TEST(Precheck, NullDeviceIsAnInternalError)
-{
-    std::string message;
-    std::string detail;
-    try
-    {
-        ZEB_UTIL::precheck_input_file(FIO_PATH("/x.sof"), nullptr, message, detail, true);
-        FAIL() << "no internal error";
-    }
-    catch (const MSG_INTERNAL_ERROR& e)
-    {
-        EXPECT_EQ(std::string(e.what()), "device");
-        EXPECT_EQ(e.module(), "ZEB_COMMON");
-        EXPECT_EQ(e.source(), "pgm/zeb/zeb_util");
-    }
-}
-
 TEST(Integrity, PostsTheReasonOnlyOnFailure)
 {
     SCRATCH_DIR dir;

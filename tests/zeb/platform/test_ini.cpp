@@ -128,50 +128,6 @@ TEST(IniText, OnTexts)
         EXPECT_FALSE(PGM_COMMON_INI::is_on_text(off)) << off;
 }
 
-TEST(IniKeyedSwitches, TableIsConsistent)
-{
-    struct EXPECTED
-    {
-        PGM_COMMON_INI_TYPE type;
-        uint32_t key;
-    };
-    // The (type, key) pairs that command parameters are gated by.
-    const EXPECTED used[] = {
-        {PGM_COMMON_INI_TYPE_BOOLEAN, 3},
-        {PGM_COMMON_INI_TYPE_BOOLEAN, 6},
-        {PGM_COMMON_INI_TYPE_BOOLEAN, 7},
-        {PGM_COMMON_INI_TYPE_ENCRYPTED_BOOLEAN, 5},
-        {PGM_COMMON_INI_TYPE_ENCRYPTED_TIMING_BOOLEAN, 1},
-    };
-    std::set<std::string> names;
-    for (const EXPECTED& e : used)
-    {
-        const PGM_COMMON_INI_KEYED_SWITCH* row = PGM_COMMON_INI::find_keyed_switch(e.type, e.key);
-        ASSERT_NE(row, nullptr) << e.type << "/" << e.key;
-        EXPECT_EQ(row->type, e.type);
-        EXPECT_EQ(row->key, e.key);
-        ASSERT_NE(row->name, nullptr);
-        const std::string name = row->name;
-        EXPECT_EQ(name.rfind("ZEB_ENABLE_", 0), 0u) << name;
-        for (char c : name)
-            EXPECT_TRUE(std::isupper(static_cast<unsigned char>(c)) || c == '_') << name;
-        EXPECT_TRUE(names.insert(name).second) << "duplicate " << name;
-        // Only the type-1 switch has a second, older name.
-        if (e.type == PGM_COMMON_INI_TYPE_ENCRYPTED_BOOLEAN)
-        {
-            ASSERT_NE(row->legacy_name, nullptr);
-            EXPECT_TRUE(names.insert(row->legacy_name).second) << "duplicate " << row->legacy_name;
-        }
-        else
-            EXPECT_EQ(row->legacy_name, nullptr) << name;
-    }
-    // Same key under another type, and unknown keys, have no row.
-    EXPECT_EQ(PGM_COMMON_INI::find_keyed_switch(PGM_COMMON_INI_TYPE_BOOLEAN, 5), nullptr);
-    EXPECT_EQ(PGM_COMMON_INI::find_keyed_switch(PGM_COMMON_INI_TYPE_ENCRYPTED_BOOLEAN, 3), nullptr);
-    EXPECT_EQ(PGM_COMMON_INI::find_keyed_switch(PGM_COMMON_INI_TYPE_NONE, 0), nullptr);
-    EXPECT_EQ(PGM_COMMON_INI::find_keyed_switch(PGM_COMMON_INI_TYPE_BOOLEAN, 0), nullptr);
-}
-
 TEST_F(IniTest, BooleanSwitchesAndDefaults)
 {
     const char* name = PGM_COMMON_INI::find_keyed_switch(PGM_COMMON_INI_TYPE_BOOLEAN, 3)->name;
@@ -270,14 +226,4 @@ TEST_F(IniTest, ExpiredTimingSwitchIsReportedOnlyWhenAsked)
     const std::string& line = capture.debug_lines().back();
     EXPECT_NE(line.find(timing_switch_name()), std::string::npos);
     EXPECT_NE(line.find("2029-12-31"), std::string::npos);
-}
-
-TEST_F(IniTest, CfgIsOn)
-{
-    write("corvane.ini", "ZEB_ALWAYS_ALLOW_SAVE_FILE=On\nSOMETHING_OFF=0\n");
-    EXPECT_TRUE(cfg_is_on("ZEB_ALWAYS_ALLOW_SAVE_FILE"));
-    EXPECT_FALSE(cfg_is_on("SOMETHING_OFF"));
-    EXPECT_FALSE(cfg_is_on("NOT_SET_ANYWHERE"));
-    PGM_COMMON_INI::set_value("ZEB_ALWAYS_ALLOW_SAVE_FILE", "false");
-    EXPECT_FALSE(cfg_is_on("ZEB_ALWAYS_ALLOW_SAVE_FILE"));
 }
