@@ -67,6 +67,10 @@ std::string pgmio_hex_number(uint64_t value);
 // Lower-case hexadecimal text of bytes.
 std::string pgmio_hex_text(std::span<const uint8_t> data);
 
+// Reserves room for `size` bytes; a large buffer is backed by huge pages where the system offers
+// them, which makes filling it much cheaper than page by page.
+void pgmio_reserve(PGMIO_BYTES& bytes, size_t size);
+
 // Reads a whole file. False with the reason in `error` when it is missing, a directory, unreadable
 // or larger than `max_size`.
 bool pgmio_read_file(const std::string& path, PGMIO_BYTES& bytes, std::string& error,
