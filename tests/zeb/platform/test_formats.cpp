@@ -91,6 +91,35 @@ TEST(Formats, SofRoundTripWithAndWithoutBootloader)
     }
 }
 
+// The CRC against a bit-at-a-time reference: lengths on both sides of the folded path, unaligned
+// starts and a continued CRC, plus the polynomial's published check value.
+TEST(Formats, Crc32MatchesBitwiseReference)
+{
+    const auto reference = [](std::span<const uint8_t> data, uint32_t crc)
+    {
+        crc = ~crc;
+        for (uint8_t byte : data)
+        {
+            crc ^= byte;
+            for (int bit = 0; bit < 8; ++bit)
+                crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1)));
+        }
+        return ~crc;
+    };
+    const std::string check = "123456789";
+    EXPECT_EQ(pgmio_crc32(std::span(reinterpret_cast<const uint8_t*>(check.data()), check.size())), 0xCBF43926u);
+    PGMIO_BYTES bytes(1200);
+    for (size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = uint8_t(i * 131 + (i >> 7));
+    for (size_t offset : {0, 1, 3})
+        for (size_t size = 0; size + offset <= bytes.size(); size += size < 300 ? 1 : 61)
+        {
+            const std::span<const uint8_t> data = std::span<const uint8_t>(bytes).subspan(offset, size);
+            ASSERT_EQ(pgmio_crc32(data), reference(data, 0)) << offset << "+" << size;
+            ASSERT_EQ(pgmio_crc32(data, 0x5EED1234u), reference(data, 0x5EED1234u)) << offset << "+" << size;
+        }
+}
+
 TEST(Formats, RegionFilesRoundTrip)
 {
     SCRATCH_DIR dir;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The container layout, CRC and hash helpers, the field codec, and whole-file reading and writing.
+// The container layout, the hash helpers, the field codec, and whole-file reading and writing.
 #include "pgm/zeb/platform/pgmio/pgmio_container.h"
 
 #include "pgm/zeb/platform/fio/fio.h"
@@ -13,6 +13,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -95,22 +96,6 @@ std::string pgmio_tag_text(uint32_t tag)
     return text;
 }
 
-uint32_t pgmio_crc32(std::span<const uint8_t> data, uint32_t crc)
-{
-    uLong value = crc;
-    const uint8_t* p = data.data();
-    size_t left = data.size();
-    // zlib takes a 32-bit length; feed large spans in pieces.
-    while (left > 0)
-    {
-        const uInt piece = uInt(std::min<size_t>(left, 1u << 30));
-        value = crc32(value, p, piece);
-        p += piece;
-        left -= piece;
-    }
-    return uint32_t(value);
-}
-
 PGMIO_HASH pgmio_sha256(std::span<const uint8_t> data)
 {
     PGMIO_SHA256 sha;
@@ -165,6 +150,20 @@ std::string pgmio_hex_text(std::span<const uint8_t> data)
     return text;
 }
 
+void pgmio_reserve(PGMIO_BYTES& bytes, size_t size)
+{
+    constexpr uintptr_t k_huge_page = uintptr_t(2) << 20;
+    const bool fresh = bytes.capacity() < size;
+    bytes.reserve(size);
+    if (!fresh || size < 2 * k_huge_page)
+        return;
+    // Only the whole huge pages inside the buffer; advice that is refused changes nothing.
+    const uintptr_t begin = (reinterpret_cast<uintptr_t>(bytes.data()) + k_huge_page - 1) & ~(k_huge_page - 1);
+    const uintptr_t end = (reinterpret_cast<uintptr_t>(bytes.data()) + size) & ~(k_huge_page - 1);
+    if (end > begin)
+        ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+}
+
 bool pgmio_read_file(const std::string& path, PGMIO_BYTES& bytes, std::string& error, uint64_t max_size)
 {
     bytes.clear();
@@ -186,6 +185,8 @@ bool pgmio_read_file(const std::string& path, PGMIO_BYTES& bytes, std::string& e
             return false;
         }
     }
+    // Reserved first so that a large input lands in huge pages; reading keeps the capacity.
+    pgmio_reserve(bytes, size_t(file.size()) + 1);
     return file.read_all(bytes, error);
 }
 

@@ -67,6 +67,10 @@ std::string pgmio_hex_number(uint64_t value);
 // Lower-case hexadecimal text of bytes.
 std::string pgmio_hex_text(std::span<const uint8_t> data);
 
+// Reserves room for `size` bytes; a large buffer is backed by huge pages where the system offers
+// them, which makes filling it much cheaper than page by page.
+void pgmio_reserve(PGMIO_BYTES& bytes, size_t size);
+
 // Reads a whole file. False with the reason in `error` when it is missing, not a regular file,
 // unreadable, larger than `max_size` or than the limit of its kind, or a container whose header
 // declares another size (the last three found before anything is read).

@@ -189,7 +189,10 @@ bool PGMIO_RBF::decode(std::span<const uint8_t> image, PGMIO_CONFIG_DATA& data, 
     for (size_t i = first; i < end; ++i)
     {
         const PGMIO_SECTION_VIEW& section = view.sections[i];
-        data.sections.push_back({section.tag, PGMIO_BYTES(section.data.begin(), section.data.end())});
+        PGMIO_CONFIG_SECTION& copy = data.sections.emplace_back();
+        copy.tag = section.tag;
+        pgmio_reserve(copy.data, section.data.size());
+        copy.data.assign(section.data.begin(), section.data.end());
     }
     if (!validate(data, error))
         return false;
