@@ -22,7 +22,9 @@ struct PGMCONV_PAGE_IMAGE
 {
     const PGM_DEVICE* device = nullptr;
     uint32_t design_flags = 0;
-    PGMIO_CONFIG_DATA plain; // before the security settings were applied
+    // Before the security settings were applied; without payload sections when `bytes` are the
+    // input's configuration data as stored (`source_offset` set).
+    PGMIO_CONFIG_DATA plain;
     PGMIO_BYTES bytes;
     PGMIO_HASH source_sha{}; // SHA-256 of the input file (with `hash_source`)
     // Where `bytes` lie unchanged in the input file, when they do (no security settings, firmware

@@ -55,12 +55,17 @@ bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_P
     // bytes are the file's own configuration data, kept as they are.
     PGMIO_BYTES file;
     std::span<const uint8_t> config_in_file;
+    // Without settings to apply, the page's bytes are the input's configuration data as stored
+    // (a decoded image re-encodes to the very bytes it was decoded from): the decoder then checks
+    // the payload without copying it.
+    const bool split = state.cvp || state.hps_iocsr;
+    const bool as_stored = page.fw_source.is_empty() && !split && !page.security.any();
     switch (page.input.get_extension_type())
     {
     case FIO_EXTENSION_TYPE_SOF:
     {
         PGMIO_SOF_IMAGE sof;
-        if (!pgmio_read_file(path, file, error) || !PGMIO_SOF::decode(file, sof, error))
+        if (!pgmio_read_file(path, file, error) || !PGMIO_SOF::decode(file, sof, error, !as_stored))
             return error = "'" + path + "': " + error, false;
         device_name = sof.device_name;
         image.plain = std::move(sof.config);
@@ -74,7 +79,7 @@ bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_P
             return false;
         break;
     default:
-        if (!pgmio_read_file(path, file, error) || !PGMIO_RBF::decode(file, image.plain, error))
+        if (!pgmio_read_file(path, file, error) || !PGMIO_RBF::decode(file, image.plain, error, !as_stored))
             return false;
         config_in_file = file;
         break;
@@ -98,10 +103,7 @@ bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_P
         pgmconv_set_firmware(image.plain, std::move(firmware));
     }
     image.design_flags = image.plain.flags;
-    // A decoded image re-encodes to the very bytes it was decoded from (the layout is canonical),
-    // so without settings to apply the page's bytes are the file's configuration data.
-    const bool split = state.cvp || state.hps_iocsr;
-    if (!config_in_file.empty() && page.fw_source.is_empty() && !split && !page.security.any())
+    if (as_stored && !config_in_file.empty())
     {
         const size_t offset = size_t(config_in_file.data() - file.data());
         const size_t size = config_in_file.size();

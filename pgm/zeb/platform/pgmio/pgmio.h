@@ -64,7 +64,10 @@ class PGMIO_RBF
 public:
     static bool validate(const PGMIO_CONFIG_DATA& data, std::string& error);
     static bool encode(const PGMIO_CONFIG_DATA& data, PGMIO_BYTES& image, std::string& error);
-    static bool decode(std::span<const uint8_t> image, PGMIO_CONFIG_DATA& data, std::string& error);
+    // Checks everything; `with_payload` false leaves `data.sections` empty (the payload stays in
+    // `image`), for callers that use the encoded bytes as they are.
+    static bool decode(std::span<const uint8_t> image, PGMIO_CONFIG_DATA& data, std::string& error,
+                       bool with_payload = true);
     static bool write(const std::string& path, const PGMIO_CONFIG_DATA& data, std::string& error);
     static bool read(const std::string& path, PGMIO_CONFIG_DATA& data, std::string& error);
 };
@@ -89,7 +92,9 @@ class PGMIO_SOF
 public:
     static bool validate(const PGMIO_SOF_IMAGE& sof, std::string& error);
     static bool encode(const PGMIO_SOF_IMAGE& sof, PGMIO_BYTES& image, std::string& error);
-    static bool decode(std::span<const uint8_t> image, PGMIO_SOF_IMAGE& sof, std::string& error);
+    // `with_payload` as for PGMIO_RBF::decode.
+    static bool decode(std::span<const uint8_t> image, PGMIO_SOF_IMAGE& sof, std::string& error,
+                       bool with_payload = true);
     // Where the embedded configuration data (a .rbf image) lies in an image that decode accepted.
     static std::span<const uint8_t> config_bytes(std::span<const uint8_t> image);
     static bool write(const std::string& path, const PGMIO_SOF_IMAGE& sof, std::string& error);

@@ -64,7 +64,26 @@ uint64_t PGMIO_CONFIG_DATA::payload_size() const
     return total;
 }
 
-bool PGMIO_RBF::validate(const PGMIO_CONFIG_DATA& data, std::string& error)
+namespace
+{
+
+// The payload sections' tags and sizes, in order, as a decoder sees them before copying any.
+struct PAYLOAD_ENTRY
+{
+    uint32_t tag;
+    size_t size;
+};
+
+bool has_payload(const std::vector<PAYLOAD_ENTRY>& payload, uint32_t tag)
+{
+    for (const PAYLOAD_ENTRY& entry : payload)
+        if (entry.tag == tag)
+            return true;
+    return false;
+}
+
+// Everything a valid configuration satisfies, given its payload's tags and sizes.
+bool check_config(const PGMIO_CONFIG_DATA& data, const std::vector<PAYLOAD_ENTRY>& payload, std::string& error)
 {
     if ((data.idcode & 1) == 0)
     {
@@ -77,7 +96,7 @@ bool PGMIO_RBF::validate(const PGMIO_CONFIG_DATA& data, std::string& error)
         return false;
     }
     int last_rank = -1;
-    for (const PGMIO_CONFIG_SECTION& section : data.sections)
+    for (const PAYLOAD_ENTRY& section : payload)
     {
         const int rank = payload_rank(section.tag);
         if (rank < 0)
@@ -91,7 +110,7 @@ bool PGMIO_RBF::validate(const PGMIO_CONFIG_DATA& data, std::string& error)
                     "' is out of order or repeated (order: FIRM, PERI, CORE, HPS, each once)";
             return false;
         }
-        if (section.data.empty())
+        if (section.size == 0)
         {
             error = "section '" + pgmio_tag_text(section.tag) + "' is empty";
             return false;
@@ -100,19 +119,19 @@ bool PGMIO_RBF::validate(const PGMIO_CONFIG_DATA& data, std::string& error)
     }
     // The core may be left out only by the first half of a split configuration: a CvP periphery
     // image (its core comes over PCI Express) or an HPS image (the HPS configures the core later).
-    const bool periphery_image = (data.flags & PGMIO_DESIGN_CVP) && data.find(PGMIO_SECTION_PERIPHERY);
-    const bool hps_image = (data.flags & PGMIO_DESIGN_HPS) && data.find(PGMIO_SECTION_HPS);
-    if (!data.find(PGMIO_SECTION_CORE) && !periphery_image && !hps_image)
+    const bool periphery_image = (data.flags & PGMIO_DESIGN_CVP) && has_payload(payload, PGMIO_SECTION_PERIPHERY);
+    const bool hps_image = (data.flags & PGMIO_DESIGN_HPS) && has_payload(payload, PGMIO_SECTION_HPS);
+    if (!has_payload(payload, PGMIO_SECTION_CORE) && !periphery_image && !hps_image)
     {
         error = "the core section 'CORE' is missing";
         return false;
     }
-    if ((data.flags & PGMIO_DESIGN_CVP) && !data.find(PGMIO_SECTION_PERIPHERY))
+    if ((data.flags & PGMIO_DESIGN_CVP) && !has_payload(payload, PGMIO_SECTION_PERIPHERY))
     {
         error = "a CvP design needs its periphery in a separate 'PERI' section";
         return false;
     }
-    if (!(data.flags & PGMIO_DESIGN_HPS) && data.find(PGMIO_SECTION_HPS))
+    if (!(data.flags & PGMIO_DESIGN_HPS) && has_payload(payload, PGMIO_SECTION_HPS))
     {
         error = "an 'HPS ' section in a design without the HPS flag";
         return false;
@@ -129,6 +148,17 @@ bool PGMIO_RBF::validate(const PGMIO_CONFIG_DATA& data, std::string& error)
         return false;
     }
     return true;
+}
+
+
+} // namespace
+
+bool PGMIO_RBF::validate(const PGMIO_CONFIG_DATA& data, std::string& error)
+{
+    std::vector<PAYLOAD_ENTRY> payload;
+    for (const PGMIO_CONFIG_SECTION& section : data.sections)
+        payload.push_back({section.tag, section.data.size()});
+    return check_config(data, payload, error);
 }
 
 bool PGMIO_RBF::encode(const PGMIO_CONFIG_DATA& data, PGMIO_BYTES& image, std::string& error)
@@ -153,7 +183,7 @@ bool PGMIO_RBF::encode(const PGMIO_CONFIG_DATA& data, PGMIO_BYTES& image, std::s
     return builder.finish(image, error);
 }
 
-bool PGMIO_RBF::decode(std::span<const uint8_t> image, PGMIO_CONFIG_DATA& data, std::string& error)
+bool PGMIO_RBF::decode(std::span<const uint8_t> image, PGMIO_CONFIG_DATA& data, std::string& error, bool with_payload)
 {
     data = PGMIO_CONFIG_DATA{};
     PGMIO_CONTAINER_VIEW view;
@@ -186,7 +216,12 @@ bool PGMIO_RBF::decode(std::span<const uint8_t> image, PGMIO_CONFIG_DATA& data, 
         --end;
         data.signature_block.assign(view.sections[end].data.begin(), view.sections[end].data.end());
     }
+    std::vector<PAYLOAD_ENTRY> payload;
     for (size_t i = first; i < end; ++i)
+        payload.push_back({view.sections[i].tag, view.sections[i].data.size()});
+    if (!check_config(data, payload, error))
+        return false;
+    for (size_t i = first; with_payload && i < end; ++i)
     {
         const PGMIO_SECTION_VIEW& section = view.sections[i];
         PGMIO_CONFIG_SECTION& copy = data.sections.emplace_back();
@@ -194,8 +229,6 @@ bool PGMIO_RBF::decode(std::span<const uint8_t> image, PGMIO_CONFIG_DATA& data, 
         pgmio_reserve(copy.data, section.data.size());
         copy.data.assign(section.data.begin(), section.data.end());
     }
-    if (!validate(data, error))
-        return false;
     return data.security_header.empty() || pgmsec_check_configuration(image, data, error);
 }
 

@@ -13,9 +13,8 @@ constexpr uint32_t k_header = pgmio_tag("SOFH");
 constexpr uint32_t k_config = pgmio_tag("CDAT");
 constexpr uint32_t k_bootloader = pgmio_tag("HBLD");
 
-} // namespace
-
-bool PGMIO_SOF::validate(const PGMIO_SOF_IMAGE& sof, std::string& error)
+// What an SRAM object file adds to its configuration data, which is checked on its own.
+bool check_fields(const PGMIO_SOF_IMAGE& sof, std::string& error)
 {
     if (sof.device_name.empty())
     {
@@ -56,7 +55,14 @@ bool PGMIO_SOF::validate(const PGMIO_SOF_IMAGE& sof, std::string& error)
         error = "bootloader bytes without the bootloader flag";
         return false;
     }
-    return PGMIO_RBF::validate(sof.config, error);
+    return true;
+}
+
+} // namespace
+
+bool PGMIO_SOF::validate(const PGMIO_SOF_IMAGE& sof, std::string& error)
+{
+    return check_fields(sof, error) && PGMIO_RBF::validate(sof.config, error);
 }
 
 bool PGMIO_SOF::encode(const PGMIO_SOF_IMAGE& sof, PGMIO_BYTES& image, std::string& error)
@@ -93,7 +99,7 @@ std::span<const uint8_t> PGMIO_SOF::config_bytes(std::span<const uint8_t> image)
     return view.find_all(k_config)[0]->data;
 }
 
-bool PGMIO_SOF::decode(std::span<const uint8_t> image, PGMIO_SOF_IMAGE& sof, std::string& error)
+bool PGMIO_SOF::decode(std::span<const uint8_t> image, PGMIO_SOF_IMAGE& sof, std::string& error, bool with_payload)
 {
     sof = PGMIO_SOF_IMAGE{};
     PGMIO_CONTAINER_VIEW view;
@@ -110,7 +116,7 @@ bool PGMIO_SOF::decode(std::span<const uint8_t> image, PGMIO_SOF_IMAGE& sof, std
     std::copy(hash.begin(), hash.end(), sof.design_hash.begin());
 
     const std::span<const uint8_t> config = view.find_all(k_config)[0]->data;
-    if (!PGMIO_RBF::decode(config, sof.config, error))
+    if (!PGMIO_RBF::decode(config, sof.config, error, with_payload))
     {
         error = "embedded configuration data: " + error;
         return false;
@@ -133,7 +139,8 @@ bool PGMIO_SOF::decode(std::span<const uint8_t> image, PGMIO_SOF_IMAGE& sof, std
             return false;
         sof.bootloader.assign(bytes.begin(), bytes.end());
     }
-    return validate(sof, error);
+    // The configuration data was checked by its own decoder, payload or not.
+    return check_fields(sof, error);
 }
 
 bool PGMIO_SOF::write(const std::string& path, const PGMIO_SOF_IMAGE& sof, std::string& error)
