@@ -10,9 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <optional>
-#include <set>
 
 namespace
 {
@@ -22,26 +20,6 @@ using namespace check_test;
 template <class T> bool contains(const std::vector<T>& list, T value)
 {
     return std::find(list.begin(), list.end(), value) != list.end();
-}
-
-// Combinations that the catalogue cannot make valid, with the reason. Every combination can be
-// built with the shipped catalogue, so the list is empty; a combination that a later catalogue
-// cannot serve fails with the reason from the builder until it is listed here, and a listed one
-// that turns out valid fails as well, so the list cannot outlive its reason.
-struct SKIPPED
-{
-    PGMIO_CONFIG_SCHEME mode;
-    ZEB_FILE_TYPE type;
-    const char* reason;
-};
-constexpr std::array<SKIPPED, 0> SKIP_LIST{};
-
-const char* skip_reason(PGMIO_CONFIG_SCHEME mode, ZEB_FILE_TYPE type)
-{
-    for (const SKIPPED& entry : SKIP_LIST)
-        if (entry.mode == mode && entry.type == type)
-            return entry.reason;
-    return nullptr;
 }
 
 bool is_periphery_type(ZEB_FILE_TYPE type)
@@ -228,7 +206,6 @@ TEST(ZebCheckMatrix, EveryNameableTypeOfEveryEnabledModeHasAValidDocument)
 {
     SCRATCH_DIR dir;
     size_t checked = 0;
-    std::set<std::pair<int, int>> skipped;
     for (PGMIO_CONFIG_SCHEME mode : ZEB_DB_UTIL::get_enabled_config_modes())
     {
         const PGM_COMMON_XML_ENUM xml_mode = ZEB_DB::get_xml_enum(mode);
@@ -249,26 +226,16 @@ TEST(ZebCheckMatrix, EveryNameableTypeOfEveryEnabledModeHasAValidDocument)
                 ASSERT_TRUE(primary) << "a secondary type without primary in its mode";
                 types.insert(types.begin(), *primary);
             }
-            std::string reason;
+            // Every combination can be built with the shipped catalogue.
+            std::string reason = "no catalogue device supports the mode and the type";
             DOCUMENT document = make_document(xml_mode);
             const DEV_DEVICE_RECORD* fpga = device_for(mode, types);
             bool built = fpga != nullptr;
-            if (!fpga)
-                reason = "no catalogue device supports the mode and the type";
             for (size_t i = 0; built && i < types.size(); ++i)
                 built = DOCUMENT_RECIPE(dir, mode, *fpga).add(document.get(), types[i], reason);
-
-            if (const char* listed = skip_reason(mode, type))
-            {
-                EXPECT_FALSE(built) << "listed as impossible (" << listed << ") but a document was built";
-                skipped.emplace(mode, type);
-                continue;
-            }
             ASSERT_TRUE(built) << reason;
 
-            bool flag1 = false;
-            bool flag2 = false;
-            bool error = false;
+            bool flag1 = false, flag2 = false, error = false;
             std::string message;
             const bool valid = named_by_document
                                    ? ZEB_UTIL::check(document.get(), flag1, flag2, message, error, false)
@@ -277,11 +244,6 @@ TEST(ZebCheckMatrix, EveryNameableTypeOfEveryEnabledModeHasAValidDocument)
             EXPECT_FALSE(error);
             ++checked;
         }
-    }
-    // Every listed combination was met: the list names nothing that the loop does not reach.
-    for (const SKIPPED& entry : SKIP_LIST)
-    {
-        EXPECT_TRUE(skipped.count({entry.mode, entry.type})) << entry.mode << "/" << entry.type;
     }
     // Ten enabled modes, each with its own list plus the six mode-independent types.
     EXPECT_GE(checked, 10u * 6u);

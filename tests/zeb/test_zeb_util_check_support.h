@@ -13,8 +13,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace check_test
 {
@@ -22,6 +24,7 @@ namespace check_test
 using corvane_test::SCRATCH_DIR;
 using DOCUMENT = std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB>;
 using PARAMS = ZEB_FILE_ASSISTANT::PARAM_LIST;
+using DOC = PGM_COMMON_XML_ZEB_ZEB*;
 
 // Payload bytes of the designs made here: small, so that every catalogue device takes them.
 inline constexpr uint64_t DESIGN_SIZE = 4096;
@@ -40,56 +43,42 @@ inline std::string value_of(PGM_COMMON_XML_ENUM value)
 
 // ---- Input files ---------------------------------------------------------------------------------
 
-// The catalogue device `device_name` and assembler options for a test design; nullptr with a test
-// failure when the catalogue does not know the device.
-inline const PGM_DEVICE* design_options(const std::string& file_name, const std::string& device_name, uint32_t flags,
-                                        uint64_t seed, BITASM_OPTIONS& options)
+// Writes a design for the catalogue device `device_name` with the design flags given (PGMIO_DESIGN_*)
+// into `dir`: an SRAM object file (.sof), or its raw binary configuration data (.rbf) with
+// `raw_binary`; returns its full path, or "" with a test failure.
+inline std::string make_design(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name,
+                               uint32_t flags, uint64_t seed, bool raw_binary)
 {
     const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(device_name);
-    if (!device)
-        ADD_FAILURE() << "no catalogue device " << device_name;
+    BITASM_OPTIONS options;
     options.design_name = file_name;
     options.flags = flags;
     options.seed = seed;
     options.size = DESIGN_SIZE;
-    return device;
+    PGMIO_SOF_IMAGE sof;
+    PGMIO_CONFIG_DATA data;
+    std::string error = "no catalogue device " + device_name;
+    const std::string path = dir.file(file_name);
+    const bool written =
+        device &&
+        (raw_binary ? BITASM_MGR::assemble_configuration_data(*device, options, data, error) &&
+                          PGMIO_RBF::write(path, data, error)
+                    : BITASM_MGR::assemble_sof(*device, options, sof, error) && PGMIO_SOF::write(path, sof, error));
+    if (written)
+        return path;
+    ADD_FAILURE() << file_name << ": " << error;
+    return "";
 }
 
-// Writes an SRAM object file (.sof) for the catalogue device `device_name` with the design flags
-// given (PGMIO_DESIGN_*) into `dir`; returns its full path, or "" with a test failure.
 inline std::string make_sof(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name,
                             uint32_t flags = 0, uint64_t seed = 1)
 {
-    BITASM_OPTIONS options;
-    const PGM_DEVICE* device = design_options(file_name, device_name, flags, seed, options);
-    PGMIO_SOF_IMAGE sof;
-    std::string error;
-    const std::string path = dir.file(file_name);
-    if (!device || !BITASM_MGR::assemble_sof(*device, options, sof, error) || !PGMIO_SOF::write(path, sof, error))
-    {
-        ADD_FAILURE() << file_name << ": " << error;
-        return "";
-    }
-    return path;
+    return make_design(dir, file_name, device_name, flags, seed, false);
 }
 
-// Writes a raw binary file (.rbf) of configuration data for the catalogue device `device_name`;
-// returns its full path, or "" with a test failure.
-inline std::string make_rbf(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name,
-                            uint32_t flags = 0, uint64_t seed = 1)
+inline std::string make_rbf(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name)
 {
-    BITASM_OPTIONS options;
-    const PGM_DEVICE* device = design_options(file_name, device_name, flags, seed, options);
-    PGMIO_CONFIG_DATA data;
-    std::string error;
-    const std::string path = dir.file(file_name);
-    if (!device || !BITASM_MGR::assemble_configuration_data(*device, options, data, error) ||
-        !PGMIO_RBF::write(path, data, error))
-    {
-        ADD_FAILURE() << file_name << ": " << error;
-        return "";
-    }
-    return path;
+    return make_design(dir, file_name, device_name, 0, 1, true);
 }
 
 // Writes a partial-masked SRAM object file (.pmsf): a small region at the start of the core section
@@ -253,6 +242,31 @@ inline CHECK_RESULT run_check(PGM_COMMON_XML_ZEB_ZEB* object, bool report = fals
     result.valid = ZEB_UTIL::check(object, result.flash_loader_required, result.flash_programming, result.message,
                                    result.error, report);
     return result;
+}
+
+// One document of a table: what it shows, its mode (PGM_COMMON_XML_ENUM__INVALID__: no settings),
+// how it is built, and what the whole check says of it ("" when it passes) with the error flag.
+struct CHECK_ROW
+{
+    const char* what;
+    PGM_COMMON_XML_ENUM mode;
+    std::function<void(DOC)> build;
+    std::string message;
+    bool error = false;
+};
+
+inline void expect_check_rows(const std::vector<CHECK_ROW>& rows)
+{
+    for (const CHECK_ROW& row : rows)
+    {
+        DOCUMENT document(row.mode == PGM_COMMON_XML_ENUM__INVALID__ ? DOCUMENT(new PGM_COMMON_XML_ZEB_ZEB)
+                                                                     : make_document(row.mode));
+        row.build(document.get());
+        const CHECK_RESULT result = run_check(document.get());
+        EXPECT_EQ(result.message, row.message) << row.what;
+        EXPECT_EQ(result.valid, row.message.empty()) << row.what;
+        EXPECT_EQ(result.error, row.error) << row.what;
+    }
 }
 
 } // namespace check_test
