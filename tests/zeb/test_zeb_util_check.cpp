@@ -4,8 +4,6 @@
 #include "pgm/zeb/platform/msg/msg.h"
 #include "test_zeb_util_check_support.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 
@@ -84,6 +82,7 @@ TEST_F(ZebCheck, EachRuleNamesTheFirstProblem)
         set_flash_loader(d, "7TR440PA3R1");
         add_output_for_flash_device(d, JIC, "flash");
     };
+    const PARAMS custom_db = {{ZEB_CMD_PARAM_SETTINGS_CUSTOM_DB_DIR, "db"}};
     const std::string scheme_20 = "Configuration mode 'AVST x8' does not support output file type 'JTAG Indirect "
                                   "Configuration File (.jic)'";
     // clang-format off
@@ -103,8 +102,8 @@ TEST_F(ZebCheck, EachRuleNamesTheFirstProblem)
          "Configuration (.rbf)'"},
         {"no settings: scheme 20", NO_MODE, [&](DOC d) { feed(d, as_sof, JIC); }, scheme_20},
         {"settings without a mode: scheme 20", NO_MODE,
-         [&](DOC d) { set_custom_db_dir(d, dir.path().string()); feed(d, as_sof, JIC); }, scheme_20},
-        {"scheme 20 writes raw binary files", NO_MODE, [&](DOC d) { feed(d, as_sof, RBF); }, ""},
+         [&](DOC d) { set(d, ZEB_CMD_OPT_SETTINGS, custom_db); feed(d, as_sof, JIC); }, scheme_20},
+        {"scheme 20 writes raw binary files", NO_MODE, [&](DOC d) { feed(d, as_sof, RBF); }, "", false, 0},
         {"an unknown helper device on any type", PS, [&](DOC d) { feed(d, ps_sof, RBF, device("NO_SUCH_FPGA")); },
          "Helper device 'NO_SUCH_FPGA' is not supported."},
         {"a known helper device", PS, [&](DOC d) { feed(d, ps_sof, RBF, device("5ZV066H2")); }, ""},
@@ -140,8 +139,6 @@ TEST_F(ZebCheck, EachRuleNamesTheFirstProblem)
          "Missing output file directory"},
         {"no name", PS, [&](DOC d) { feed(d, ps_sof, RBF, {{ZEB_CMD_PARAM_OUTPUT_FILE_NAME, ""}}); },
          "Missing output file name"},
-        {"no reference", PS, [&](DOC d) { add_bitstream(d, "b1", ps_sof); add_output_file(d, RBF); },
-         k_missing_input_in_output},
         {"both references", PS, [&](DOC d)
          {
              add_bitstream(d, "b1", ps_sof);
@@ -154,9 +151,11 @@ TEST_F(ZebCheck, EachRuleNamesTheFirstProblem)
          "programming file."},
         {"a bitstream for a flash file", PS, [&](DOC d) { feed(d, ps_sof, POF); },
          "Conflict input setting in output element, bitstream_id is set, however the output file is flash "
-         "programming file."},
+         "programming file.", false, 2},
+        // A JIC needs a flash loader and programs a flash device; the loop over the output files sets
+        // both flags before the missing flash loader ends the check.
         {"the flash loader before any target", ASX4, [&](DOC d) { feed(d, as_sof, JIC); },
-         "Missing configuration device setting. Please add the device into Configuration Device tab."},
+         "Missing configuration device setting. Please add the device into Configuration Device tab.", false, 3},
         {"no flash loader asked for", ASX4, [&](DOC d) { feed(d, as_sof, RPD); }, ""},
         {"targets in document order", PS, [&](DOC d)
          {
@@ -191,23 +190,20 @@ TEST_F(ZebCheck, EachRuleNamesTheFirstProblem)
 
 TEST_F(ZebCheck, ReportPostsTheFirstFailure)
 {
+    // The flags are cleared at entry even when the check stops before the output files.
+    DOCUMENT empty(new PGM_COMMON_XML_ZEB_ZEB);
+    const CHECK_RESULT cleared = run_check(empty.get());
+    EXPECT_FALSE(cleared.flash_loader_required || cleared.flash_programming);
+
+    // Nothing is posted without report, for a valid document, or for a failure without a message.
+    MSG_CAPTURE_SINK sink;
     DOCUMENT no_output = make_document(PS);
     add_bitstream(no_output.get(), "b1", ps_sof);
-    {
-        MSG_CAPTURE_SINK sink;
-        EXPECT_FALSE(run_check(no_output.get(), true).valid);
-        ASSERT_EQ(sink.messages().size(), 1u);
-        EXPECT_EQ(sink.messages()[0].identifier, "EZEB_SETTINGS_CHECK_ERROR");
-        EXPECT_EQ(sink.messages()[0].number, EZEB_SETTINGS_CHECK_ERROR);
-        EXPECT_EQ(sink.messages()[0].text, "Detected Corvane settings error: Missing output file setting. Please "
-                                           "select the output file type in Output Files tab.");
-    }
-    MSG_CAPTURE_SINK sink;
     EXPECT_FALSE(run_check(no_output.get(), false).valid);
     DOCUMENT valid = make_document(PS);
     feed(valid.get(), ps_sof, RBF);
     EXPECT_TRUE(run_check(valid.get(), true).valid);
-    // A raw file reference that names no raw file fails without a message: nothing to post.
+    // A raw file reference that names no raw file fails without a message.
     DOCUMENT silent = make_document(PS);
     add_raw_file(silent.get(), "r1", hex, PGM_COMMON_XML_ENUM_HEX);
     add_flash_device(silent.get(), "flash", "CFI128M");
@@ -218,35 +214,13 @@ TEST_F(ZebCheck, ReportPostsTheFirstFailure)
     EXPECT_FALSE(result.valid);
     EXPECT_TRUE(result.message.empty());
     EXPECT_TRUE(sink.messages().empty());
-}
 
-TEST_F(ZebCheck, FlagsTellWhatTheOutputFilesNeed)
-{
-    DOCUMENT rbf = make_document(PS);
-    feed(rbf.get(), ps_sof, RBF);
-    CHECK_RESULT result = run_check(rbf.get());
-    EXPECT_FALSE(result.flash_loader_required || result.flash_programming);
-
-    // Cleared at entry even when the check stops before the output files.
-    DOCUMENT empty(new PGM_COMMON_XML_ZEB_ZEB);
-    result = run_check(empty.get());
-    EXPECT_FALSE(result.flash_loader_required || result.flash_programming);
-
-    // A JIC needs a flash loader and programs a flash device; the loop sets both before the
-    // missing flash loader ends the check.
-    DOCUMENT jic = make_document(ASX4);
-    add_bitstream(jic.get(), "b1", as_sof);
-    add_output_for_flash_device(jic.get(), PGM_COMMON_XML_ENUM_JIC, "flash");
-    result = run_check(jic.get());
-    EXPECT_FALSE(result.valid);
-    EXPECT_TRUE(result.flash_loader_required && result.flash_programming);
-
-    DOCUMENT pof = make_document(PS);
-    add_bitstream(pof.get(), "b1", ps_sof);
-    add_output_for_flash_device(pof.get(), PGM_COMMON_XML_ENUM_POF, "flash");
-    result = run_check(pof.get());
-    EXPECT_FALSE(result.flash_loader_required);
-    EXPECT_TRUE(result.flash_programming);
+    EXPECT_FALSE(run_check(no_output.get(), true).valid);
+    ASSERT_EQ(sink.messages().size(), 1u);
+    EXPECT_EQ(sink.messages()[0].identifier, "EZEB_SETTINGS_CHECK_ERROR");
+    EXPECT_EQ(sink.messages()[0].number, EZEB_SETTINGS_CHECK_ERROR);
+    EXPECT_EQ(sink.messages()[0].text, "Detected Corvane settings error: Missing output file setting. Please "
+                                       "select the output file type in Output Files tab.");
 }
 
 TEST(ZebCheckMerge, InputTypesKeepTheSupportedOrderAndEmptyFamilyListsRestrictNothing)

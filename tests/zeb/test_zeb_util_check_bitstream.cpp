@@ -3,8 +3,6 @@
 // of its path in their order, and the rule for several bitstreams in one flash device.
 #include "test_zeb_util_check_support.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 
@@ -20,15 +18,10 @@ const std::string k_multi_image =
     "Files tab, then you remove the existing flash device and add the new flash device again in Configuration "
     "Device tab.";
 
-std::string cannot_find(const std::string& path)
-{
-    return "Cannot find '" + path + "'. Make sure the file is located at the expected location or update the setting.";
-}
-
-std::string cannot_parse(const std::string& path)
-{
-    return "Failed to parse " + path + ". The file is corrupted or the targeted device is not supported.";
-}
+const auto cannot_find = [](const std::string& path)
+{ return "Cannot find '" + path + "'. Make sure the file is located at the expected location or update the setting."; };
+const auto cannot_parse = [](const std::string& path)
+{ return "Failed to parse " + path + ". The file is corrupted or the targeted device is not supported."; };
 
 class ZebCheckBitstream : public ::testing::Test
 {
@@ -49,8 +42,8 @@ protected:
     std::string file(const std::string& name) { return make_file(dir, name, "key material\n"); }
 
     // A serial flash whose partitions P1 and P2 take the bitstreams b1 and b2, both for a device
-    // with remote update; b2 is an application image on page 1.
-    void two_images(DOC d)
+    // with remote update; b2 is an application image on page 1. With `jic`, a JIC programs the flash.
+    void two_images(DOC d, bool jic = false)
     {
         add_bitstream(d, "b1", sof);
         add_bitstream(d, "b2", make_sof(dir, "update.sof", "9RX027R1B", 0, 2));
@@ -59,14 +52,8 @@ protected:
         add_partition(d, "flash", "P2", "0x00200000", "0x002FFFFF");
         assign_bitstream(d, "P1", "b1");
         assign_bitstream(d, "P2", "b2", 1);
-    }
-
-    // Both images in a JIC, with or without a factory image partition.
-    void two_images_in_jic(DOC d, bool factory)
-    {
-        two_images(d);
-        if (factory)
-            add_partition(d, "flash", "FACTORY_IMAGE", "0x00000000", "0x000FFFFF");
+        if (!jic)
+            return;
         set_flash_loader(d, "9RX027R1B");
         add_output_for_flash_device(d, PGM_COMMON_XML_ENUM_JIC, "flash");
     }
@@ -79,14 +66,12 @@ protected:
 
 TEST_F(ZebCheckBitstream, EachRuleNamesTheFirstProblem)
 {
-    const std::string absent = dir.file("absent.sof");
+    const std::string absent = dir.file("absent.sof"), absent_pem = dir.file("absent.pem"),
+                      absent_hek = dir.file("absent.hek"), absent_hky = dir.file("absent.hky");
     const std::string broken = make_file(dir, "broken.sof", "not an object file");
     const std::string pem = file("root.pem");
     const std::string hek = file("user.hek");
     const std::string key_file = file("keys.key");
-    const std::string absent_pem = dir.file("absent.pem");
-    const std::string absent_hek = dir.file("absent.hek");
-    const std::string absent_hky = dir.file("absent.hky");
     const std::string on = value_of(PGM_COMMON_XML_ENUM_ON);
     using P = PARAMS;
     constexpr auto SIGNING = ZEB_CMD_PARAM_BITSTREAM_PATH_SIGNING;
@@ -105,11 +90,9 @@ TEST_F(ZebCheckBitstream, EachRuleNamesTheFirstProblem)
     {
         return [=, this](DOC d)
         {
-            P path_options = {{SIGNING, on}, {PEM, pem}};
-            path_options.insert(path_options.end(), options.begin(), options.end());
             const P helper = {{ZEB_CMD_PARAM_OUTPUT_FILE_SUBTYPE, value_of(PGM_COMMON_XML_ENUM_QSPI)},
                               {ZEB_CMD_PARAM_OUTPUT_FILE_DEVICE, "9RX027R1B"}};
-            add_bitstream(d, "b1", sof, path_options);
+            add_bitstream(d, "b1", sof, joined({{SIGNING, on}, {PEM, pem}}, options));
             if (helper_first)
                 add_output_file(d, PGM_COMMON_XML_ENUM_HELPER_RBF, helper);
             add_output_for_bitstream(d, RPD, "b1");
@@ -172,9 +155,10 @@ TEST_F(ZebCheckBitstream, EachRuleNamesTheFirstProblem)
          "Cannot skip encryption finalization if signing is enabled"},
         {"finalisation later with signing later", ASX4, rpd(sof, {{FINALIZE_LATER, "ON"}, {SIGN_LATER, "ON"}}), ""},
         // Several bitstreams in one flash device, through the whole check.
-        {"two images without a factory image partition", ASX4, [&](DOC d) { two_images_in_jic(d, false); },
-         k_multi_image, true},
-        {"two images with a factory image partition", ASX4, [&](DOC d) { two_images_in_jic(d, true); }, ""},
+        {"two images without a factory image partition", ASX4, [&](DOC d) { two_images(d, true); }, k_multi_image,
+         true},
+        {"two images with a factory image partition", ASX4, [&](DOC d)
+         { two_images(d, true); add_partition(d, "flash", "FACTORY_IMAGE", "0x00000000", "0x000FFFFF"); }, ""},
     };
     // clang-format on
     for (PGM_COMMON_XML_ENUM signing : {PGM_COMMON_XML_ENUM_ON, PGM_COMMON_XML_ENUM_PEM})

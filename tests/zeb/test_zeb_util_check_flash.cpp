@@ -4,12 +4,9 @@
 // database directory) with the rules that follow it, and the reading of address texts.
 #include "test_zeb_util_check_support.h"
 
-#include "pgm/zeb/zeb_db_util.h"
-
 #include <filesystem>
 #include <stdexcept>
 #include <utility>
-#include <vector>
 
 using namespace check_test;
 
@@ -23,22 +20,17 @@ const std::string k_no_assignment = "There is no assignment for any flash partit
 const std::string k_custom_hint = " If this is a custom-defined configuration device, ensure that you have set the "
                                   "correct custom database directory.";
 
-// What a check of one flash device hands back.
-struct FLASH_CHECK
-{
-    bool valid = false;
-    std::string message;
-    bool error = false;
-};
-
-// check_flash_devices for the device `id`, with the inputs and flash families of output `type`.
-FLASH_CHECK check_device(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& id, ZEB_FILE_TYPE type = ZEB_FILE_TYPE_JIC)
+// check_flash_devices for the device `id`, with the inputs and flash families of output `type`; for
+// an empty `id` its document-wide form, over every flash device with the families of `type`.
+CHECK_RESULT check_device(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& id, ZEB_FILE_TYPE type = ZEB_FILE_TYPE_JIC)
 {
     PGM_COMMON_XML_ZEB_FLASH_DEVICE_ID reference;
     EXPECT_TRUE(reference.write_string(id));
-    FLASH_CHECK result;
-    result.valid = ZEB_UTIL::check_flash_devices(object, &reference, ZEB_DB::get_input_file_type(type),
-                                                 ZEB_DB::get_config_device_family(type), result.message, result.error);
+    CHECK_RESULT result;
+    const std::vector<DEV_FAMILY_ENUM> families = ZEB_DB::get_config_device_family(type);
+    result.valid = id.empty() ? ZEB_UTIL::check_flash_devices(object, families, result.message, result.error)
+                              : ZEB_UTIL::check_flash_devices(object, &reference, ZEB_DB::get_input_file_type(type),
+                                                              families, result.message, result.error);
     return result;
 }
 
@@ -91,17 +83,17 @@ TEST(FlashLoaderCheck, OneLoaderThatIsAnFpgaOfTheCatalogue)
     EXPECT_FALSE(ZEB_UTIL::check_flash_loader(document.get(), message, error));
     EXPECT_EQ(message, "Missing flash loader. Please assign the flash loader in Configuration Device tab.");
 
-    for (const char* fpga : {"7TR440PA3R1", "9RX027R1B", "5ZV066H2", "3ZT085F2"})
+    // FPGAs of the catalogue are loaders; unknown names, names in another case, and flash devices,
+    // which cannot program themselves, are not.
+    const std::pair<const char*, bool> loaders[] = {{"7TR440PA3R1", true}, {"9RX027R1B", true}, {"5ZV066H2", true},
+                                                    {"3ZT085F2", true},    {"7TR999XX", false}, {"7tr440pa3r1", false},
+                                                    {"VQ64A", false},      {"CFI128M", false},  {"", false}};
+    for (const auto& [name, fpga] : loaders)
     {
-        set_flash_loader(document.get(), fpga);
-        EXPECT_TRUE(ZEB_UTIL::check_flash_loader(document.get(), message, error)) << fpga << ": " << message;
-    }
-    // Unknown names, names in another case, and flash devices, which cannot program themselves.
-    for (const char* stranger : {"7TR999XX", "7tr440pa3r1", "VQ64A", "CFI128M", ""})
-    {
-        set_flash_loader(document.get(), stranger);
-        EXPECT_FALSE(ZEB_UTIL::check_flash_loader(document.get(), message, error)) << stranger;
-        EXPECT_EQ(message, std::string("Unrecognized flash loader ") + stranger);
+        set_flash_loader(document.get(), name);
+        message.clear();
+        EXPECT_EQ(ZEB_UTIL::check_flash_loader(document.get(), message, error), fpga) << name;
+        EXPECT_EQ(message, fpga ? "" : std::string("Unrecognized flash loader ") + name);
     }
     // The assistant keeps one loader; a second can only come from elsewhere, and is refused even
     // though both name good loaders.
@@ -118,11 +110,7 @@ TEST(FlashLoaderCheck, OneLoaderThatIsAnFpgaOfTheCatalogue)
 namespace
 {
 
-struct RANGE
-{
-    const char* s_addr;
-    const char* e_addr;
-};
+using RANGE = std::pair<const char*, const char*>; // start and end address texts
 
 // check_partitions over partitions P0, P1, ... of one flash device, in the order given.
 std::pair<bool, std::string> check_ranges(const std::vector<RANGE>& ranges)
@@ -130,7 +118,7 @@ std::pair<bool, std::string> check_ranges(const std::vector<RANGE>& ranges)
     DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
     add_flash_device(document.get(), "Flash_1", "VQ256A");
     for (size_t i = 0; i < ranges.size(); ++i)
-        add_partition(document.get(), "Flash_1", "P" + std::to_string(i), ranges[i].s_addr, ranges[i].e_addr);
+        add_partition(document.get(), "Flash_1", "P" + std::to_string(i), ranges[i].first, ranges[i].second);
     std::string message;
     bool error = false;
     const bool valid = ZEB_UTIL::check_partitions(document.get(), message, error);
@@ -154,6 +142,7 @@ TEST(PartitionOverlap, RangesConflictWhenANewEndFallsInsideAnEarlierRange)
         {"adjacent", {{"0x0", "0xFFFF"}, {"0x10000", "0x1FFFF"}}, "", ""},
         {"inclusive end", {{"0x0", "0xFFFF"}, {"0xFFFF", "0x1FFFF"}}, "0000ffff-0001ffff", "00000000-0000ffff"},
         {"new end inside", {{"0x10000", "0x1FFFF"}, {"0x8000", "0x10000"}}, "00008000-00010000", "00010000-0001ffff"},
+        {"same end", {{"0x10000", "0x1FFFF"}, {"0x8000", "0x1FFFF"}}, "00008000-0001ffff", "00010000-0001ffff"},
         {"enclosing last", {{"0x10000", "0x1FFFF"}, {"0x0", "0x2FFFF"}}, "", ""},
         {"enclosed last", {{"0x0", "0x2FFFF"}, {"0x10000", "0x1FFFF"}}, "00010000-0001ffff", "00000000-0002ffff"},
         {"auto starts", {{"auto", "auto"}, {"auto", "0x10000"}, {"auto", "auto"}}, "", ""},
@@ -235,7 +224,7 @@ TEST_F(FlashDeviceCheck, LookUpThenPagesThenPartitionsThenAssignments)
     {
         return [=, &dir](DOC d)
         {
-            set_custom_db_dir(d, (dir.path() / directory).string());
+            set(d, ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_CUSTOM_DB_DIR, (dir.path() / directory).string()}});
             add_flash_device(d, "Flash_1", name);
         };
     };
@@ -263,6 +252,19 @@ TEST_F(FlashDeviceCheck, LookUpThenPagesThenPartitionsThenAssignments)
                 {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, id}, {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_ID, "M"}});
         };
     };
+    // A second device that no output file programs, with the inputs a flash programming file takes: a
+    // raw binary file is one of them, an image on a page of its own.
+    const std::string rbf = make_rbf(dir, "data.rbf", "7TR440PA3R1");
+    const auto unprogrammed = [&](DOC d)
+    {
+        add_raw_file(d, "image", rbf, PGM_COMMON_XML_ENUM_RBF);
+        add_flash_device(d, "Flash_2", "VQ256A");
+        add_partition(d, "Flash_2", "DATA", "0x00000000", "auto");
+        set(d, ZEB_CMD_OPT_ASSIGNMENT,
+            {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, "DATA"},
+             {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID, "image"},
+             {ZEB_CMD_PARAM_ASSIGNMENT_PAGE, "1"}});
+    };
     const std::string unknown_custom = "Unrecognized configuration device USR_QF128." + k_custom_hint;
     struct CASE
     {
@@ -283,8 +285,6 @@ TEST_F(FlashDeviceCheck, LookUpThenPagesThenPartitionsThenAssignments)
         {"parallel flash", type("Flash_1", "CFI128M"), "Flash_1", "Unrecognized configuration device CFI128M."},
         {"an FPGA", type("Flash_1", "7TR440PA3R1"), "Flash_1", "Unrecognized configuration device 7TR440PA3R1."},
         {"a legacy serial flash", type("Flash_1", "VQ16L"), "Flash_1", ""},
-        {"a serial flash", type("Flash_1", "VQ256A"), "Flash_1", ""},
-        {"a large serial flash", type("Flash_1", "VQ1024A"), "Flash_1", ""},
         {"internal flash of an FPGA", type("Internal", "NR08SA"), "Internal",
          k_missing_partition_hint, false, ZEB_FILE_TYPE_POF},
         {"a custom device without directory", type("Flash_1", "USR_QF128"), "Flash_1",
@@ -318,13 +318,18 @@ TEST_F(FlashDeviceCheck, LookUpThenPagesThenPartitionsThenAssignments)
          },
          "Flash_1",
          "FACTORY_IMAGE have been assigned to page 2. However, FACTORY_IMAGE must always be assigned to page 0.", true},
+        // The document-wide form walks every flash device.
+        {"every flash device", [](DOC) {}, "", ""},
+        {"a device that no output file programs", unprogrammed, "", ""},
+        {"a third device of another family", [&](DOC d) { unprogrammed(d); add_flash_device(d, "Flash_3", "CFI128M"); },
+         "", "Unrecognized configuration device CFI128M."},
     };
     // clang-format on
     for (const CASE& c : cases)
     {
         DOCUMENT document = make_jic_document(dir);
         c.edit(document.get());
-        const FLASH_CHECK result = check_device(document.get(), c.id, c.type);
+        const CHECK_RESULT result = check_device(document.get(), c.id, c.type);
         EXPECT_EQ(result.message, c.message) << c.what;
         EXPECT_EQ(result.valid, c.message.empty()) << c.what;
         EXPECT_EQ(result.error, c.error) << c.what;
@@ -350,51 +355,28 @@ TEST_F(FlashDeviceCheck, LookUpThenPagesThenPartitionsThenAssignments)
     EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_flash_devices(nullptr, {}, message, error); }), "object");
 }
 
-TEST_F(FlashDeviceCheck, TheDocumentWideFormWalksEveryFlashDevice)
+TEST_F(FlashDeviceCheck, TheDocumentWideFormWithoutOutputFilesTakesWhatFlashFilesTake)
 {
     SCRATCH_DIR dir;
     std::string message;
     bool error = false;
-    const std::vector<DEV_FAMILY_ENUM> serial = ZEB_DB::get_config_device_family(ZEB_FILE_TYPE_JIC);
-    DOCUMENT empty = make_document(PGM_COMMON_XML_ENUM_ASX4);
-    EXPECT_TRUE(ZEB_UTIL::check_flash_devices(empty.get(), serial, message, error));
-
-    DOCUMENT document = make_jic_document(dir);
-    EXPECT_TRUE(ZEB_UTIL::check_flash_devices(document.get(), serial, message, error)) << message;
-
-    // A second device that no output file programs is checked too, with the inputs a flash
-    // programming file takes: a raw binary file is one of them, an image on a page of its own.
-    const std::string rbf = make_rbf(dir, "data.rbf", "7TR440PA3R1");
-    add_raw_file(document.get(), "data", rbf, PGM_COMMON_XML_ENUM_RBF);
-    add_flash_device(document.get(), "Flash_2", "VQ256A");
-    add_partition(document.get(), "Flash_2", "DATA", "0x00000000", "auto");
-    set(document.get(), ZEB_CMD_OPT_ASSIGNMENT,
-        {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, "DATA"},
-         {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID, "data"},
-         {ZEB_CMD_PARAM_ASSIGNMENT_PAGE, "1"}});
-    EXPECT_TRUE(ZEB_UTIL::check_flash_devices(document.get(), serial, message, error)) << message;
-
-    add_flash_device(document.get(), "Flash_3", "CFI128M");
-    EXPECT_FALSE(ZEB_UTIL::check_flash_devices(document.get(), serial, message, error));
-    EXPECT_EQ(message, "Unrecognized configuration device CFI128M.");
-
-    // Without output files it takes what flash files take: raw binary files, not tables.
-    DOCUMENT bare = make_document(PGM_COMMON_XML_ENUM_ASX4);
-    add_raw_file(bare.get(), "data", rbf, PGM_COMMON_XML_ENUM_RBF);
-    add_raw_file(bare.get(), "table", make_file(dir, "table.ttf", "1, 2, 3\n"), PGM_COMMON_XML_ENUM_TTF);
-    add_flash_device(bare.get(), "Flash_1", "VQ64A");
-    add_partition(bare.get(), "Flash_1", "DATA", "0x00000000", "auto");
-    assign_raw_file(bare.get(), "DATA", "data");
-    EXPECT_TRUE(ZEB_UTIL::check_flash_devices(bare.get(), {DEV_FAMILY_VIVERI}, message, error)) << message;
-    add_partition(bare.get(), "Flash_1", "TABLE", "auto", "auto");
-    assign_raw_file(bare.get(), "TABLE", "table");
-    EXPECT_FALSE(ZEB_UTIL::check_flash_devices(bare.get(), {DEV_FAMILY_VIVERI}, message, error));
+    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
+    EXPECT_TRUE(ZEB_UTIL::check_flash_devices(document.get(), {DEV_FAMILY_VIVERI}, message, error));
+    add_raw_file(document.get(), "data", make_rbf(dir, "data.rbf", "7TR440PA3R1"), PGM_COMMON_XML_ENUM_RBF);
+    add_raw_file(document.get(), "table", make_file(dir, "table.ttf", "1, 2, 3\n"), PGM_COMMON_XML_ENUM_TTF);
+    add_flash_device(document.get(), "Flash_1", "VQ64A");
+    add_partition(document.get(), "Flash_1", "DATA", "0x00000000", "auto");
+    assign_raw_file(document.get(), "DATA", "data");
+    EXPECT_TRUE(ZEB_UTIL::check_flash_devices(document.get(), {DEV_FAMILY_VIVERI}, message, error)) << message;
+    add_partition(document.get(), "Flash_1", "TABLE", "auto", "auto");
+    assign_raw_file(document.get(), "TABLE", "table");
+    EXPECT_FALSE(ZEB_UTIL::check_flash_devices(document.get(), {DEV_FAMILY_VIVERI}, message, error));
     EXPECT_EQ(message, "Unrecogized raw file type 349");
 }
 
 // ---- Address texts -----------------------------------------------------------------------------------
 
-TEST(ConvertStringToDword, HexadecimalWithTheLowerCasePrefixElseDecimal)
+TEST(ConvertStringToDword, HexadecimalWithTheLowerCasePrefixElseDecimalWithin32Bits)
 {
     // Reading stops at the first non-digit; the prefix counts only at the very start and in lower
     // case ("0X1F" is read in base 10); no octal; leading white space and a sign in base 10; negative
@@ -413,10 +395,7 @@ TEST(ConvertStringToDword, HexadecimalWithTheLowerCasePrefixElseDecimal)
     for (const auto& [value, texts] : cases)
         for (const char* text : texts)
             EXPECT_EQ(ZEB_UTIL::convert_string_to_dword(text), value) << '"' << text << '"';
-}
-
-TEST(ConvertStringToDword, NoDigitsOrTooLarge)
-{
+    // No digits, or a value beyond 32 bits.
     for (const char* text : {"", " ", "auto", "x10", "-", "+", "- 1", "\n"})
         EXPECT_THROW(ZEB_UTIL::convert_string_to_dword(text), std::invalid_argument) << '"' << text << '"';
     for (const char* text :

@@ -5,10 +5,6 @@
 // what the type needs, so the table follows the catalogue and the capability tables.
 #include "test_zeb_util_check_support.h"
 
-#include "pgm/zeb/zeb_db_util.h"
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <optional>
 
@@ -103,38 +99,38 @@ public:
     {
     }
 
-    // Adds what an output of `type` needs; false (with the reason) when the catalogue lacks it.
+    // Adds what an output of `type` needs: a helper image names its device, an output written from a
+    // bitstream reads "b1", and a flash programming file programs a configuration device whose
+    // partition holds "b1"; false (with the reason) when the catalogue lacks such a device.
     bool add(PGM_COMMON_XML_ZEB_ZEB* document, ZEB_FILE_TYPE type, std::string& reason)
     {
         const PGM_COMMON_XML_ENUM xml_type = ZEB_DB::get_xml_enum(type);
-        if (ZEB_DB::get_no_input_file(type))
-        {
-            add_input(document, type);
-            add_output_file(document, xml_type,
-                            {{ZEB_CMD_PARAM_OUTPUT_FILE_SUBTYPE, value_of(PGM_COMMON_XML_ENUM_QSPI)},
-                             {ZEB_CMD_PARAM_OUTPUT_FILE_DEVICE, m_fpga.name}});
-            return true;
-        }
-        if (ZEB_DB::get_config_device_family(type).empty())
-        {
-            add_input(document, type);
-            add_output_for_bitstream(document, xml_type, "b1");
-            return true;
-        }
-        const std::optional<std::string> flash_device = flash_device_for(m_fpga, m_mode, type);
-        if (!flash_device)
+        const bool helper = ZEB_DB::get_no_input_file(type);
+        const bool flash = !helper && !ZEB_DB::get_config_device_family(type).empty();
+        const std::optional<std::string> flash_device =
+            flash ? flash_device_for(m_fpga, m_mode, type) : std::optional<std::string>();
+        if (flash && !flash_device)
         {
             reason = "no configuration device of the catalogue for " + m_fpga.name;
             return false;
         }
         add_input(document, type);
-        add_flash_device(document, "flash", *flash_device);
-        const std::string partition = *flash_device == m_fpga.name ? "CFM0" : "P1";
-        add_partition(document, "flash", partition, "0x00100000", "auto");
-        assign_bitstream(document, partition, "b1");
-        if (ZEB_DB::get_require_flash_loader(type))
-            set_flash_loader(document, m_fpga.name);
-        add_output_for_flash_device(document, xml_type, "flash");
+        if (helper)
+            add_output_file(document, xml_type,
+                            {{ZEB_CMD_PARAM_OUTPUT_FILE_SUBTYPE, value_of(PGM_COMMON_XML_ENUM_QSPI)},
+                             {ZEB_CMD_PARAM_OUTPUT_FILE_DEVICE, m_fpga.name}});
+        else if (!flash)
+            add_output_for_bitstream(document, xml_type, "b1");
+        else
+        {
+            add_flash_device(document, "flash", *flash_device);
+            const std::string partition = *flash_device == m_fpga.name ? "CFM0" : "P1";
+            add_partition(document, "flash", partition, "0x00100000", "auto");
+            assign_bitstream(document, partition, "b1");
+            if (ZEB_DB::get_require_flash_loader(type))
+                set_flash_loader(document, m_fpga.name);
+            add_output_for_flash_device(document, xml_type, "flash");
+        }
         return true;
     }
 
@@ -157,20 +153,6 @@ private:
     PGMIO_CONFIG_SCHEME m_mode;
     const DEV_DEVICE_RECORD& m_fpga;
 };
-
-// The types a document in `mode` can hold: those of the mode's list and the mode-independent ones,
-// each once, when the document has a name for them.
-std::vector<ZEB_FILE_TYPE> nameable_types(PGMIO_CONFIG_SCHEME mode)
-{
-    std::vector<ZEB_FILE_TYPE> types;
-    for (ZEB_FILE_TYPE type : ZEB_DB::get_all_output_file_type_keys())
-    {
-        const bool offered = ZEB_DB::supports_output_file_type(mode, type) || ZEB_DB::get_independent_of_mode(type);
-        if (offered && ZEB_DB::get_xml_enum(type) != PGM_COMMON_XML_ENUM__INVALID__)
-            types.push_back(type);
-    }
-    return types;
-}
 
 // The primary type of `mode` that writes the secondary `type` beside it.
 std::optional<ZEB_FILE_TYPE> primary_of(PGMIO_CONFIG_SCHEME mode, ZEB_FILE_TYPE type)
@@ -213,8 +195,13 @@ TEST(ZebCheckMatrix, EveryNameableTypeOfEveryEnabledModeHasAValidDocument)
         // Several widths share one document value; the check driver is then called with the width
         // itself, as a front end that knows it does.
         const bool named_by_document = ZEB_FILE_ASSISTANT::map_enum_to_config_mode(xml_mode) == mode;
-        for (ZEB_FILE_TYPE type : nameable_types(mode))
+        // The types a document in the mode can hold: those of the mode's list and the mode-independent
+        // ones, when the document has a name for them.
+        for (ZEB_FILE_TYPE type : ZEB_DB::get_all_output_file_type_keys())
         {
+            const bool offered = ZEB_DB::supports_output_file_type(mode, type) || ZEB_DB::get_independent_of_mode(type);
+            if (!offered || ZEB_DB::get_xml_enum(type) == PGM_COMMON_XML_ENUM__INVALID__)
+                continue;
             SCOPED_TRACE("mode " + ZEB_DB_UTIL::get_config_scheme_name(mode) + ", type " +
                          ZEB_DB::get_description(type) + " (" + std::to_string(type) + ")");
             ASSERT_EQ(ZEB_DB_UTIL::get_zeb_file_type_enum(ZEB_DB::get_xml_enum(type)), type);

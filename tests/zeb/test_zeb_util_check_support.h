@@ -6,6 +6,7 @@
 #include "pgm/zeb/platform/bitasm/bitasm.h"
 #include "pgm/zeb/platform/dev/dev.h"
 #include "pgm/zeb/platform/pgmio/pgmio.h"
+#include "pgm/zeb/zeb_db_util.h"
 #include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_util.h"
 #include "test_support.h"
@@ -33,6 +34,13 @@ inline constexpr uint64_t DESIGN_SIZE = 4096;
 template <class CALL> std::string internal_error_of(CALL call)
 {
     return corvane_test::internal_error_of(call, "pgm/zeb/zeb_util");
+}
+
+// The pairs of `list` followed by those of `more`.
+inline PARAMS joined(PARAMS list, const PARAMS& more)
+{
+    list.insert(list.end(), more.begin(), more.end());
+    return list;
 }
 
 // A parameter value for an enumerated attribute: its XML value in decimal, as front ends pass it.
@@ -93,12 +101,10 @@ inline std::string make_pmsf(const SCRATCH_DIR& dir, const std::string& file_nam
     pmsf.mask.assign(16, 0xFF);
     std::string error;
     const std::string path = dir.file(file_name);
-    if (!PGMIO_PMSF::write(path, pmsf, error))
-    {
-        ADD_FAILURE() << file_name << ": " << error;
-        return "";
-    }
-    return path;
+    if (PGMIO_PMSF::write(path, pmsf, error))
+        return path;
+    ADD_FAILURE() << file_name << ": " << error;
+    return "";
 }
 
 // Writes a file of any other kind (key files, raw data) with the given content; returns its path.
@@ -125,38 +131,29 @@ inline DOCUMENT make_document(PGM_COMMON_XML_ENUM mode)
     return document;
 }
 
-inline void set_custom_db_dir(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& directory)
-{
-    set(object, ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_CUSTOM_DB_DIR, directory}});
-}
-
 // An output file of `type` (its XML value) named "output" in directory "output_dir", with more
 // pairs of the output file group appended (references, subtype, helper device, options).
 inline void add_output_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ENUM type, const PARAMS& more = {})
 {
-    PARAMS params = {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, value_of(type)},
-                     {ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, "output_dir"},
-                     {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "output"}};
-    params.insert(params.end(), more.begin(), more.end());
-    set(object, ZEB_CMD_OPT_OUTPUT_FILE, params);
+    set(object, ZEB_CMD_OPT_OUTPUT_FILE,
+        joined({{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, value_of(type)},
+                {ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, "output_dir"},
+                {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "output"}},
+               more));
 }
 
 // An output file of `type` fed by the bitstream `bitstream_id`.
 inline void add_output_for_bitstream(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ENUM type,
                                      const std::string& bitstream_id, const PARAMS& more = {})
 {
-    PARAMS params = {{ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, bitstream_id}};
-    params.insert(params.end(), more.begin(), more.end());
-    add_output_file(object, type, params);
+    add_output_file(object, type, joined({{ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, bitstream_id}}, more));
 }
 
 // An output file of `type` that programs the flash device `flash_device_id`.
 inline void add_output_for_flash_device(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ENUM type,
                                         const std::string& flash_device_id, const PARAMS& more = {})
 {
-    PARAMS params = {{ZEB_CMD_PARAM_OUTPUT_FILE_FLASH_DEVICE_ID, flash_device_id}};
-    params.insert(params.end(), more.begin(), more.end());
-    add_output_file(object, type, params);
+    add_output_file(object, type, joined({{ZEB_CMD_PARAM_OUTPUT_FILE_FLASH_DEVICE_ID, flash_device_id}}, more));
 }
 
 // A bitstream `id` with one input path, with more pairs of the bitstream group for that path
@@ -164,9 +161,8 @@ inline void add_output_for_flash_device(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMM
 inline void add_bitstream(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& id, const std::string& path,
                           const PARAMS& more = {})
 {
-    PARAMS params = {{ZEB_CMD_PARAM_BITSTREAM_ID, id}, {ZEB_CMD_PARAM_BITSTREAM_PATH, path}};
-    params.insert(params.end(), more.begin(), more.end());
-    set(object, ZEB_CMD_OPT_BITSTREAM, params);
+    set(object, ZEB_CMD_OPT_BITSTREAM,
+        joined({{ZEB_CMD_PARAM_BITSTREAM_ID, id}, {ZEB_CMD_PARAM_BITSTREAM_PATH, path}}, more));
 }
 
 // A raw data file `id` of `type` (PGM_COMMON_XML_ENUM_HEX or PGM_COMMON_XML_ENUM_RBF).
@@ -253,6 +249,7 @@ struct CHECK_ROW
     std::function<void(DOC)> build;
     std::string message;
     bool error = false;
+    int flags = -1; // when set: 1 for "needs a flash loader", plus 2 for "programs a configuration device"
 };
 
 inline void expect_check_rows(const std::vector<CHECK_ROW>& rows)
@@ -266,6 +263,8 @@ inline void expect_check_rows(const std::vector<CHECK_ROW>& rows)
         EXPECT_EQ(result.message, row.message) << row.what;
         EXPECT_EQ(result.valid, row.message.empty()) << row.what;
         EXPECT_EQ(result.error, row.error) << row.what;
+        const int flags = result.flash_loader_required + 2 * result.flash_programming;
+        EXPECT_EQ(row.flags < 0 ? row.flags : flags, row.flags) << row.what;
     }
 }
 

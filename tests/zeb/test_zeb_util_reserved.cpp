@@ -154,22 +154,16 @@ TEST(ZebReserved, FamilyPcfInfo)
     EXPECT_EQ(prog + virt + files, 3u * 0xDEAD);
 }
 
-namespace
-{
-
-// An Active Serial x4 document (passive serial with `passive`) with one bitstream per input path.
-DOCUMENT document_with_inputs(const std::vector<std::string>& inputs, bool passive = false)
-{
-    DOCUMENT document = make_document(passive ? PGM_COMMON_XML_ENUM_PS : PGM_COMMON_XML_ENUM_ASX4);
-    for (size_t i = 0; i < inputs.size(); ++i)
-        add_bitstream(document.get(), "Bitstream_" + std::to_string(i + 1), inputs[i]);
-    return document;
-}
-
-} // namespace
-
 TEST(ZebReservedDocument, ModeBitstreamCountInputTypeAndFamilyComeFromTheDocument)
 {
+    // An Active Serial x4 document (passive serial with `passive`) with one bitstream per input path.
+    const auto document_with_inputs = [](const std::vector<std::string>& inputs, bool passive = false)
+    {
+        DOCUMENT document = make_document(passive ? PGM_COMMON_XML_ENUM_PS : PGM_COMMON_XML_ENUM_ASX4);
+        for (size_t i = 0; i < inputs.size(); ++i)
+            add_bitstream(document.get(), "Bitstream_" + std::to_string(i + 1), inputs[i]);
+        return document;
+    };
     const auto rows = [](const DOCUMENT& document, DEV_FAMILY_ENUM family)
     { return ZEB_UTIL::get_reserved_partitions(document.get(), family); };
     // One image: boot information only; two images on a remote-update family: the update layout.
