@@ -4,12 +4,9 @@
 // database directory) with the rules that follow it, and the reading of address texts.
 #include "test_zeb_util_check_support.h"
 
-#include "pgm/zeb/zeb_db_util.h"
-
 #include <filesystem>
 #include <stdexcept>
 #include <utility>
-#include <vector>
 
 using namespace check_test;
 
@@ -23,32 +20,27 @@ const std::string k_no_assignment = "There is no assignment for any flash partit
 const std::string k_custom_hint = " If this is a custom-defined configuration device, ensure that you have set the "
                                   "correct custom database directory.";
 
-// What a check of one flash device hands back.
-struct FLASH_CHECK
-{
-    bool valid = false;
-    std::string message;
-    bool error = false;
-};
-
-// check_flash_devices for the device `id`, with the inputs and flash families of output `type`.
-FLASH_CHECK check_device(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& id, ZEB_FILE_TYPE type = ZEB_FILE_TYPE_JIC)
+// check_flash_devices for the device `id`, with the inputs and flash families of output `type`; for
+// an empty `id` its document-wide form, over every flash device with the families of `type`.
+CHECK_RESULT check_device(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& id, ZEB_FILE_TYPE type = ZEB_FILE_TYPE_JIC)
 {
     PGM_COMMON_XML_ZEB_FLASH_DEVICE_ID reference;
     EXPECT_TRUE(reference.write_string(id));
-    FLASH_CHECK result;
-    result.valid = ZEB_UTIL::check_flash_devices(object, &reference, ZEB_DB::get_input_file_type(type),
-                                                 ZEB_DB::get_config_device_family(type), result.message, result.error);
+    CHECK_RESULT result;
+    const std::vector<DEV_FAMILY_ENUM> families = ZEB_DB::get_config_device_family(type);
+    result.valid = id.empty() ? ZEB_UTIL::check_flash_devices(object, families, result.message, result.error)
+                              : ZEB_UTIL::check_flash_devices(object, &reference, ZEB_DB::get_input_file_type(type),
+                                                              families, result.message, result.error);
     return result;
 }
 
-// An Active Serial x4 document that writes a JIC for the flash device "Flash_1" of `flash_type`,
+// An Active Serial x4 document that writes a JIC for the serial flash device "Flash_1",
 // with one SRAM object file for 7TR440PA3R1 assigned to partition "P1" behind the boot area.
-DOCUMENT make_jic_document(const SCRATCH_DIR& dir, const std::string& flash_type = "VQ64A")
+DOCUMENT make_jic_document(const SCRATCH_DIR& dir)
 {
     DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
     add_bitstream(document.get(), "Bitstream_1", make_sof(dir, "design.sof", "7TR440PA3R1"));
-    add_flash_device(document.get(), "Flash_1", flash_type);
+    add_flash_device(document.get(), "Flash_1", "VQ64A");
     add_partition(document.get(), "Flash_1", "P1", "0x00040000", "auto");
     assign_bitstream(document.get(), "P1", "Bitstream_1");
     set_flash_loader(document.get(), "7TR440PA3R1");
@@ -80,23 +72,29 @@ protected:
 
 // ---- Flash loader ----------------------------------------------------------------------------------
 
-TEST(FlashLoaderCheck, NeedsTheFlashDevicesContainerAndExactlyOneLoader)
+TEST(FlashLoaderCheck, OneLoaderThatIsAnFpgaOfTheCatalogue)
 {
     std::string message;
     bool error = false;
     DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
     EXPECT_FALSE(ZEB_UTIL::check_flash_loader(document.get(), message, error));
     EXPECT_EQ(message, "Missing configuration device setting. Please add the device into Configuration Device tab.");
-
     add_flash_device(document.get(), "Flash_1", "VQ64A");
     EXPECT_FALSE(ZEB_UTIL::check_flash_loader(document.get(), message, error));
     EXPECT_EQ(message, "Missing flash loader. Please assign the flash loader in Configuration Device tab.");
 
-    set_flash_loader(document.get(), "7TR440PA3R1");
-    message.clear();
-    EXPECT_TRUE(ZEB_UTIL::check_flash_loader(document.get(), message, error));
-    EXPECT_EQ(message, "");
-
+    // FPGAs of the catalogue are loaders; unknown names, names in another case, and flash devices,
+    // which cannot program themselves, are not.
+    const std::pair<const char*, bool> loaders[] = {{"7TR440PA3R1", true}, {"9RX027R1B", true}, {"5ZV066H2", true},
+                                                    {"3ZT085F2", true},    {"7TR999XX", false}, {"7tr440pa3r1", false},
+                                                    {"VQ64A", false},      {"CFI128M", false},  {"", false}};
+    for (const auto& [name, fpga] : loaders)
+    {
+        set_flash_loader(document.get(), name);
+        message.clear();
+        EXPECT_EQ(ZEB_UTIL::check_flash_loader(document.get(), message, error), fpga) << name;
+        EXPECT_EQ(message, fpga ? "" : std::string("Unrecognized flash loader ") + name);
+    }
     // The assistant keeps one loader; a second can only come from elsewhere, and is refused even
     // though both name good loaders.
     auto* second = new PGM_COMMON_XML_ZEB_FLASH_LOADER;
@@ -107,37 +105,12 @@ TEST(FlashLoaderCheck, NeedsTheFlashDevicesContainerAndExactlyOneLoader)
     EXPECT_FALSE(error);
 }
 
-TEST(FlashLoaderCheck, TheLoaderIsAnFpgaOfTheCatalogue)
-{
-    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
-    for (const char* fpga : {"7TR440PA3R1", "9RX027R1B", "5ZV066H2", "3ZT085F2"})
-    {
-        set_flash_loader(document.get(), fpga);
-        std::string message;
-        bool error = false;
-        EXPECT_TRUE(ZEB_UTIL::check_flash_loader(document.get(), message, error)) << fpga << ": " << message;
-    }
-    // Unknown names, names in another case, and flash devices, which cannot program themselves.
-    for (const char* stranger : {"7TR999XX", "7tr440pa3r1", "VQ64A", "CFI128M", ""})
-    {
-        set_flash_loader(document.get(), stranger);
-        std::string message;
-        bool error = false;
-        EXPECT_FALSE(ZEB_UTIL::check_flash_loader(document.get(), message, error)) << stranger;
-        EXPECT_EQ(message, std::string("Unrecognized flash loader ") + stranger);
-    }
-}
-
 // ---- Partition address ranges ------------------------------------------------------------------------
 
 namespace
 {
 
-struct RANGE
-{
-    const char* s_addr;
-    const char* e_addr;
-};
+using RANGE = std::pair<const char*, const char*>; // start and end address texts
 
 // check_partitions over partitions P0, P1, ... of one flash device, in the order given.
 std::pair<bool, std::string> check_ranges(const std::vector<RANGE>& ranges)
@@ -145,7 +118,7 @@ std::pair<bool, std::string> check_ranges(const std::vector<RANGE>& ranges)
     DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
     add_flash_device(document.get(), "Flash_1", "VQ256A");
     for (size_t i = 0; i < ranges.size(); ++i)
-        add_partition(document.get(), "Flash_1", "P" + std::to_string(i), ranges[i].s_addr, ranges[i].e_addr);
+        add_partition(document.get(), "Flash_1", "P" + std::to_string(i), ranges[i].first, ranges[i].second);
     std::string message;
     bool error = false;
     const bool valid = ZEB_UTIL::check_partitions(document.get(), message, error);
@@ -157,7 +130,8 @@ struct OVERLAP_CASE
 {
     const char* what;
     std::vector<RANGE> ranges;
-    const char* message; // "" when the ranges pass
+    const char* range; // the conflicting range and the earlier one it conflicts with; "" when the ranges pass
+    const char* earlier;
 };
 
 } // namespace
@@ -165,64 +139,42 @@ struct OVERLAP_CASE
 TEST(PartitionOverlap, RangesConflictWhenANewEndFallsInsideAnEarlierRange)
 {
     const OVERLAP_CASE cases[] = {
-        {"adjacent ranges", {{"0x0", "0xFFFF"}, {"0x10000", "0x1FFFF"}}, ""},
-        {"the end address is inclusive",
-         {{"0x0", "0xFFFF"}, {"0xFFFF", "0x1FFFF"}},
-         "Flash partition address range [0000ffff-0001ffff] conflicts with range [00000000-0000ffff]"},
-        {"a new end inside",
-         {{"0x10000", "0x1FFFF"}, {"0x8000", "0x10000"}},
-         "Flash partition address range [00008000-00010000] conflicts with range [00010000-0001ffff]"},
-        {"an enclosing range after the enclosed one passes", {{"0x10000", "0x1FFFF"}, {"0x0", "0x2FFFF"}}, ""},
-        {"the enclosed range after the enclosing one",
-         {{"0x0", "0x2FFFF"}, {"0x10000", "0x1FFFF"}},
-         "Flash partition address range [00010000-0001ffff] conflicts with range [00000000-0002ffff]"},
-        {"automatic starts never conflict", {{"auto", "auto"}, {"auto", "0x10000"}, {"auto", "auto"}}, ""},
-        {"an automatic start is not compared with fixed ranges", {{"0x0", "0xFFFFF"}, {"auto", "0x8000"}}, ""},
-        {"an automatic end starting inside",
-         {{"0x20000", "0x2FFFF"}, {"0x20000", "auto"}},
-         "Flash partition address range [00020000-00000000] conflicts with range [00020000-0002ffff]"},
-        {"an automatic end starting behind", {{"0x20000", "0x2FFFF"}, {"0x30000", "auto"}}, ""},
-        {"a range over the start of an earlier automatic end",
-         {{"0x40000", "auto"}, {"0x30000", "0x4FFFF"}},
-         "Flash partition address range [00030000-0004ffff] conflicts with range [00040000-auto]"},
-        {"a range ending on the start of an earlier automatic end",
-         {{"0x40000", "auto"}, {"0x30000", "0x40000"}},
-         "Flash partition address range [00030000-00040000] conflicts with range [00040000-auto]"},
-        {"a range before an earlier automatic end", {{"0x40000", "auto"}, {"0x30000", "0x3FFFF"}}, ""},
-        {"two automatic ends on the same start",
-         {{"0x40000", "auto"}, {"0x40000", "auto"}},
-         "Flash partition address range [00040000-00000000] conflicts with range [00040000-auto]"},
-        {"an automatic end behind an earlier automatic end", {{"0x40000", "auto"}, {"0x50000", "auto"}}, ""},
-        {"an automatic end before an earlier automatic end", {{"0x40000", "auto"}, {"0x30000", "auto"}}, ""},
-        {"the first conflict in list order is reported",
+        {"adjacent", {{"0x0", "0xFFFF"}, {"0x10000", "0x1FFFF"}}, "", ""},
+        {"inclusive end", {{"0x0", "0xFFFF"}, {"0xFFFF", "0x1FFFF"}}, "0000ffff-0001ffff", "00000000-0000ffff"},
+        {"new end inside", {{"0x10000", "0x1FFFF"}, {"0x8000", "0x10000"}}, "00008000-00010000", "00010000-0001ffff"},
+        {"same end", {{"0x10000", "0x1FFFF"}, {"0x8000", "0x1FFFF"}}, "00008000-0001ffff", "00010000-0001ffff"},
+        {"enclosing last", {{"0x10000", "0x1FFFF"}, {"0x0", "0x2FFFF"}}, "", ""},
+        {"enclosed last", {{"0x0", "0x2FFFF"}, {"0x10000", "0x1FFFF"}}, "00010000-0001ffff", "00000000-0002ffff"},
+        {"auto starts", {{"auto", "auto"}, {"auto", "0x10000"}, {"auto", "auto"}}, "", ""},
+        {"auto start, fixed", {{"0x0", "0xFFFFF"}, {"auto", "0x8000"}}, "", ""},
+        {"auto end inside", {{"0x20000", "0x2FFFF"}, {"0x20000", "auto"}}, "00020000-00000000", "00020000-0002ffff"},
+        {"auto end behind", {{"0x20000", "0x2FFFF"}, {"0x30000", "auto"}}, "", ""},
+        {"over auto start", {{"0x40000", "auto"}, {"0x30000", "0x4FFFF"}}, "00030000-0004ffff", "00040000-auto"},
+        {"on auto start", {{"0x40000", "auto"}, {"0x30000", "0x40000"}}, "00030000-00040000", "00040000-auto"},
+        {"before auto end", {{"0x40000", "auto"}, {"0x30000", "0x3FFFF"}}, "", ""},
+        {"two auto ends", {{"0x40000", "auto"}, {"0x40000", "auto"}}, "00040000-00000000", "00040000-auto"},
+        {"auto end after auto", {{"0x40000", "auto"}, {"0x50000", "auto"}}, "", ""},
+        {"auto end before auto", {{"0x40000", "auto"}, {"0x30000", "auto"}}, "", ""},
+        {"first in order",
          {{"0x0", "0xFFFF"}, {"0x10000", "0x1FFFF"}, {"0x8000", "0x18000"}},
-         "Flash partition address range [00008000-00018000] conflicts with range [00000000-0000ffff]"},
-        {"decimal texts are decimal",
+         "00008000-00018000",
+         "00000000-0000ffff"},
+        {"decimal texts",
          {{"0", "65535"}, {"0x10000", "131071"}, {"131071", "0x30000"}},
-         "Flash partition address range [0001ffff-00030000] conflicts with range [00010000-0001ffff]"},
+         "0001ffff-00030000",
+         "00010000-0001ffff"},
     };
     for (const OVERLAP_CASE& c : cases)
     {
         const auto [valid, message] = check_ranges(c.ranges);
-        EXPECT_EQ(valid, std::string(c.message).empty()) << c.what;
-        EXPECT_EQ(message, c.message) << c.what;
+        const std::string conflict =
+            std::string("Flash partition address range [") + c.range + "] conflicts with range [" + c.earlier + "]";
+        EXPECT_EQ(valid, !c.range[0]) << c.what;
+        EXPECT_EQ(message, c.range[0] ? conflict : "") << c.what;
     }
 }
 
-TEST(PartitionOverlap, PartitionsOfEveryFlashDeviceShareOneList)
-{
-    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
-    add_flash_device(document.get(), "Flash_1", "VQ256A");
-    add_flash_device(document.get(), "Flash_2", "VQ256A");
-    add_partition(document.get(), "Flash_1", "A", "0x00000000", "0x0000FFFF");
-    add_partition(document.get(), "Flash_2", "B", "0x00008000", "0x00018000");
-    std::string message;
-    bool error = false;
-    EXPECT_FALSE(ZEB_UTIL::check_partitions(document.get(), message, error));
-    EXPECT_EQ(message, "Flash partition address range [00008000-00018000] conflicts with range [00000000-0000ffff]");
-}
-
-TEST(PartitionOverlap, DocumentsWithoutFlashDevicesOrWithMbrs)
+TEST(PartitionOverlap, DocumentsListsAndTextsThatAreNoNumbers)
 {
     std::string message;
     bool error = false;
@@ -230,28 +182,29 @@ TEST(PartitionOverlap, DocumentsWithoutFlashDevicesOrWithMbrs)
     EXPECT_FALSE(ZEB_UTIL::check_partitions(document.get(), message, error));
     EXPECT_EQ(message, "Missing flash partition");
     EXPECT_FALSE(error);
-
     add_flash_device(document.get(), "Flash_1", "VQ256A");
     EXPECT_TRUE(ZEB_UTIL::check_partitions(document.get(), message, error));
+
+    // The partitions of every flash device share one list.
+    add_flash_device(document.get(), "Flash_2", "VQ256A");
+    add_partition(document.get(), "Flash_1", "A", "0x00000000", "0x0000FFFF");
+    add_partition(document.get(), "Flash_2", "B", "0x00008000", "0x00018000");
+    EXPECT_FALSE(ZEB_UTIL::check_partitions(document.get(), message, error));
+    EXPECT_EQ(message, "Flash partition address range [00008000-00018000] conflicts with range [00000000-0000ffff]");
+
     set(document.get(), ZEB_CMD_OPT_FLASH_DEVICE,
         {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "Flash_1"}, {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_ID, "MBR_1"}});
     EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_partitions(document.get(), message, error); }),
               "Not support mbr partition yet");
     EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_partitions(nullptr, message, error); }), "object");
-}
 
-TEST(PartitionOverlap, AddressTextsThatAreNoNumbersRaiseTheConversionErrors)
-{
     EXPECT_THROW(check_ranges({{"0x0", "0xFFFF"}, {"start", "0x1FFFF"}}), std::invalid_argument);
     EXPECT_THROW(check_ranges({{"0x0", "0x1FFFFFFFF"}}), std::out_of_range);
-}
 
-TEST(PartitionOverlap, TheListGivenMustHoldFixedStartsOnly)
-{
+    // The list given must hold fixed starts only.
     PGM_COMMON_XML_ZEB_PARTITION automatic;
     ASSERT_TRUE(automatic.write_attribute_string("s_addr", "auto"));
     ASSERT_TRUE(automatic.write_attribute_string("e_addr", "auto"));
-    std::string message;
     EXPECT_TRUE(ZEB_UTIL::check_partition_address(0, 0, {}, message));
     EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_partition_address(0, 0xFFFF, {&automatic}, message); }),
               "Should not have 'auto' in filtered partition list");
@@ -259,29 +212,141 @@ TEST(PartitionOverlap, TheListGivenMustHoldFixedStartsOnly)
 
 // ---- Flash device look-up and the rules that follow it -----------------------------------------------
 
-TEST_F(FlashDeviceCheck, AValidJicDocumentPasses)
+TEST_F(FlashDeviceCheck, LookUpThenPagesThenPartitionsThenAssignments)
 {
     SCRATCH_DIR dir;
+    write_custom_database(dir.path() / "custom", "USR_QF128");
+    std::filesystem::create_directories(dir.path() / "empty");
+    const std::string hex = make_file(dir, "data.hex", ":00000001FF\n");
+    const std::string ttf = make_file(dir, "table.ttf", "1, 2, 3\n");
+    const auto type = [](const char* id, const char* name) { return [=](DOC d) { add_flash_device(d, id, name); }; };
+    const auto custom = [&](const char* directory, const char* name)
+    {
+        return [=, &dir](DOC d)
+        {
+            set(d, ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_CUSTOM_DB_DIR, (dir.path() / directory).string()}});
+            add_flash_device(d, "Flash_1", name);
+        };
+    };
+    // A second flash device with partitions Q1 and Q2 and no assignment yet.
+    const auto second = [&](DOC d)
+    {
+        add_flash_device(d, "Flash_2", "VQ64A");
+        add_partition(d, "Flash_2", "Q1", "0x00000000", "0x0000FFFF");
+        add_partition(d, "Flash_2", "Q2", "0x00010000", "auto");
+        add_raw_file(d, "data", hex, PGM_COMMON_XML_ENUM_HEX);
+        add_raw_file(d, "table", ttf, PGM_COMMON_XML_ENUM_TTF);
+    };
+    // A second flash device whose one partition is assigned the raw file `raw_file_id`.
+    const auto lone = [&](DOC d, const char* partition, const char* raw_file_id)
+    {
+        add_flash_device(d, "Flash_2", "VQ64A");
+        add_partition(d, "Flash_2", partition, "auto", "auto");
+        add_raw_file(d, "data", hex, PGM_COMMON_XML_ENUM_HEX);
+        assign_raw_file(d, partition, raw_file_id);
+    };
+    const auto mbr = [](const char* id)
+    {
+        return [=](DOC d) {
+            set(d, ZEB_CMD_OPT_FLASH_DEVICE,
+                {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, id}, {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_ID, "M"}});
+        };
+    };
+    // A second device that no output file programs, with the inputs a flash programming file takes: a
+    // raw binary file is one of them, an image on a page of its own.
+    const std::string rbf = make_rbf(dir, "data.rbf", "7TR440PA3R1");
+    const auto unprogrammed = [&](DOC d)
+    {
+        add_raw_file(d, "image", rbf, PGM_COMMON_XML_ENUM_RBF);
+        add_flash_device(d, "Flash_2", "VQ256A");
+        add_partition(d, "Flash_2", "DATA", "0x00000000", "auto");
+        set(d, ZEB_CMD_OPT_ASSIGNMENT,
+            {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, "DATA"},
+             {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID, "image"},
+             {ZEB_CMD_PARAM_ASSIGNMENT_PAGE, "1"}});
+    };
+    const std::string unknown_custom = "Unrecognized configuration device USR_QF128." + k_custom_hint;
+    struct CASE
+    {
+        const char* what;
+        std::function<void(DOC)> edit;
+        const char* id;
+        std::string message; // "" when the device passes
+        bool error = false;
+        ZEB_FILE_TYPE type = ZEB_FILE_TYPE_JIC;
+    };
+    // clang-format off
+    const CASE cases[] = {
+        {"the JIC document", [](DOC) {}, "Flash_1", ""},
+        {"an unknown id", [](DOC) {}, "Flash_9", "Unknown configuration device ID Flash_9."},
+        {"no type", type("Flash_2", ""), "Flash_2", "Missing configuration device setting."},
+        {"an unknown type", type("Flash_1", "VQ64Z"), "Flash_1", "Unrecognized configuration device VQ64Z."},
+        // Known devices of families that a JIC (serial flash only) cannot program.
+        {"parallel flash", type("Flash_1", "CFI128M"), "Flash_1", "Unrecognized configuration device CFI128M."},
+        {"an FPGA", type("Flash_1", "7TR440PA3R1"), "Flash_1", "Unrecognized configuration device 7TR440PA3R1."},
+        {"a legacy serial flash", type("Flash_1", "VQ16L"), "Flash_1", ""},
+        {"internal flash of an FPGA", type("Internal", "NR08SA"), "Internal",
+         k_missing_partition_hint, false, ZEB_FILE_TYPE_POF},
+        {"a custom device without directory", type("Flash_1", "USR_QF128"), "Flash_1",
+         "Unrecognized configuration device USR_QF128."},
+        {"a custom device", custom("custom", "USR_QF128"), "Flash_1", ""},
+        {"a directory without the device", custom("empty", "USR_QF128"), "Flash_1", unknown_custom},
+        {"a directory that does not exist", custom("missing", "USR_QF128"), "Flash_1", unknown_custom},
+        {"another unknown type with a directory", custom("custom", "USR_QF999"), "Flash_1",
+         "Unrecognized configuration device USR_QF999." + k_custom_hint},
+        {"no partitions", type("Flash_2", "VQ64A"), "Flash_2", k_missing_partition_hint},
+        {"no assignment", second, "Flash_2", k_no_assignment, true},
+        {"one assigned partition among several", [&](DOC d) { second(d); assign_raw_file(d, "Q2", "data"); },
+         "Flash_2", ""},
+        {"the first failing assignment",
+         [&](DOC d) { second(d); assign_raw_file(d, "Q2", "data"); assign_raw_file(d, "Q1", "table"); }, "Flash_2",
+         "Unrecogized raw file type 349"},
+        // The user flash partition is neither checked nor counted; its name compares exactly.
+        {"the user flash partition", [&](DOC d) { lone(d, "UFM", "no_such_raw_file"); }, "Flash_2", k_no_assignment,
+         true},
+        {"a partition named ufm", [&](DOC d) { lone(d, "ufm", "data"); }, "Flash_2", ""},
+        // An MBR without assigned partitions fails on the assignments first.
+        {"an MBR and no assignment", [&](DOC d) { add_flash_device(d, "Flash_2", "VQ64A"); mbr("Flash_2")(d); },
+         "Flash_2", k_no_assignment, true},
+        // Two images on a device with remote update reserve "FACTORY_IMAGE" with pages; a factory
+        // image on page 2 is refused before any partition is looked at.
+        {"the page rules before the partitions", [&](DOC d)
+         {
+             add_bitstream(d, "Bitstream_2", make_sof(dir, "update.sof", "7TR440PA3R1", 0, 2));
+             add_partition(d, "Flash_1", "FACTORY_IMAGE", "auto", "auto");
+             assign_bitstream(d, "FACTORY_IMAGE", "Bitstream_2", 2);
+         },
+         "Flash_1",
+         "FACTORY_IMAGE have been assigned to page 2. However, FACTORY_IMAGE must always be assigned to page 0.", true},
+        // The document-wide form walks every flash device.
+        {"every flash device", [](DOC) {}, "", ""},
+        {"a device that no output file programs", unprogrammed, "", ""},
+        {"a third device of another family", [&](DOC d) { unprogrammed(d); add_flash_device(d, "Flash_3", "CFI128M"); },
+         "", "Unrecognized configuration device CFI128M."},
+    };
+    // clang-format on
+    for (const CASE& c : cases)
+    {
+        DOCUMENT document = make_jic_document(dir);
+        c.edit(document.get());
+        const CHECK_RESULT result = check_device(document.get(), c.id, c.type);
+        EXPECT_EQ(result.message, c.message) << c.what;
+        EXPECT_EQ(result.valid, c.message.empty()) << c.what;
+        EXPECT_EQ(result.error, c.error) << c.what;
+    }
+
+    // The whole check passes a document with a custom device and refuses overlapping partitions.
     DOCUMENT document = make_jic_document(dir);
-    const FLASH_CHECK direct = check_device(document.get(), "Flash_1");
-    EXPECT_TRUE(direct.valid) << direct.message;
-    const CHECK_RESULT result = run_check(document.get());
-    EXPECT_TRUE(result.valid) << result.message;
-}
+    custom("custom", "USR_QF128")(document.get());
+    CHECK_RESULT checked = run_check(document.get());
+    EXPECT_TRUE(checked.valid) << checked.message;
+    add_partition(document.get(), "Flash_1", "P2", "0x00100000", "0x001FFFFF");
+    add_partition(document.get(), "Flash_1", "P3", "0x00180000", "0x0027FFFF");
+    EXPECT_EQ(run_check(document.get()).message,
+              "Flash partition address range [00180000-0027ffff] conflicts with range [00100000-001fffff]");
 
-TEST_F(FlashDeviceCheck, TheReferenceMustNameAFlashDeviceWithAType)
-{
-    SCRATCH_DIR dir;
-    DOCUMENT document = make_jic_document(dir);
-    FLASH_CHECK result = check_device(document.get(), "Flash_9");
-    EXPECT_FALSE(result.valid);
-    EXPECT_EQ(result.message, "Unknown configuration device ID Flash_9.");
-
-    add_flash_device(document.get(), "Flash_2", "");
-    result = check_device(document.get(), "Flash_2");
-    EXPECT_FALSE(result.valid);
-    EXPECT_EQ(result.message, "Missing configuration device setting.");
-
+    mbr("Flash_1")(document.get());
+    EXPECT_EQ(internal_error_of([&] { check_device(document.get(), "Flash_1"); }), "Not support mbr partition yet");
     PGM_COMMON_XML_ZEB_FLASH_DEVICE_ID* none = nullptr;
     std::string message;
     bool error = false;
@@ -290,252 +355,47 @@ TEST_F(FlashDeviceCheck, TheReferenceMustNameAFlashDeviceWithAType)
     EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_flash_devices(nullptr, {}, message, error); }), "object");
 }
 
-TEST_F(FlashDeviceCheck, UnknownTypesAndTypesOfOtherFamilies)
-{
-    SCRATCH_DIR dir;
-    DOCUMENT document = make_jic_document(dir, "VQ64Z");
-    FLASH_CHECK result = check_device(document.get(), "Flash_1");
-    EXPECT_FALSE(result.valid);
-    EXPECT_EQ(result.message, "Unrecognized configuration device VQ64Z.");
-
-    // Known devices whose family the output cannot program: a parallel flash, and an FPGA of the
-    // device database, for a JIC (serial flash only).
-    for (const char* other : {"CFI128M", "7TR440PA3R1"})
-    {
-        add_flash_device(document.get(), "Flash_1", other);
-        result = check_device(document.get(), "Flash_1");
-        EXPECT_FALSE(result.valid) << other;
-        EXPECT_EQ(result.message, std::string("Unrecognized configuration device ") + other + ".");
-    }
-    // Every serial flash of the catalogue, legacy ones included, is one a JIC can program.
-    for (const char* serial : {"VQ16L", "VQ256A", "VQ1024A"})
-    {
-        add_flash_device(document.get(), "Flash_1", serial);
-        result = check_device(document.get(), "Flash_1");
-        EXPECT_TRUE(result.valid) << serial << ": " << result.message;
-    }
-}
-
-TEST_F(FlashDeviceCheck, DevicesWithInternalFlashComeFromTheDeviceDatabase)
-{
-    // The programmer object file also programs the internal flash of an FPGA: its type is found
-    // and its family accepted, so the check goes on to the partitions.
-    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_INTERNAL);
-    add_flash_device(document.get(), "Internal", "NR08SA");
-    const FLASH_CHECK result = check_device(document.get(), "Internal", ZEB_FILE_TYPE_POF);
-    EXPECT_FALSE(result.valid);
-    EXPECT_EQ(result.message, k_missing_partition_hint);
-}
-
-TEST_F(FlashDeviceCheck, CustomDevicesNeedTheDocumentsCustomDirectory)
-{
-    SCRATCH_DIR dir;
-    write_custom_database(dir.path() / "custom", "USR_QF128");
-    std::filesystem::create_directories(dir.path() / "empty");
-
-    // Without a custom directory the device is unknown, and the message does not mention one.
-    DOCUMENT document = make_jic_document(dir, "USR_QF128");
-    FLASH_CHECK result = check_device(document.get(), "Flash_1");
-    EXPECT_FALSE(result.valid);
-    EXPECT_EQ(result.message, "Unrecognized configuration device USR_QF128.");
-
-    set_custom_db_dir(document.get(), (dir.path() / "custom").string());
-    result = check_device(document.get(), "Flash_1");
-    EXPECT_TRUE(result.valid) << result.message;
-    const CHECK_RESULT checked = run_check(document.get());
-    EXPECT_TRUE(checked.valid) << checked.message;
-
-    // A directory without the device, or one that does not exist: the message points at it.
-    for (const char* directory : {"empty", "missing"})
-    {
-        set_custom_db_dir(document.get(), (dir.path() / directory).string());
-        result = check_device(document.get(), "Flash_1");
-        EXPECT_FALSE(result.valid) << directory;
-        EXPECT_EQ(result.message, "Unrecognized configuration device USR_QF128." + k_custom_hint) << directory;
-    }
-    // The hint goes with any unknown type once a directory is set.
-    set_custom_db_dir(document.get(), (dir.path() / "custom").string());
-    add_flash_device(document.get(), "Flash_1", "USR_QF999");
-    result = check_device(document.get(), "Flash_1");
-    EXPECT_EQ(result.message, "Unrecognized configuration device USR_QF999." + k_custom_hint);
-}
-
-TEST_F(FlashDeviceCheck, PartitionsAndAssignments)
-{
-    SCRATCH_DIR dir;
-    DOCUMENT document = make_jic_document(dir);
-    add_flash_device(document.get(), "Flash_2", "VQ64A");
-    FLASH_CHECK result = check_device(document.get(), "Flash_2");
-    EXPECT_FALSE(result.valid);
-    EXPECT_EQ(result.message, k_missing_partition_hint);
-    EXPECT_FALSE(result.error);
-
-    add_partition(document.get(), "Flash_2", "Q1", "0x00000000", "0x0000FFFF");
-    add_partition(document.get(), "Flash_2", "Q2", "0x00010000", "auto");
-    result = check_device(document.get(), "Flash_2");
-    EXPECT_FALSE(result.valid);
-    EXPECT_EQ(result.message, k_no_assignment);
-    EXPECT_TRUE(result.error);
-
-    // One assigned partition among several is enough. (A raw file: a second image of the bitstream
-    // would bring in the rules for several images.)
-    add_raw_file(document.get(), "data", make_file(dir, "data.hex", ":00000001FF\n"), PGM_COMMON_XML_ENUM_HEX);
-    assign_raw_file(document.get(), "Q2", "data");
-    result = check_device(document.get(), "Flash_2");
-    EXPECT_TRUE(result.valid) << result.message;
-
-    // The first failing assignment ends the check with its message.
-    add_raw_file(document.get(), "table", make_file(dir, "table.ttf", "1, 2, 3\n"), PGM_COMMON_XML_ENUM_TTF);
-    assign_raw_file(document.get(), "Q1", "table");
-    result = check_device(document.get(), "Flash_2");
-    EXPECT_FALSE(result.valid);
-    EXPECT_EQ(result.message, "Unrecogized raw file type 349");
-}
-
-TEST_F(FlashDeviceCheck, TheUserFlashPartitionIsNeitherCheckedNorCounted)
-{
-    SCRATCH_DIR dir;
-    DOCUMENT document = make_jic_document(dir);
-    add_flash_device(document.get(), "Flash_2", "VQ64A");
-    add_partition(document.get(), "Flash_2", "UFM", "auto", "auto");
-    // A broken assignment of "UFM" is not looked at, and does not count as an assignment.
-    assign_raw_file(document.get(), "UFM", "no_such_raw_file");
-    FLASH_CHECK result = check_device(document.get(), "Flash_2");
-    EXPECT_FALSE(result.valid);
-    EXPECT_EQ(result.message, k_no_assignment);
-
-    // The name is compared exactly.
-    add_partition(document.get(), "Flash_2", "ufm", "auto", "auto");
-    add_raw_file(document.get(), "data", make_file(dir, "data.hex", ":00000001FF\n"), PGM_COMMON_XML_ENUM_HEX);
-    assign_raw_file(document.get(), "ufm", "data");
-    result = check_device(document.get(), "Flash_2");
-    EXPECT_TRUE(result.valid) << result.message;
-}
-
-TEST_F(FlashDeviceCheck, MbrsAreRefusedOnceThePartitionsPass)
-{
-    SCRATCH_DIR dir;
-    DOCUMENT document = make_jic_document(dir);
-    set(document.get(), ZEB_CMD_OPT_FLASH_DEVICE,
-        {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "Flash_1"}, {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_ID, "MBR_1"}});
-    EXPECT_EQ(internal_error_of([&] { check_device(document.get(), "Flash_1"); }), "Not support mbr partition yet");
-
-    // A device with an MBR and no assigned partition fails on the assignments first.
-    add_flash_device(document.get(), "Flash_2", "VQ64A");
-    set(document.get(), ZEB_CMD_OPT_FLASH_DEVICE,
-        {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "Flash_2"}, {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_ID, "MBR_1"}});
-    const FLASH_CHECK result = check_device(document.get(), "Flash_2");
-    EXPECT_FALSE(result.valid);
-    EXPECT_EQ(result.message, k_no_assignment);
-}
-
-TEST_F(FlashDeviceCheck, ThePageRulesRunBeforeThePartitions)
-{
-    SCRATCH_DIR dir;
-    DOCUMENT document = make_jic_document(dir);
-    // Two images on a device with remote update reserve "FACTORY_IMAGE" with pages; a factory image
-    // on page 2 is refused before any partition is looked at.
-    add_bitstream(document.get(), "Bitstream_2", make_sof(dir, "update.sof", "7TR440PA3R1", 0, 2));
-    add_partition(document.get(), "Flash_1", "FACTORY_IMAGE", "auto", "auto");
-    assign_bitstream(document.get(), "FACTORY_IMAGE", "Bitstream_2", 2);
-    const FLASH_CHECK result = check_device(document.get(), "Flash_1");
-    EXPECT_FALSE(result.valid);
-    EXPECT_EQ(result.message,
-              "FACTORY_IMAGE have been assigned to page 2. However, FACTORY_IMAGE must always be assigned to page 0.");
-    EXPECT_TRUE(result.error);
-}
-
-TEST_F(FlashDeviceCheck, TheDocumentWideFormWalksEveryFlashDevice)
+TEST_F(FlashDeviceCheck, TheDocumentWideFormWithoutOutputFilesTakesWhatFlashFilesTake)
 {
     SCRATCH_DIR dir;
     std::string message;
     bool error = false;
-    const std::vector<DEV_FAMILY_ENUM> serial = ZEB_DB::get_config_device_family(ZEB_FILE_TYPE_JIC);
-    DOCUMENT empty = make_document(PGM_COMMON_XML_ENUM_ASX4);
-    EXPECT_TRUE(ZEB_UTIL::check_flash_devices(empty.get(), serial, message, error));
-
-    DOCUMENT document = make_jic_document(dir);
-    EXPECT_TRUE(ZEB_UTIL::check_flash_devices(document.get(), serial, message, error)) << message;
-
-    // A second device that no output file programs is checked too, with the inputs a flash
-    // programming file takes: a raw binary file is one of them, an image on a page of its own.
-    add_raw_file(document.get(), "data", make_rbf(dir, "data.rbf", "7TR440PA3R1"), PGM_COMMON_XML_ENUM_RBF);
-    add_flash_device(document.get(), "Flash_2", "VQ256A");
-    add_partition(document.get(), "Flash_2", "DATA", "0x00000000", "auto");
-    set(document.get(), ZEB_CMD_OPT_ASSIGNMENT,
-        {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, "DATA"},
-         {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID, "data"},
-         {ZEB_CMD_PARAM_ASSIGNMENT_PAGE, "1"}});
-    EXPECT_TRUE(ZEB_UTIL::check_flash_devices(document.get(), serial, message, error)) << message;
-
-    add_flash_device(document.get(), "Flash_3", "CFI128M");
-    EXPECT_FALSE(ZEB_UTIL::check_flash_devices(document.get(), serial, message, error));
-    EXPECT_EQ(message, "Unrecognized configuration device CFI128M.");
-}
-
-TEST_F(FlashDeviceCheck, WithoutOutputFilesTheDocumentWideFormTakesWhatFlashFilesTake)
-{
-    SCRATCH_DIR dir;
     DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
+    EXPECT_TRUE(ZEB_UTIL::check_flash_devices(document.get(), {DEV_FAMILY_VIVERI}, message, error));
     add_raw_file(document.get(), "data", make_rbf(dir, "data.rbf", "7TR440PA3R1"), PGM_COMMON_XML_ENUM_RBF);
     add_raw_file(document.get(), "table", make_file(dir, "table.ttf", "1, 2, 3\n"), PGM_COMMON_XML_ENUM_TTF);
     add_flash_device(document.get(), "Flash_1", "VQ64A");
     add_partition(document.get(), "Flash_1", "DATA", "0x00000000", "auto");
     assign_raw_file(document.get(), "DATA", "data");
-    std::string message;
-    bool error = false;
     EXPECT_TRUE(ZEB_UTIL::check_flash_devices(document.get(), {DEV_FAMILY_VIVERI}, message, error)) << message;
-
     add_partition(document.get(), "Flash_1", "TABLE", "auto", "auto");
     assign_raw_file(document.get(), "TABLE", "table");
     EXPECT_FALSE(ZEB_UTIL::check_flash_devices(document.get(), {DEV_FAMILY_VIVERI}, message, error));
     EXPECT_EQ(message, "Unrecogized raw file type 349");
 }
 
-TEST_F(FlashDeviceCheck, AnOverlapSurfacesThroughCheck)
-{
-    SCRATCH_DIR dir;
-    DOCUMENT document = make_jic_document(dir);
-    add_partition(document.get(), "Flash_1", "P2", "0x00100000", "0x001FFFFF");
-    add_partition(document.get(), "Flash_1", "P3", "0x00180000", "0x0027FFFF");
-    const CHECK_RESULT result = run_check(document.get());
-    EXPECT_FALSE(result.valid);
-    EXPECT_EQ(result.message,
-              "Flash partition address range [00180000-0027ffff] conflicts with range [00100000-001fffff]");
-}
-
 // ---- Address texts -----------------------------------------------------------------------------------
 
-TEST(ConvertStringToDword, HexadecimalWithTheLowerCasePrefixElseDecimal)
+TEST(ConvertStringToDword, HexadecimalWithTheLowerCasePrefixElseDecimalWithin32Bits)
 {
-    const std::pair<const char*, uint32_t> cases[] = {
-        {"0x1F", 31},
-        {"0x1f", 31},
-        {"31", 31},
-        {"0", 0},
-        {"0x00040000", 0x40000},
-        {"262144", 0x40000},
-        {"0xFFFFFFFF", 0xFFFFFFFF},
-        {"4294967295", 0xFFFFFFFF},
-        {"0x", 0},      // the "0" before the x
-        {"0xg1", 0},    // no hexadecimal digit after the prefix
-        {"0X1F", 0},    // read in base 10: "0", then a stop at "X"
-        {"0x1Fz9", 31}, // reading stops at the first non-digit
-        {"12abc", 12},
-        {"010", 10},    // no octal
-        {"  \t42", 42}, // leading white space in base 10
-        {"+7", 7},
-        {"-1", 0xFFFFFFFF}, // negated modulo 2^32
-        {"-4294967295", 1},
-        {" 0x10", 0}, // the prefix counts only at the very start
-        {"0 x", 0},
+    // Reading stops at the first non-digit; the prefix counts only at the very start and in lower
+    // case ("0X1F" is read in base 10); no octal; leading white space and a sign in base 10; negative
+    // values wrap modulo 2^32.
+    const std::pair<uint32_t, std::vector<const char*>> cases[] = {
+        {0, {"0", "0x", "0xg1", "0X1F", " 0x10", "0 x"}},
+        {31, {"0x1F", "0x1f", "31", "0x1Fz9"}},
+        {0x40000, {"0x00040000", "262144"}},
+        {0xFFFFFFFF, {"0xFFFFFFFF", "4294967295", "-1"}},
+        {12, {"12abc"}},
+        {10, {"010"}},
+        {42, {"  \t42"}},
+        {7, {"+7"}},
+        {1, {"-4294967295"}},
     };
-    for (const auto& [text, value] : cases)
-        EXPECT_EQ(ZEB_UTIL::convert_string_to_dword(text), value) << '"' << text << '"';
-}
-
-TEST(ConvertStringToDword, NoDigitsOrTooLarge)
-{
+    for (const auto& [value, texts] : cases)
+        for (const char* text : texts)
+            EXPECT_EQ(ZEB_UTIL::convert_string_to_dword(text), value) << '"' << text << '"';
+    // No digits, or a value beyond 32 bits.
     for (const char* text : {"", " ", "auto", "x10", "-", "+", "- 1", "\n"})
         EXPECT_THROW(ZEB_UTIL::convert_string_to_dword(text), std::invalid_argument) << '"' << text << '"';
     for (const char* text :

@@ -5,14 +5,8 @@
 // what the type needs, so the table follows the catalogue and the capability tables.
 #include "test_zeb_util_check_support.h"
 
-#include "pgm/zeb/zeb_db_util.h"
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <array>
 #include <optional>
-#include <set>
 
 namespace
 {
@@ -22,26 +16,6 @@ using namespace check_test;
 template <class T> bool contains(const std::vector<T>& list, T value)
 {
     return std::find(list.begin(), list.end(), value) != list.end();
-}
-
-// Combinations that the catalogue cannot make valid, with the reason. Every combination can be
-// built with the shipped catalogue, so the list is empty; a combination that a later catalogue
-// cannot serve fails with the reason from the builder until it is listed here, and a listed one
-// that turns out valid fails as well, so the list cannot outlive its reason.
-struct SKIPPED
-{
-    PGMIO_CONFIG_SCHEME mode;
-    ZEB_FILE_TYPE type;
-    const char* reason;
-};
-constexpr std::array<SKIPPED, 0> SKIP_LIST{};
-
-const char* skip_reason(PGMIO_CONFIG_SCHEME mode, ZEB_FILE_TYPE type)
-{
-    for (const SKIPPED& entry : SKIP_LIST)
-        if (entry.mode == mode && entry.type == type)
-            return entry.reason;
-    return nullptr;
 }
 
 bool is_periphery_type(ZEB_FILE_TYPE type)
@@ -125,38 +99,38 @@ public:
     {
     }
 
-    // Adds what an output of `type` needs; false (with the reason) when the catalogue lacks it.
+    // Adds what an output of `type` needs: a helper image names its device, an output written from a
+    // bitstream reads "b1", and a flash programming file programs a configuration device whose
+    // partition holds "b1"; false (with the reason) when the catalogue lacks such a device.
     bool add(PGM_COMMON_XML_ZEB_ZEB* document, ZEB_FILE_TYPE type, std::string& reason)
     {
         const PGM_COMMON_XML_ENUM xml_type = ZEB_DB::get_xml_enum(type);
-        if (ZEB_DB::get_no_input_file(type))
-        {
-            add_input(document, type);
-            add_output_file(document, xml_type,
-                            {{ZEB_CMD_PARAM_OUTPUT_FILE_SUBTYPE, value_of(PGM_COMMON_XML_ENUM_QSPI)},
-                             {ZEB_CMD_PARAM_OUTPUT_FILE_DEVICE, m_fpga.name}});
-            return true;
-        }
-        if (ZEB_DB::get_config_device_family(type).empty())
-        {
-            add_input(document, type);
-            add_output_for_bitstream(document, xml_type, "b1");
-            return true;
-        }
-        const std::optional<std::string> flash_device = flash_device_for(m_fpga, m_mode, type);
-        if (!flash_device)
+        const bool helper = ZEB_DB::get_no_input_file(type);
+        const bool flash = !helper && !ZEB_DB::get_config_device_family(type).empty();
+        const std::optional<std::string> flash_device =
+            flash ? flash_device_for(m_fpga, m_mode, type) : std::optional<std::string>();
+        if (flash && !flash_device)
         {
             reason = "no configuration device of the catalogue for " + m_fpga.name;
             return false;
         }
         add_input(document, type);
-        add_flash_device(document, "flash", *flash_device);
-        const std::string partition = *flash_device == m_fpga.name ? "CFM0" : "P1";
-        add_partition(document, "flash", partition, "0x00100000", "auto");
-        assign_bitstream(document, partition, "b1");
-        if (ZEB_DB::get_require_flash_loader(type))
-            set_flash_loader(document, m_fpga.name);
-        add_output_for_flash_device(document, xml_type, "flash");
+        if (helper)
+            add_output_file(document, xml_type,
+                            {{ZEB_CMD_PARAM_OUTPUT_FILE_SUBTYPE, value_of(PGM_COMMON_XML_ENUM_QSPI)},
+                             {ZEB_CMD_PARAM_OUTPUT_FILE_DEVICE, m_fpga.name}});
+        else if (!flash)
+            add_output_for_bitstream(document, xml_type, "b1");
+        else
+        {
+            add_flash_device(document, "flash", *flash_device);
+            const std::string partition = *flash_device == m_fpga.name ? "CFM0" : "P1";
+            add_partition(document, "flash", partition, "0x00100000", "auto");
+            assign_bitstream(document, partition, "b1");
+            if (ZEB_DB::get_require_flash_loader(type))
+                set_flash_loader(document, m_fpga.name);
+            add_output_for_flash_device(document, xml_type, "flash");
+        }
         return true;
     }
 
@@ -179,20 +153,6 @@ private:
     PGMIO_CONFIG_SCHEME m_mode;
     const DEV_DEVICE_RECORD& m_fpga;
 };
-
-// The types a document in `mode` can hold: those of the mode's list and the mode-independent ones,
-// each once, when the document has a name for them.
-std::vector<ZEB_FILE_TYPE> nameable_types(PGMIO_CONFIG_SCHEME mode)
-{
-    std::vector<ZEB_FILE_TYPE> types;
-    for (ZEB_FILE_TYPE type : ZEB_DB::get_all_output_file_type_keys())
-    {
-        const bool offered = ZEB_DB::supports_output_file_type(mode, type) || ZEB_DB::get_independent_of_mode(type);
-        if (offered && ZEB_DB::get_xml_enum(type) != PGM_COMMON_XML_ENUM__INVALID__)
-            types.push_back(type);
-    }
-    return types;
-}
 
 // The primary type of `mode` that writes the secondary `type` beside it.
 std::optional<ZEB_FILE_TYPE> primary_of(PGMIO_CONFIG_SCHEME mode, ZEB_FILE_TYPE type)
@@ -228,7 +188,6 @@ TEST(ZebCheckMatrix, EveryNameableTypeOfEveryEnabledModeHasAValidDocument)
 {
     SCRATCH_DIR dir;
     size_t checked = 0;
-    std::set<std::pair<int, int>> skipped;
     for (PGMIO_CONFIG_SCHEME mode : ZEB_DB_UTIL::get_enabled_config_modes())
     {
         const PGM_COMMON_XML_ENUM xml_mode = ZEB_DB::get_xml_enum(mode);
@@ -236,8 +195,13 @@ TEST(ZebCheckMatrix, EveryNameableTypeOfEveryEnabledModeHasAValidDocument)
         // Several widths share one document value; the check driver is then called with the width
         // itself, as a front end that knows it does.
         const bool named_by_document = ZEB_FILE_ASSISTANT::map_enum_to_config_mode(xml_mode) == mode;
-        for (ZEB_FILE_TYPE type : nameable_types(mode))
+        // The types a document in the mode can hold: those of the mode's list and the mode-independent
+        // ones, when the document has a name for them.
+        for (ZEB_FILE_TYPE type : ZEB_DB::get_all_output_file_type_keys())
         {
+            const bool offered = ZEB_DB::supports_output_file_type(mode, type) || ZEB_DB::get_independent_of_mode(type);
+            if (!offered || ZEB_DB::get_xml_enum(type) == PGM_COMMON_XML_ENUM__INVALID__)
+                continue;
             SCOPED_TRACE("mode " + ZEB_DB_UTIL::get_config_scheme_name(mode) + ", type " +
                          ZEB_DB::get_description(type) + " (" + std::to_string(type) + ")");
             ASSERT_EQ(ZEB_DB_UTIL::get_zeb_file_type_enum(ZEB_DB::get_xml_enum(type)), type);
@@ -249,26 +213,16 @@ TEST(ZebCheckMatrix, EveryNameableTypeOfEveryEnabledModeHasAValidDocument)
                 ASSERT_TRUE(primary) << "a secondary type without primary in its mode";
                 types.insert(types.begin(), *primary);
             }
-            std::string reason;
+            // Every combination can be built with the shipped catalogue.
+            std::string reason = "no catalogue device supports the mode and the type";
             DOCUMENT document = make_document(xml_mode);
             const DEV_DEVICE_RECORD* fpga = device_for(mode, types);
             bool built = fpga != nullptr;
-            if (!fpga)
-                reason = "no catalogue device supports the mode and the type";
             for (size_t i = 0; built && i < types.size(); ++i)
                 built = DOCUMENT_RECIPE(dir, mode, *fpga).add(document.get(), types[i], reason);
-
-            if (const char* listed = skip_reason(mode, type))
-            {
-                EXPECT_FALSE(built) << "listed as impossible (" << listed << ") but a document was built";
-                skipped.emplace(mode, type);
-                continue;
-            }
             ASSERT_TRUE(built) << reason;
 
-            bool flag1 = false;
-            bool flag2 = false;
-            bool error = false;
+            bool flag1 = false, flag2 = false, error = false;
             std::string message;
             const bool valid = named_by_document
                                    ? ZEB_UTIL::check(document.get(), flag1, flag2, message, error, false)
@@ -277,11 +231,6 @@ TEST(ZebCheckMatrix, EveryNameableTypeOfEveryEnabledModeHasAValidDocument)
             EXPECT_FALSE(error);
             ++checked;
         }
-    }
-    // Every listed combination was met: the list names nothing that the loop does not reach.
-    for (const SKIPPED& entry : SKIP_LIST)
-    {
-        EXPECT_TRUE(skipped.count({entry.mode, entry.type})) << entry.mode << "/" << entry.type;
     }
     // Ten enabled modes, each with its own list plus the six mode-independent types.
     EXPECT_GE(checked, 10u * 6u);

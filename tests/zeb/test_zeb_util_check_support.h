@@ -6,6 +6,7 @@
 #include "pgm/zeb/platform/bitasm/bitasm.h"
 #include "pgm/zeb/platform/dev/dev.h"
 #include "pgm/zeb/platform/pgmio/pgmio.h"
+#include "pgm/zeb/zeb_db_util.h"
 #include "pgm/zeb/zeb_file_assistant.h"
 #include "pgm/zeb/zeb_util.h"
 #include "test_support.h"
@@ -13,8 +14,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace check_test
 {
@@ -22,6 +25,7 @@ namespace check_test
 using corvane_test::SCRATCH_DIR;
 using DOCUMENT = std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB>;
 using PARAMS = ZEB_FILE_ASSISTANT::PARAM_LIST;
+using DOC = PGM_COMMON_XML_ZEB_ZEB*;
 
 // Payload bytes of the designs made here: small, so that every catalogue device takes them.
 inline constexpr uint64_t DESIGN_SIZE = 4096;
@@ -32,6 +36,13 @@ template <class CALL> std::string internal_error_of(CALL call)
     return corvane_test::internal_error_of(call, "pgm/zeb/zeb_util");
 }
 
+// The pairs of `list` followed by those of `more`.
+inline PARAMS joined(PARAMS list, const PARAMS& more)
+{
+    list.insert(list.end(), more.begin(), more.end());
+    return list;
+}
+
 // A parameter value for an enumerated attribute: its XML value in decimal, as front ends pass it.
 inline std::string value_of(PGM_COMMON_XML_ENUM value)
 {
@@ -40,56 +51,42 @@ inline std::string value_of(PGM_COMMON_XML_ENUM value)
 
 // ---- Input files ---------------------------------------------------------------------------------
 
-// The catalogue device `device_name` and assembler options for a test design; nullptr with a test
-// failure when the catalogue does not know the device.
-inline const PGM_DEVICE* design_options(const std::string& file_name, const std::string& device_name, uint32_t flags,
-                                        uint64_t seed, BITASM_OPTIONS& options)
+// Writes a design for the catalogue device `device_name` with the design flags given (PGMIO_DESIGN_*)
+// into `dir`: an SRAM object file (.sof), or its raw binary configuration data (.rbf) with
+// `raw_binary`; returns its full path, or "" with a test failure.
+inline std::string make_design(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name,
+                               uint32_t flags, uint64_t seed, bool raw_binary)
 {
     const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(device_name);
-    if (!device)
-        ADD_FAILURE() << "no catalogue device " << device_name;
+    BITASM_OPTIONS options;
     options.design_name = file_name;
     options.flags = flags;
     options.seed = seed;
     options.size = DESIGN_SIZE;
-    return device;
+    PGMIO_SOF_IMAGE sof;
+    PGMIO_CONFIG_DATA data;
+    std::string error = "no catalogue device " + device_name;
+    const std::string path = dir.file(file_name);
+    const bool written =
+        device &&
+        (raw_binary ? BITASM_MGR::assemble_configuration_data(*device, options, data, error) &&
+                          PGMIO_RBF::write(path, data, error)
+                    : BITASM_MGR::assemble_sof(*device, options, sof, error) && PGMIO_SOF::write(path, sof, error));
+    if (written)
+        return path;
+    ADD_FAILURE() << file_name << ": " << error;
+    return "";
 }
 
-// Writes an SRAM object file (.sof) for the catalogue device `device_name` with the design flags
-// given (PGMIO_DESIGN_*) into `dir`; returns its full path, or "" with a test failure.
 inline std::string make_sof(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name,
                             uint32_t flags = 0, uint64_t seed = 1)
 {
-    BITASM_OPTIONS options;
-    const PGM_DEVICE* device = design_options(file_name, device_name, flags, seed, options);
-    PGMIO_SOF_IMAGE sof;
-    std::string error;
-    const std::string path = dir.file(file_name);
-    if (!device || !BITASM_MGR::assemble_sof(*device, options, sof, error) || !PGMIO_SOF::write(path, sof, error))
-    {
-        ADD_FAILURE() << file_name << ": " << error;
-        return "";
-    }
-    return path;
+    return make_design(dir, file_name, device_name, flags, seed, false);
 }
 
-// Writes a raw binary file (.rbf) of configuration data for the catalogue device `device_name`;
-// returns its full path, or "" with a test failure.
-inline std::string make_rbf(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name,
-                            uint32_t flags = 0, uint64_t seed = 1)
+inline std::string make_rbf(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name)
 {
-    BITASM_OPTIONS options;
-    const PGM_DEVICE* device = design_options(file_name, device_name, flags, seed, options);
-    PGMIO_CONFIG_DATA data;
-    std::string error;
-    const std::string path = dir.file(file_name);
-    if (!device || !BITASM_MGR::assemble_configuration_data(*device, options, data, error) ||
-        !PGMIO_RBF::write(path, data, error))
-    {
-        ADD_FAILURE() << file_name << ": " << error;
-        return "";
-    }
-    return path;
+    return make_design(dir, file_name, device_name, 0, 1, true);
 }
 
 // Writes a partial-masked SRAM object file (.pmsf): a small region at the start of the core section
@@ -104,12 +101,10 @@ inline std::string make_pmsf(const SCRATCH_DIR& dir, const std::string& file_nam
     pmsf.mask.assign(16, 0xFF);
     std::string error;
     const std::string path = dir.file(file_name);
-    if (!PGMIO_PMSF::write(path, pmsf, error))
-    {
-        ADD_FAILURE() << file_name << ": " << error;
-        return "";
-    }
-    return path;
+    if (PGMIO_PMSF::write(path, pmsf, error))
+        return path;
+    ADD_FAILURE() << file_name << ": " << error;
+    return "";
 }
 
 // Writes a file of any other kind (key files, raw data) with the given content; returns its path.
@@ -136,38 +131,29 @@ inline DOCUMENT make_document(PGM_COMMON_XML_ENUM mode)
     return document;
 }
 
-inline void set_custom_db_dir(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& directory)
-{
-    set(object, ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_CUSTOM_DB_DIR, directory}});
-}
-
 // An output file of `type` (its XML value) named "output" in directory "output_dir", with more
 // pairs of the output file group appended (references, subtype, helper device, options).
 inline void add_output_file(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ENUM type, const PARAMS& more = {})
 {
-    PARAMS params = {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, value_of(type)},
-                     {ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, "output_dir"},
-                     {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "output"}};
-    params.insert(params.end(), more.begin(), more.end());
-    set(object, ZEB_CMD_OPT_OUTPUT_FILE, params);
+    set(object, ZEB_CMD_OPT_OUTPUT_FILE,
+        joined({{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, value_of(type)},
+                {ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, "output_dir"},
+                {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "output"}},
+               more));
 }
 
 // An output file of `type` fed by the bitstream `bitstream_id`.
 inline void add_output_for_bitstream(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ENUM type,
                                      const std::string& bitstream_id, const PARAMS& more = {})
 {
-    PARAMS params = {{ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, bitstream_id}};
-    params.insert(params.end(), more.begin(), more.end());
-    add_output_file(object, type, params);
+    add_output_file(object, type, joined({{ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, bitstream_id}}, more));
 }
 
 // An output file of `type` that programs the flash device `flash_device_id`.
 inline void add_output_for_flash_device(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMMON_XML_ENUM type,
                                         const std::string& flash_device_id, const PARAMS& more = {})
 {
-    PARAMS params = {{ZEB_CMD_PARAM_OUTPUT_FILE_FLASH_DEVICE_ID, flash_device_id}};
-    params.insert(params.end(), more.begin(), more.end());
-    add_output_file(object, type, params);
+    add_output_file(object, type, joined({{ZEB_CMD_PARAM_OUTPUT_FILE_FLASH_DEVICE_ID, flash_device_id}}, more));
 }
 
 // A bitstream `id` with one input path, with more pairs of the bitstream group for that path
@@ -175,9 +161,8 @@ inline void add_output_for_flash_device(PGM_COMMON_XML_ZEB_ZEB* object, PGM_COMM
 inline void add_bitstream(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& id, const std::string& path,
                           const PARAMS& more = {})
 {
-    PARAMS params = {{ZEB_CMD_PARAM_BITSTREAM_ID, id}, {ZEB_CMD_PARAM_BITSTREAM_PATH, path}};
-    params.insert(params.end(), more.begin(), more.end());
-    set(object, ZEB_CMD_OPT_BITSTREAM, params);
+    set(object, ZEB_CMD_OPT_BITSTREAM,
+        joined({{ZEB_CMD_PARAM_BITSTREAM_ID, id}, {ZEB_CMD_PARAM_BITSTREAM_PATH, path}}, more));
 }
 
 // A raw data file `id` of `type` (PGM_COMMON_XML_ENUM_HEX or PGM_COMMON_XML_ENUM_RBF).
@@ -253,6 +238,34 @@ inline CHECK_RESULT run_check(PGM_COMMON_XML_ZEB_ZEB* object, bool report = fals
     result.valid = ZEB_UTIL::check(object, result.flash_loader_required, result.flash_programming, result.message,
                                    result.error, report);
     return result;
+}
+
+// One document of a table: what it shows, its mode (PGM_COMMON_XML_ENUM__INVALID__: no settings),
+// how it is built, and what the whole check says of it ("" when it passes) with the error flag.
+struct CHECK_ROW
+{
+    const char* what;
+    PGM_COMMON_XML_ENUM mode;
+    std::function<void(DOC)> build;
+    std::string message;
+    bool error = false;
+    int flags = -1; // when set: 1 for "needs a flash loader", plus 2 for "programs a configuration device"
+};
+
+inline void expect_check_rows(const std::vector<CHECK_ROW>& rows)
+{
+    for (const CHECK_ROW& row : rows)
+    {
+        DOCUMENT document(row.mode == PGM_COMMON_XML_ENUM__INVALID__ ? DOCUMENT(new PGM_COMMON_XML_ZEB_ZEB)
+                                                                     : make_document(row.mode));
+        row.build(document.get());
+        const CHECK_RESULT result = run_check(document.get());
+        EXPECT_EQ(result.message, row.message) << row.what;
+        EXPECT_EQ(result.valid, row.message.empty()) << row.what;
+        EXPECT_EQ(result.error, row.error) << row.what;
+        const int flags = result.flash_loader_required + 2 * result.flash_programming;
+        EXPECT_EQ(row.flags < 0 ? row.flags : flags, row.flags) << row.what;
+    }
 }
 
 } // namespace check_test

@@ -1,21 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reserved partitions and pages, and the PCF capability masks of a family.
-#include "pgm/zeb/platform/dev/dev.h"
-#include "pgm/zeb/platform/msg/msg.h"
-#include "pgm/zeb/zeb_file_assistant.h"
-#include "pgm/zeb/zeb_util.h"
 #include "test_zeb_util_check_support.h"
-
-#include <gtest/gtest.h>
-
-#include <type_traits>
 
 namespace
 {
 
-static_assert(std::is_aggregate_v<ZEB_UTIL_PARTITION_INFO>);
-
+using namespace check_test;
 using ROWS = std::vector<ZEB_UTIL_PARTITION_INFO>;
+using NAMES = std::vector<std::string>;
 const DEV_DEVICE_ENUM k_none = DEV_DEVICE_INVALID;
 const DEV_DEVICE_ENUM k_generic = static_cast<DEV_DEVICE_ENUM>(867);
 const FIO_FILE_TYPE k_sof = FIO_FILE_TYPE_SOF;
@@ -27,12 +19,17 @@ DEV_DEVICE_ENUM number_of(const char* name)
     return device ? device->get_device() : DEV_DEVICE_INVALID;
 }
 
-std::vector<std::string> names(const ROWS& rows)
+NAMES names(const ROWS& rows)
 {
-    std::vector<std::string> out;
+    NAMES out;
     for (const ZEB_UTIL_PARTITION_INFO& row : rows)
         out.push_back(row.name);
     return out;
+}
+
+std::string range(const ZEB_UTIL_PARTITION_INFO& row)
+{
+    return row.start_address + "-" + row.end_address;
 }
 
 ROWS reserved(PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family = DEV_FAMILY_INVALID,
@@ -43,41 +40,19 @@ ROWS reserved(PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family = DEV_FAMILY_IN
 
 } // namespace
 
-TEST(ZebReserved, ActiveSerialBlockLayoutSingleImage)
+TEST(ZebReserved, ActiveSerialBlockLayouts)
 {
-    const ROWS rows = reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, number_of("7TR440PA3R1"));
-    ASSERT_EQ(rows.size(), 1u);
-    const auto& [name, start, end, fixed_size, extra_space, reserved_flag, in_table, locked, assignable, image, shown,
-                 has_page] = rows[0];
-    EXPECT_EQ(name, "BOOT_INFO");
-    EXPECT_EQ(start, "0x00000000");
-    EXPECT_EQ(end, "0x0003FFFF");
-    EXPECT_EQ(fixed_size, 0u);
-    EXPECT_EQ(extra_space, 0u);
-    EXPECT_TRUE(reserved_flag && in_table && locked);
-    EXPECT_FALSE(assignable || shown || has_page);
-    EXPECT_EQ(image, 0u);
-}
-
-TEST(ZebReserved, ActiveSerialBlockLayoutSeveralImages)
-{
+    const ROWS single = reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, number_of("7TR440PA3R1"));
+    ASSERT_EQ(names(single), NAMES{"BOOT_INFO"});
+    EXPECT_EQ(range(single[0]), "0x00000000-0x0003FFFF");
     for (PGMIO_CONFIG_SCHEME scheme : {PGMIO_CONFIG_SCHEME_AS, PGMIO_CONFIG_SCHEME_AS_X4})
     {
         const ROWS rows = reserved(scheme, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true);
-        ASSERT_EQ(names(rows),
-                  (std::vector<std::string>{"BOOT_INFO", "FACTORY_IMAGE", "SPT0", "SPT1", "CPB0", "CPB1"}));
-        EXPECT_EQ(rows[0].end_address, "0x0004FFFF");
-        EXPECT_EQ(rows[1].start_address, "0x00050000");
-        EXPECT_EQ(rows[1].end_address, "auto");
-        EXPECT_EQ(rows[1].extra_space, 0x40000u);
-        EXPECT_TRUE(rows[1].assignable && rows[1].has_page && !rows[1].locked);
+        ASSERT_EQ(names(rows), (NAMES{"BOOT_INFO", "FACTORY_IMAGE", "SPT0", "SPT1", "CPB0", "CPB1"}));
+        EXPECT_EQ(range(rows[0]), "0x00000000-0x0004FFFF");
+        EXPECT_EQ(range(rows[1]), "0x00050000-auto");
         for (size_t i = 2; i < rows.size(); ++i)
-        {
-            EXPECT_EQ(rows[i].start_address, "auto");
-            EXPECT_EQ(rows[i].end_address, "auto");
-            EXPECT_EQ(rows[i].fixed_size, 0x8000u);
-            EXPECT_TRUE(rows[i].locked && !rows[i].shown && !rows[i].has_page);
-        }
+            EXPECT_EQ(range(rows[i]), "auto-auto") << rows[i].name;
         // The boot information is shown only for several images from a raw binary input.
         EXPECT_FALSE(rows[0].shown);
         EXPECT_TRUE(reserved(scheme, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true, FIO_FILE_TYPE_RBF)[0].shown);
@@ -100,19 +75,14 @@ TEST(ZebReserved, DeviceOrFamilySelectsTheRecord)
     EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_GENERIC, k_none).empty());
     EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_INVALID, k_generic).empty());
     EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, static_cast<DEV_FAMILY_ENUM>(99), k_none).empty());
-}
 
-TEST(ZebReserved, BootHeaderFamiliesAndOthers)
-{
+    // The boot header families.
     for (DEV_FAMILY_ENUM family : {DEV_FAMILY_ROGIRA, DEV_FAMILY_DESIDI})
     {
         const ROWS rows = reserved(PGMIO_CONFIG_SCHEME_AS_X4, family, k_none, true, FIO_FILE_TYPE_RBF);
-        ASSERT_EQ(rows.size(), 1u) << family;
-        EXPECT_EQ(rows[0].name, "BOOT_INFO");
-        EXPECT_EQ(rows[0].start_address, "0x00000000");
-        EXPECT_EQ(rows[0].end_address, "0x00000020");
-        EXPECT_TRUE(rows[0].locked);
-        EXPECT_FALSE(rows[0].shown || rows[0].has_page);
+        ASSERT_EQ(names(rows), NAMES{"BOOT_INFO"}) << family;
+        EXPECT_EQ(range(rows[0]), "0x00000000-0x00000020");
+        EXPECT_FALSE(rows[0].shown);
     }
     EXPECT_EQ(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, number_of("4RG180K1")).size(), 1u);
     EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZUVOKO).empty());
@@ -123,29 +93,16 @@ TEST(ZebReserved, OptionsAreaAndInternalImages)
 {
     for (int scheme = -1; scheme <= 26; ++scheme)
     {
-        const ROWS rows = reserved(static_cast<PGMIO_CONFIG_SCHEME>(scheme), DEV_FAMILY_ZIZIRA);
-        const bool options = scheme == 0 || (scheme >= 10 && scheme <= 12) || (scheme >= 20 && scheme <= 22);
-        if (options)
-        {
-            ASSERT_EQ(rows.size(), 1u) << scheme;
-            EXPECT_EQ(rows[0].name, "OPTIONS");
-            EXPECT_EQ(rows[0].start_address, "auto");
-            EXPECT_TRUE(rows[0].shown && !rows[0].in_partition_table && !rows[0].locked) << scheme;
-        }
+        NAMES expected;
+        if (scheme == 0 || (scheme >= 10 && scheme <= 12) || (scheme >= 20 && scheme <= 22))
+            expected = {"OPTIONS"};
         else if (scheme >= 15 && scheme <= 18)
-        {
-            EXPECT_EQ(names(rows), (std::vector<std::string>{"UFM", "CFM0"})) << scheme;
-        }
+            expected = {"UFM", "CFM0"};
         else if (scheme == 19)
-        {
-            ASSERT_EQ(names(rows), (std::vector<std::string>{"UFM", "CFM1", "CFM0"}));
-            EXPECT_EQ(rows[1].image_index, 1u);
-            EXPECT_EQ(rows[2].image_index, 0u);
-        }
-        else if (scheme != 7 && scheme != 13)
-        {
-            EXPECT_TRUE(rows.empty()) << scheme;
-        }
+            expected = {"UFM", "CFM1", "CFM0"};
+        else if (scheme == 7 || scheme == 13)
+            continue;
+        EXPECT_EQ(names(reserved(static_cast<PGMIO_CONFIG_SCHEME>(scheme), DEV_FAMILY_ZIZIRA)), expected) << scheme;
     }
 }
 
@@ -197,79 +154,42 @@ TEST(ZebReserved, FamilyPcfInfo)
     EXPECT_EQ(prog + virt + files, 3u * 0xDEAD);
 }
 
-namespace
+TEST(ZebReservedDocument, ModeBitstreamCountInputTypeAndFamilyComeFromTheDocument)
 {
-
-using corvane_test::SCRATCH_DIR;
-using DOCUMENT = std::unique_ptr<PGM_COMMON_XML_ZEB_ZEB>;
-
-// A document in mode `mode` with one bitstream per input path given.
-DOCUMENT document_with_inputs(const char* mode, const std::vector<std::string>& inputs)
-{
-    DOCUMENT document(new PGM_COMMON_XML_ZEB_ZEB);
-    if (mode)
+    // An Active Serial x4 document (passive serial with `passive`) with one bitstream per input path.
+    const auto document_with_inputs = [](const std::vector<std::string>& inputs, bool passive = false)
     {
-        EXPECT_TRUE(
-            ZEB_FILE_ASSISTANT::set(document.get(), ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_MODE, mode}}));
-    }
-    for (size_t i = 0; i < inputs.size(); ++i)
-        EXPECT_TRUE(ZEB_FILE_ASSISTANT::set(document.get(), ZEB_CMD_OPT_BITSTREAM,
-                                            {{ZEB_CMD_PARAM_BITSTREAM_ID, "Bitstream_" + std::to_string(i + 1)},
-                                             {ZEB_CMD_PARAM_BITSTREAM_PATH, inputs[i]}}));
-    return document;
-}
-
-std::vector<std::string> names_of(const std::vector<ZEB_UTIL_PARTITION_INFO>& rows)
-{
-    std::vector<std::string> names;
-    for (const ZEB_UTIL_PARTITION_INFO& row : rows)
-        names.push_back(row.name);
-    return names;
-}
-
-} // namespace
-
-TEST(ZebReservedDocument, ModeBitstreamCountAndInputTypeComeFromTheDocument)
-{
-    const std::string asx4 = std::to_string(PGM_COMMON_XML_ENUM_ASX4);
+        DOCUMENT document = make_document(passive ? PGM_COMMON_XML_ENUM_PS : PGM_COMMON_XML_ENUM_ASX4);
+        for (size_t i = 0; i < inputs.size(); ++i)
+            add_bitstream(document.get(), "Bitstream_" + std::to_string(i + 1), inputs[i]);
+        return document;
+    };
+    const auto rows = [](const DOCUMENT& document, DEV_FAMILY_ENUM family)
+    { return ZEB_UTIL::get_reserved_partitions(document.get(), family); };
     // One image: boot information only; two images on a remote-update family: the update layout.
-    DOCUMENT single = document_with_inputs(asx4.c_str(), {"a.sof"});
-    EXPECT_EQ(names_of(ZEB_UTIL::get_reserved_partitions(single.get(), DEV_FAMILY_RERATI)),
-              (std::vector<std::string>{"BOOT_INFO"}));
-    DOCUMENT two = document_with_inputs(asx4.c_str(), {"a.sof", "b.sof"});
-    EXPECT_EQ(names_of(ZEB_UTIL::get_reserved_partitions(two.get(), DEV_FAMILY_RERATI)),
-              (std::vector<std::string>{"BOOT_INFO", "FACTORY_IMAGE", "SPT0", "SPT1", "CPB0", "CPB1"}));
+    DOCUMENT single = document_with_inputs({"a.sof"});
+    EXPECT_EQ(names(rows(single, DEV_FAMILY_RERATI)), NAMES{"BOOT_INFO"});
+    DOCUMENT two = document_with_inputs({"a.sof", "b.sof"});
+    EXPECT_EQ(names(rows(two, DEV_FAMILY_RERATI)),
+              (NAMES{"BOOT_INFO", "FACTORY_IMAGE", "SPT0", "SPT1", "CPB0", "CPB1"}));
     EXPECT_TRUE(ZEB_UTIL::partition_has_page(two.get(), "FACTORY_IMAGE", DEV_FAMILY_RERATI));
     EXPECT_FALSE(ZEB_UTIL::partition_has_page(two.get(), "SPT0", DEV_FAMILY_RERATI));
     EXPECT_TRUE(ZEB_UTIL::partition_has_page(single.get(), "SPT0", DEV_FAMILY_RERATI)); // a user partition here
     // Several bitstreams on a family without remote update stay a single image.
-    EXPECT_TRUE(ZEB_UTIL::get_reserved_partitions(two.get(), DEV_FAMILY_ZUVOKO).empty());
-
+    EXPECT_TRUE(rows(two, DEV_FAMILY_ZUVOKO).empty());
     // The first input's file type decides whether the boot information is shown.
-    DOCUMENT raw_binary = document_with_inputs(asx4.c_str(), {"a.rbf", "b.sof"});
-    EXPECT_TRUE(ZEB_UTIL::get_reserved_partitions(raw_binary.get(), DEV_FAMILY_ZIZIRA)[0].shown);
-    EXPECT_FALSE(ZEB_UTIL::get_reserved_partitions(two.get(), DEV_FAMILY_ZIZIRA)[0].shown);
-
+    EXPECT_TRUE(rows(document_with_inputs({"a.rbf", "b.sof"}), DEV_FAMILY_ZIZIRA)[0].shown);
+    EXPECT_FALSE(rows(two, DEV_FAMILY_ZIZIRA)[0].shown);
     // Without bitstreams the passive schemes still have their options area.
-    DOCUMENT passive = document_with_inputs(std::to_string(PGM_COMMON_XML_ENUM_PS).c_str(), {});
-    EXPECT_EQ(names_of(ZEB_UTIL::get_reserved_partitions(passive.get(), DEV_FAMILY_ZIZIRA)),
-              (std::vector<std::string>{"OPTIONS"}));
-}
+    EXPECT_EQ(names(rows(document_with_inputs({}, true), DEV_FAMILY_ZIZIRA)), NAMES{"OPTIONS"});
 
-TEST(ZebReservedDocument, FamilyOfTheFirstInputFile)
-{
+    // The family is that of the first input; with no input, or a first input that does not pass its
+    // precheck, the generic family.
     SCRATCH_DIR dir;
-    ASSERT_FALSE(check_test::make_sof(dir, "design.sof", "9RX027R1B").empty());
-    corvane_test::write_file(dir.file("broken.sof"), "not an object file");
-
-    const std::string mode = std::to_string(PGM_COMMON_XML_ENUM_ASX4);
-    EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs(mode.c_str(), {dir.file("design.sof")}).get()),
-              DEV_FAMILY_RERATI);
-    // No input, or a first input that does not pass its precheck: the generic family.
-    EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs(mode.c_str(), {}).get()), DEV_FAMILY_GENERIC);
-    EXPECT_EQ(ZEB_UTIL::get_family(
-                  document_with_inputs(mode.c_str(), {dir.file("broken.sof"), dir.file("design.sof")}).get()),
-              DEV_FAMILY_GENERIC);
-    EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs(mode.c_str(), {dir.file("absent.sof")}).get()),
-              DEV_FAMILY_GENERIC);
+    const std::string design = make_sof(dir, "design.sof", "9RX027R1B");
+    const std::string broken = make_file(dir, "broken.sof", "not an object file");
+    EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs({design}).get()), DEV_FAMILY_RERATI);
+    EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs({}).get()), DEV_FAMILY_GENERIC);
+    EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs({broken, design}).get()), DEV_FAMILY_GENERIC);
+    EXPECT_EQ(ZEB_UTIL::get_family(document_with_inputs({dir.file("absent.sof")}).get()), DEV_FAMILY_GENERIC);
 }
