@@ -248,6 +248,11 @@ TEST(Assembler, RefusesWhatTheDeviceCannotTake)
     options.size = 10;
     EXPECT_FALSE(BITASM_MGR::assemble_configuration_data(device("5ZV066H2"), options, data, error));
     EXPECT_NE(error.find("too small, at least 64"), std::string::npos);
+    options.size = 1000;
+    options.utilization = 101;
+    EXPECT_FALSE(BITASM_MGR::assemble_configuration_data(device("5ZV066H2"), options, data, error));
+    EXPECT_NE(error.find("it is 0 to 100"), std::string::npos) << error;
+    options.utilization = 30;
     const uint64_t capacity = device("3ZT085F2").get_fpga_record()->config_data_size;
     options.size = capacity + 1;
     EXPECT_FALSE(BITASM_MGR::assemble_configuration_data(device("3ZT085F2"), options, data, error));
