@@ -70,8 +70,9 @@ std::map<std::string, std::vector<std::string>> read_map(const std::string& path
 }
 
 // Hex records counting down put the last byte at the start address; srec_cat and objcopy read back the
-// configuration data's bytes. (Counting up, and the other host formats, are proven by generation.)
-TEST(PgmconvWriters, HexRecordsCountingDownHoldTheRbfBytes)
+// configuration data's bytes. (Counting up, and the bytes of the other host formats, are proven by
+// generation.)
+TEST(PgmconvWriters, HexRecordsCountingDownAndDecimalTextLines)
 {
     SCRATCH_DIR dir;
     const std::string rbf = make_sof(dir.file("d.sof"), "5ZV066H2", 70000, 3);
@@ -87,6 +88,13 @@ TEST(PgmconvWriters, HexRecordsCountingDownHoldTheRbfBytes)
     shell("objcopy -I ihex -O binary '" + out + "' '" + dir.file("o.bin") + "'");
     EXPECT_TRUE(read_file(dir.file("s.bin")) == rbf);
     EXPECT_TRUE(read_file(dir.file("o.bin")) == rbf);
+    // The decimal text holds 16 values a line.
+    auto text = new_ccf(dir.file("d.ttf"));
+    text->get_file_options()->write_ttf = true;
+    ASSERT_TRUE(text->add_sof_file(FIO_PATH(dir.file("d.sof")), 0, 0, 0));
+    ASSERT_TRUE(PGMIO_F2P::convert_sram_files(*text)) << text->get_error();
+    const std::string ttf = read_file(dir.file("d.ttf"));
+    EXPECT_EQ(std::count(ttf.begin(), ttf.begin() + long(ttf.find('\n')), ','), 16);
 }
 
 // A binary data file of `size` bytes.
