@@ -7,19 +7,6 @@
 
 using namespace corvane_test;
 
-namespace
-{
-
-PGMIO_BYTES unhex(const std::string& text)
-{
-    PGMIO_BYTES bytes;
-    for (size_t i = 0; i + 1 < text.size(); i += 2)
-        bytes.push_back(uint8_t(std::stoul(text.substr(i, 2), nullptr, 16)));
-    return bytes;
-}
-
-} // namespace
-
 TEST(PgmsecPrimitives, KnownAnswersAndLz4FrameReadByTheLz4Tool)
 {
     // The published AES-GCM test case 16 (AES-256, 96-bit IV, additional data).

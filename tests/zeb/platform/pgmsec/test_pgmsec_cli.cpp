@@ -253,9 +253,7 @@ TEST(PgmsecCli, SecretsStayOutOfOutputsAndLogs)
           "--info --json '" + f.file("out.rbf") + "'", "--info '" + f.file("k.hek") + "'"})
         logs += corvane(args).output();
     unsetenv("CORVANE_DEBUG");
-    PGMIO_BYTES key;
-    for (size_t i = 0; i < k_key_hex.size(); i += 2)
-        key.push_back(uint8_t(std::stoul(k_key_hex.substr(i, 2), nullptr, 16)));
+    const PGMIO_BYTES key = unhex(k_key_hex);
     write_file(f.file("key.bin"), std::string(key.begin(), key.end()));
     ASSERT_EQ(shell("base64 -w0 '" + f.file("key.bin") + "' > '" + f.file("key.b64") + "'"), 0);
     std::string upper = k_key_hex;
