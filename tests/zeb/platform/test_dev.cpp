@@ -294,7 +294,8 @@ TEST_F(DevCustomDir, MalformedFileIsReportedWithItsName)
         {replace_first(good, R"("name": "USR_QF128")", R"("name": "VQ64A")"), "already a device of the catalogue"},
         {replace_first(good, R"("page_size": 256)", R"("page_size": "0x123456789012345678901")"), "not a number"},
         {replace_first(good, R"("page_size": 256)", R"("page_size": 256, "sector_erase_us": 0)"), "must not be 0"},
-        {replace_first(good, R"("page_size": 256)", R"("page_size": 256, "page_program_us": 60000001)"), "page_program_us"},
+        {replace_first(good, R"("page_size": 256)", R"("page_size": 256, "page_program_us": 60000001)"),
+         "page_program_us"},
     };
     for (const auto& [content, expected] : cases)
     {
