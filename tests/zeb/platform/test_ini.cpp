@@ -56,7 +56,7 @@ const char* timing_switch_name()
 
 } // namespace
 
-TEST_F(IniTest, LaterLayersWin)
+TEST_F(IniTest, LaterLayersWinUntilReload)
 {
     write("corvane.ini", "ONLY_CWD=cwd\nSHARED=cwd\n");
     write(m_dir / "named.ini", "SHARED=named\nONLY_NAMED=named\n");
@@ -77,17 +77,13 @@ TEST_F(IniTest, LaterLayersWin)
     PGM_COMMON_INI::reload();
     EXPECT_EQ(PGM_COMMON_INI::get_value("SHARED"), "cwd");
     EXPECT_FALSE(PGM_COMMON_INI::get_value("ONLY_NAMED").has_value());
-}
 
-TEST_F(IniTest, FilesAreReadOnceUntilReload)
-{
-    write("corvane.ini", "NAME=first\n");
-    EXPECT_EQ(PGM_COMMON_INI::get_value("NAME"), "first");
-    write("corvane.ini", "NAME=second\n");
-    EXPECT_EQ(PGM_COMMON_INI::get_value("NAME"), "first");
+    // Files are read once until a reload, which also drops overrides.
+    write("corvane.ini", "SHARED=second\n");
     PGM_COMMON_INI::set_value("OTHER", "x");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("SHARED"), "cwd");
     PGM_COMMON_INI::reload();
-    EXPECT_EQ(PGM_COMMON_INI::get_value("NAME"), "second");
+    EXPECT_EQ(PGM_COMMON_INI::get_value("SHARED"), "second");
     EXPECT_FALSE(PGM_COMMON_INI::get_value("OTHER").has_value());
 }
 
@@ -164,44 +160,38 @@ TEST_F(IniTest, EncryptedBooleanHonoursCurrentAndLegacyName)
     EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_boolean(5, true, false));
 }
 
+// Rows: the switch's text, whether expiry is honoured, the outcome with default off, and the expiry
+// date reported. Today is 2024-03-15; a switch is on through its last day; a malformed date is off.
 TEST_F(IniTest, TimingSwitchIsOnUntilItsLastDay)
 {
     const std::tm today = date(2024, 3, 15);
-    std::string expiry;
-    const auto timing = [&](bool honour)
-    { return PGM_COMMON_INI::get_encrypted_timing_boolean(1, false, honour, false, &today, &expiry); };
-
-    EXPECT_FALSE(timing(true));
+    EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, false, true, false, &today, nullptr));
     EXPECT_TRUE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, true, true, false, &today, nullptr));
-
-    PGM_COMMON_INI::set_value(timing_switch_name(), "ON");
-    EXPECT_TRUE(timing(true));
-    EXPECT_EQ(expiry, "");
-
-    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2024-03-15");
-    EXPECT_TRUE(timing(true));
-    EXPECT_EQ(expiry, "2024-03-15");
-
-    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2024-03-14");
-    EXPECT_FALSE(timing(true));
-    EXPECT_TRUE(timing(false));
-    EXPECT_EQ(expiry, "2024-03-14");
-
-    // Later years and months compare as later, whatever the day.
-    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2025-01-01");
-    EXPECT_TRUE(timing(true));
-    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2024-02-29");
-    EXPECT_FALSE(timing(true));
-    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2024-04-01");
-    EXPECT_TRUE(timing(true));
-
+    const struct
+    {
+        const char* value;
+        bool honour, on;
+        std::string expiry;
+    } cases[] = {
+        {"ON", true, true, ""},
+        {"ON@2024-03-15", true, true, "2024-03-15"},
+        {"ON@2024-03-14", true, false, "2024-03-14"},
+        {"ON@2024-03-14", false, true, "2024-03-14"},
+        {"ON@2025-01-01", true, true, "2025-01-01"},
+        {"ON@2024-02-29", true, false, "2024-02-29"},
+        {"ON@2024-04-01", true, true, "2024-04-01"},
+        {"ON@2028-02-29", true, true, "2028-02-29"}, // a leap day is a real date
+    };
+    for (const auto& c : cases)
+    {
+        PGM_COMMON_INI::set_value(timing_switch_name(), c.value);
+        std::string expiry = "stale";
+        EXPECT_EQ(PGM_COMMON_INI::get_encrypted_timing_boolean(1, false, c.honour, false, &today, &expiry), c.on)
+            << c.value;
+        EXPECT_EQ(expiry, c.expiry) << c.value;
+    }
     PGM_COMMON_INI::set_value(timing_switch_name(), "OFF@2099-01-01");
-    EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, true, true, false, &today, &expiry));
-}
-
-TEST_F(IniTest, TimingSwitchWithMalformedDateIsOff)
-{
-    const std::tm today = date(2024, 3, 15);
+    EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, true, true, false, &today, nullptr));
     for (const char* value : {"ON@2024-02-30", "ON@2023-02-29", "ON@2024-13-01", "ON@2024-00-10", "ON@24-3-1",
                               "ON@2024/12/31", "ON@", "ON@2024-12-31x", "ON@tomorrow"})
     {
@@ -209,9 +199,6 @@ TEST_F(IniTest, TimingSwitchWithMalformedDateIsOff)
         EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, true, true, false, &today, nullptr)) << value;
         EXPECT_FALSE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, true, false, false, &today, nullptr)) << value;
     }
-    // A leap day is a real date.
-    PGM_COMMON_INI::set_value(timing_switch_name(), "ON@2028-02-29");
-    EXPECT_TRUE(PGM_COMMON_INI::get_encrypted_timing_boolean(1, false, true, false, &today, nullptr));
 }
 
 TEST_F(IniTest, ExpiredTimingSwitchIsReportedOnlyWhenAsked)

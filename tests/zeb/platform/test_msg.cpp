@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Message library: formatting, registry, sinks, internal errors and the debug log.
 #include "pgm/zeb/platform/msg/msg.h"
+#include "test_support.h"
 
 #include <gtest/gtest.h>
 
@@ -62,71 +63,45 @@ TEST(MsgFormat, PlaceholdersByNumber)
         EXPECT_EQ(msg_format(c.pattern, c.args), c.expected) << c.pattern;
 }
 
-TEST(MsgRegistry, PostFillsTheRecordIntoTheCurrentSink)
+// A post fills the record into the innermost capture sink; registering a table twice is harmless, a
+// conflicting table and an unregistered number are internal errors that register or post nothing.
+TEST(MsgRegistry, PostsRegistrationsAndConflicts)
 {
     register_test_messages();
-    MSG_CAPTURE_SINK capture;
-    msg_post(990001, {"design.sof", "Bad header."});
-    msg_post(990002);
-    ASSERT_EQ(capture.messages().size(), 2u);
-    const MSG_POSTED& first = capture.messages()[0];
-    EXPECT_EQ(first.number, 990001);
-    EXPECT_EQ(first.identifier, "ETEST_TWO_ARGUMENTS");
-    EXPECT_EQ(first.kind, MSG_KIND_ERROR);
-    EXPECT_EQ(first.text, "File design.sof is corrupted. Bad header.");
-    EXPECT_EQ(capture.messages()[1].kind, MSG_KIND_WARNING);
-    EXPECT_EQ(capture.messages()[1].text, "Watch out for %1!s!");
-    EXPECT_EQ(capture.count("ETEST_TWO_ARGUMENTS"), 1u);
-    EXPECT_EQ(capture.count("ENOT_POSTED"), 0u);
-    capture.clear();
-    EXPECT_TRUE(capture.messages().empty());
-}
-
-TEST(MsgRegistry, RegisteringTwiceIsHarmlessButAConflictIsAnInternalError)
-{
-    register_test_messages();
-    register_test_messages();
-    const MSG_RECORD conflicting[] = {
-        {990010, "ETEST_FRESH", MSG_KIND_ERROR, "would be new"},
-        {990001, "ETEST_OTHER", MSG_KIND_ERROR, "different text"},
-    };
-    MSG_CAPTURE_SINK capture;
-    EXPECT_THROW(msg_register_table(conflicting, std::size(conflicting)), MSG_INTERNAL_ERROR);
-    // Nothing of a conflicting table is registered, and the old row stands.
-    EXPECT_EQ(msg_find(990010), nullptr);
-    ASSERT_NE(msg_find(990001), nullptr);
-    EXPECT_STREQ(msg_find(990001)->identifier, "ETEST_TWO_ARGUMENTS");
-}
-
-TEST(MsgRegistry, UnregisteredNumberIsAnInternalError)
-{
-    MSG_CAPTURE_SINK capture;
-    EXPECT_EQ(msg_find(987654), nullptr);
-    EXPECT_THROW(msg_post(987654, {"x"}), MSG_INTERNAL_ERROR);
-    EXPECT_TRUE(capture.messages().empty());
-}
-
-TEST(MsgSinks, CaptureSinksNestAndRestore)
-{
     register_test_messages();
     MSG_SINK* original = msg_get_sink();
     {
-        MSG_CAPTURE_SINK outer;
-        EXPECT_EQ(msg_get_sink(), &outer);
+        MSG_CAPTURE_SINK capture;
         {
             MSG_CAPTURE_SINK inner;
-            EXPECT_EQ(msg_get_sink(), &inner);
             msg_post(990003, {"inner"});
             EXPECT_EQ(inner.messages().size(), 1u);
-            EXPECT_TRUE(outer.messages().empty());
         }
-        EXPECT_EQ(msg_get_sink(), &outer);
-        msg_post(990003, {"outer"});
-        ASSERT_EQ(outer.messages().size(), 1u);
-        EXPECT_EQ(outer.messages()[0].text, "Saved outer");
+        EXPECT_EQ(msg_get_sink(), &capture);
+        msg_post(990001, {"design.sof", "Bad header."});
+        msg_post(990002);
+        ASSERT_EQ(capture.messages().size(), 2u);
+        const MSG_POSTED& first = capture.messages()[0];
+        EXPECT_EQ(first.number, 990001);
+        EXPECT_EQ(first.identifier, "ETEST_TWO_ARGUMENTS");
+        EXPECT_EQ(first.kind, MSG_KIND_ERROR);
+        EXPECT_EQ(first.text, "File design.sof is corrupted. Bad header.");
+        EXPECT_EQ(capture.messages()[1].kind, MSG_KIND_WARNING);
+        EXPECT_EQ(capture.messages()[1].text, "Watch out for %1!s!");
+        EXPECT_EQ(capture.count("ETEST_TWO_ARGUMENTS"), 1u);
+        EXPECT_EQ(capture.count("ENOT_POSTED"), 0u);
+
+        const MSG_RECORD conflicting[] = {
+            {990010, "ETEST_FRESH", MSG_KIND_ERROR, "would be new"},
+            {990001, "ETEST_OTHER", MSG_KIND_ERROR, "different text"},
+        };
+        EXPECT_THROW(msg_register_table(conflicting, std::size(conflicting)), MSG_INTERNAL_ERROR);
+        EXPECT_EQ(msg_find(990010), nullptr);
+        EXPECT_STREQ(msg_find(990001)->identifier, "ETEST_TWO_ARGUMENTS");
+        EXPECT_THROW(msg_post(987654, {"x"}), MSG_INTERNAL_ERROR);
+        EXPECT_EQ(capture.messages().size(), 2u);
     }
     EXPECT_EQ(msg_get_sink(), original);
-
 }
 
 TEST(MsgSinks, StreamSinkPrintsKindAndNumber)
@@ -151,30 +126,23 @@ TEST(MsgSinks, StreamSinkPrintsKindAndNumber)
 TEST(MsgInternalError, CarriesConditionModuleSourceAndLine)
 {
     MSG_CAPTURE_SINK capture;
-    int expected_line = 0;
+    const int value = 3;
+    const int line = __LINE__ + 1;
+    const auto fail = [&] { MSG_ASSERT_AT(value == 4, "ZEB_COMMON", "tests/zeb/platform/test_msg"); };
+    const std::string condition = corvane_test::internal_error_of(fail, "tests/zeb/platform/test_msg");
+    EXPECT_EQ(condition, "value == 4");
     try
     {
-        const int value = 3;
-        expected_line = __LINE__ + 1;
-        MSG_ASSERT_AT(value == 4, "TEST_MODULE", "tests/zeb/platform/test_msg");
-        FAIL() << "a false condition must throw";
+        fail();
     }
-    catch (const std::logic_error& error)
+    catch (const MSG_INTERNAL_ERROR& error)
     {
-        const auto* internal = dynamic_cast<const MSG_INTERNAL_ERROR*>(&error);
-        ASSERT_NE(internal, nullptr);
-        EXPECT_STREQ(error.what(), "value == 4");
-        EXPECT_EQ(internal->condition(), "value == 4");
-        EXPECT_EQ(internal->module(), "TEST_MODULE");
-        EXPECT_EQ(internal->source(), "tests/zeb/platform/test_msg");
-        EXPECT_EQ(internal->line(), expected_line);
+        EXPECT_EQ(error.line(), line);
     }
-    ASSERT_EQ(capture.debug_lines().size(), 1u);
-    const std::string& line = capture.debug_lines()[0];
-    EXPECT_NE(line.find("tests/zeb/platform/test_msg:" + std::to_string(expected_line)), std::string::npos);
-    EXPECT_NE(line.find("value == 4"), std::string::npos);
-
-    EXPECT_NO_THROW(MSG_ASSERT_AT(expected_line > 0, "TEST_MODULE", "here"));
+    ASSERT_EQ(capture.debug_lines().size(), 2u);
+    EXPECT_NE(capture.debug_lines()[0].find("test_msg:" + std::to_string(line)), std::string::npos);
+    EXPECT_NE(capture.debug_lines()[0].find("value == 4"), std::string::npos);
+    EXPECT_NO_THROW(MSG_ASSERT_AT(value == 3, "ZEB_COMMON", "here"));
 }
 
 TEST(MsgDebug, LevelGatesTheDefaultSink)

@@ -34,21 +34,12 @@ TEST(Svf, FrequencyTextsAreReadExactlyOrRefused)
             EXPECT_NE(error.find("'" + std::string(c.text) + "'"), std::string::npos) << error;
     }
     EXPECT_THROW(PGMIO_SVF::convert_frequency_string_to_uint("fast"), MSG_INTERNAL_ERROR);
+    EXPECT_EQ(PGMIO_SVF::voltage_text(SVFE_PROG_VOLTAGE_1_5V), "1.5V");
+    EXPECT_EQ(PGMIO_SVF::voltage_text(SVFE_PROG_VOLTAGE_5_0V), "5.0V");
     EXPECT_EQ(PGMIO_SVF::convert_uint_to_frequency_string(100000), "100KHz");
     EXPECT_EQ(PGMIO_SVF::convert_uint_to_frequency_string(6000000), "6MHz");
     for (long hz : {1L, 999L, 1001L, 1500000L, 1000000000L})
         EXPECT_EQ(PGMIO_SVF::convert_frequency_string_to_uint(PGMIO_SVF::convert_uint_to_frequency_string(hz)), hz);
-}
-
-TEST(Svf, VoltagesAndOperations)
-{
-    EXPECT_EQ(PGMIO_SVF::voltage_text(SVFE_PROG_VOLTAGE_1_5V), "1.5V");
-    EXPECT_EQ(PGMIO_SVF::voltage_text(SVFE_PROG_VOLTAGE_5_0V), "5.0V");
-    EXPECT_EQ(PGMIO_SVF::voltage_text(5), "");
-    EXPECT_EQ(PGMIO_SVF::voltage_text(-1), "");
-    EXPECT_EQ(PGMIO_SVF::convert_svfe_op_to_pgm_op_mask(SVFE_OPERATION_PROGRAM_VERIFY, false), 0x3u);
-    EXPECT_EQ(PGMIO_SVF::convert_svfe_op_to_pgm_op_mask(SVFE_OPERATION_PROGRAM_VERIFY, true), 0x7u);
-    EXPECT_EQ(PGMIO_SVF::convert_svfe_op_to_pgm_op_mask(SVFE_OPERATION_VERIFY, true), 0x2u);
 }
 
 TEST(Player, CompressionRoundTripsAndRefusesDamage)

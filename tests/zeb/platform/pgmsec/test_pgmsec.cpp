@@ -7,19 +7,6 @@
 
 using namespace corvane_test;
 
-namespace
-{
-
-PGMIO_BYTES unhex(const std::string& text)
-{
-    PGMIO_BYTES bytes;
-    for (size_t i = 0; i + 1 < text.size(); i += 2)
-        bytes.push_back(uint8_t(std::stoul(text.substr(i, 2), nullptr, 16)));
-    return bytes;
-}
-
-} // namespace
-
 TEST(PgmsecPrimitives, KnownAnswersAndLz4FrameReadByTheLz4Tool)
 {
     // The published AES-GCM test case 16 (AES-256, 96-bit IV, additional data).
@@ -238,10 +225,4 @@ TEST(PgmsecImage, SyntheticContentCompressesByUtilization)
         EXPECT_LT(frame.size(), core.size() / (utilization < 90 ? 3 : 1)) << utilization;
         previous = frame.size();
     }
-    BITASM_OPTIONS options;
-    options.utilization = 101;
-    PGMIO_CONFIG_DATA data;
-    std::string error;
-    EXPECT_FALSE(BITASM_MGR::assemble_configuration_data(*device, options, data, error));
-    EXPECT_NE(error.find("0 to 100"), std::string::npos) << error;
 }

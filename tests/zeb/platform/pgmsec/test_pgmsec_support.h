@@ -16,6 +16,14 @@ namespace corvane_test
 // The design key of the tests, as the key file holds it.
 inline const std::string k_key_hex = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f";
 
+inline PGMIO_BYTES unhex(const std::string& text)
+{
+    PGMIO_BYTES bytes;
+    for (size_t i = 0; i + 1 < text.size(); i += 2)
+        bytes.push_back(uint8_t(std::stoul(text.substr(i, 2), nullptr, 16)));
+    return bytes;
+}
+
 inline int shell(const std::string& command)
 {
     const int status = std::system(("set -e; { " + command + "; } 2>/dev/null").c_str());
