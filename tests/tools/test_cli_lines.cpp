@@ -39,6 +39,7 @@ TEST(CliLines, EveryModeReadsItsLineTheSameWay)
     ASSERT_EQ(corvane_test::corvane("--make-sof --device 7TR220PA2R1 --size 65536 good.sof").status, 0);
     corvane_test::write_file("design.sof", corvane_test::read_file("good.sof").substr(0, 3000));
     fs::create_directories("output_files");
+    corvane_test::write_file("bad.zeb", "<zeb>\n<settings mode='FAST'/>\n</zeb>\n");
     const std::string minimal = "'" + corvane_test::source_file("examples/minimal.zeb") + "'";
     expect_lines({
         {"-h good.sof", 0, {"SYNOPSIS", "any order"}},
@@ -59,6 +60,13 @@ TEST(CliLines, EveryModeReadsItsLineTheSameWay)
         {"--ini NO_SUCH_THING=ON --help", 2, {"no switch 'NO_SUCH_THING'"}},
         {"--info " + std::string(100000, 'n'), 1, {"nnn...nnn"}},
         {"--check " + minimal, 1, {"Failed to parse", "Reason: ", "truncated"}},
+        {"--check --no-check " + minimal, 2, {"Try 'corvane --help'"}},
+        {"--save a.zeb b.zeb c.zeb", 2, {"Try 'corvane --help'"}},
+        {"", 2, {"Try 'corvane --help'"}},
+        {"absent.zeb", 1, {"Error (19515): Can't save or open file absent.zeb"}},
+        {"bad.zeb", 1, {"Error (20761): File bad.zeb is corrupted. line 2:"}},
+        {"--help", 0, {"--check", "--no-check", "--save", "--make-sof", "--list-flash-devices", "CORVANE_DATA_DIR"}},
+        {"--version", 0, {"data directory: "}},
     });
     // A long name of two-byte characters is shortened between characters, never inside one,
     // whichever the parity of the cut: iconv reads every message as UTF-8.
@@ -67,6 +75,37 @@ TEST(CliLines, EveryModeReadsItsLineTheSameWay)
                    "| tee -a seen | iconv -f UTF-8 -t UTF-8 >/dev/null || exit 1; done' " CORVANE_EXE);
     EXPECT_EQ(utf8.status, 0) << utf8.output();
     EXPECT_NE(corvane_test::read_file("seen").find("\xC3\xBC...\xC3\xBC"), std::string::npos);
+}
+
+// The document mode: the check fails without the example's input and nothing is saved; with it the
+// document is generated with one line per file, checked, or saved normalised unchecked; an SRAM
+// object file output with a second input is refused by name before the library sees it.
+TEST(CliLines, DocumentModeChecksGeneratesAndSaves)
+{
+    corvane_test::SCRATCH_CWD cwd;
+    fs::create_directory("output_files");
+    const std::string minimal = corvane_test::source_file("examples/minimal.zeb");
+    expect_lines({{"--save s.zeb '" + minimal + "'", 1, {"Error (19516): Detected Corvane settings error: Cannot find"}}});
+    EXPECT_FALSE(fs::exists("s.zeb"));
+    ASSERT_EQ(corvane_test::corvane("--make-sof --device 7TR440PA3R1 --size 4096 design.sof").status, 0);
+    ASSERT_EQ(corvane_test::corvane("--make-sof --device 7TR440PA3R1 --size 4096 other.sof").status, 0);
+    const corvane_test::PROGRAM_RUN generated = corvane_test::corvane("'" + minimal + "'");
+    const std::string rbf = (cwd.path() / "output_files" / "design.rbf").string();
+    EXPECT_EQ(generated.out, "written: " + rbf + " (" + std::to_string(fs::file_size(rbf)) +
+                                 " bytes)\n1 output file written\n") << generated.err;
+    EXPECT_EQ(corvane_test::corvane("--check '" + minimal + "'").out, minimal + ": check passed\n");
+    corvane_test::write_file("sof.zeb", "<zeb><settings mode='AVSTX8'/><bitstreams><bitstream id='b1'><path "
+                                        "hps_path='boot.hex'>design.sof</path></bitstream><bitstream id='b2'><path>"
+                                        "other.sof</path></bitstream></bitstreams><output_files><output_file "
+                                        "name='boot' directory='output_files' type='SOF'><bitstream_id>b1"
+                                        "</bitstream_id></output_file></output_files></zeb>");
+    corvane_test::write_file("boot.hex", ":00000001FF\n");
+    expect_lines({
+        {"--no-check --save s.zeb '" + minimal + "'", 0, {"Info (20810): Saved Corvane Setup File s.zeb"}},
+        {"sof.zeb", 1, {"output_file name=\"boot\" type=\"SOF\" is written from exactly one input"}},
+    });
+    EXPECT_NE(corvane_test::read_file("s.zeb").find("<zeb version=\"1\">"), std::string::npos);
+    EXPECT_FALSE(fs::exists("output_files/boot.sof"));
 }
 
 TEST(CliLines, HostilePathsNamesNumbersAndFiles)

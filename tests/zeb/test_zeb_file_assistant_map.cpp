@@ -1,23 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // ZEB_FILE_ASSISTANT's enumeration mappings: the values the programming-file library receives, the
 // internal errors for values outside each table, and the agreement with the capability tables.
-#include "pgm/zeb/platform/msg/msg.h"
-#include "pgm/zeb/zeb_file_assistant.h"
-
-#include "test_support.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
+#include "test_zeb_file_assistant_support.h"
 
 namespace
 {
-
-// Checks that `call` raises the assistant's internal error `text`.
-template <typename CALL> void expect_assistant_error(CALL call, const std::string& text)
-{
-    EXPECT_EQ(corvane_test::internal_error_of(call, "zeb_file_assistant"), text);
-}
 
 PGM_COMMON_XML_ENUM xml(uint32_t value)
 {
@@ -52,8 +39,9 @@ TEST(ZebFileAssistantMap, OperationMaskAndSecurityLevels)
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(PGM_COMMON_XML_ENUM_V), 0x2u);
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(PGM_COMMON_XML_ENUM_PB), 0x5u);
     for (uint32_t value : {0u, 381u, 385u})
-        expect_assistant_error([value] { ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(xml(value)); },
-                               "Fail to map xml enum to pgm operation mask");
+        EXPECT_EQ(
+            assistant_test::internal_error_of([value] { ZEB_FILE_ASSISTANT::map_enum_to_pgm_op_mask(xml(value)); }),
+            "Fail to map xml enum to pgm operation mask");
 }
 
 TEST(ZebFileAssistantMap, ExtensionGivesATypeThatWritesIt)

@@ -31,7 +31,7 @@ TEST(ZebAssistantParams, TextToNumberReadsLikeAtoiCutTo32Bits)
 TEST(ZebAssistantParams, DispatchRefusesNullDocumentsAndOptionsWithoutOperation)
 {
     PGM_COMMON_XML_ZEB_ZEB document;
-    const PARAMS list = {{ZEB_CMD_PARAM_RAW_FILE_ID, "r"}};
+    const PARAMS list = {{RF(ID), "r"}};
     const auto opt = [](uint32_t value) { return static_cast<PGM_COMMON_XML_ZEB_CMD_OPT_ENUM>(value); };
     EXPECT_EQ(internal_error_of([&] { ZFA::set(nullptr, ZEB_CMD_OPT_RAW_FILE, list); }), "object");
     EXPECT_EQ(internal_error_of([&] { ZFA::get(nullptr, ZEB_CMD_OPT_RAW_FILE, list); }), "object");
@@ -52,7 +52,7 @@ TEST(ZebAssistantParams, DispatchRefusesNullDocumentsAndOptionsWithoutOperation)
 TEST(ZebAssistantParams, EmptyListsAndMissingKeysFailWithoutChange)
 {
     using OPT = PGM_COMMON_XML_ZEB_CMD_OPT_ENUM;
-    const OPT keyed[] = {ZEB_CMD_OPT_RAW_FILE,    ZEB_CMD_OPT_ASSIGNMENT,   ZEB_CMD_OPT_OUTPUT_FILE,
+    const OPT keyed[] = {ZEB_CMD_OPT_RAW_FILE,     ZEB_CMD_OPT_ASSIGNMENT,   ZEB_CMD_OPT_OUTPUT_FILE,
                          ZEB_CMD_OPT_FLASH_LOADER, ZEB_CMD_OPT_FLASH_DEVICE, ZEB_CMD_OPT_BITSTREAM};
     for (bool remove : {false, true})
         for (OPT opt : keyed)
@@ -75,13 +75,10 @@ TEST(ZebAssistantParams, EmptyListsAndMissingKeysFailWithoutChange)
 TEST(ZebAssistantParams, TheLastOccurrenceOfAKeySelectsTheElement)
 {
     PGM_COMMON_XML_ZEB_ZEB document;
-    ASSERT_TRUE(ZFA::set(&document, ZEB_CMD_OPT_RAW_FILE, {{ZEB_CMD_PARAM_RAW_FILE_ID, "b"}}));
+    ASSERT_TRUE(ZFA::set(&document, ZEB_CMD_OPT_RAW_FILE, {{RF(ID), "b"}}));
     // "a" is written first and "b" last, into the raw file found by "b".
     ASSERT_TRUE(ZFA::set(&document, ZEB_CMD_OPT_RAW_FILE,
-                         {{ZEB_CMD_PARAM_RAW_FILE_ID, "a"},
-                          {ZEB_CMD_PARAM_RAW_FILE_RAW_FILE, "first.hex"},
-                          {ZEB_CMD_PARAM_RAW_FILE_RAW_FILE, "second.hex"},
-                          {ZEB_CMD_PARAM_RAW_FILE_ID, "b"}}));
+                         {{RF(ID), "a"}, {RF(RAW_FILE), "first.hex"}, {RF(RAW_FILE), "second.hex"}, {RF(ID), "b"}}));
     EXPECT_EQ(ZFA::get_raw_file_ids(&document), std::vector<std::string>{"b"});
     EXPECT_EQ(ZFA::get_raw_file_element(&document, "b")->get_text(), "second.hex");
 }

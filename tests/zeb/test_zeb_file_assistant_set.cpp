@@ -21,33 +21,34 @@ protected:
 
 } // namespace
 
-TEST_F(ZebAssistantSet, RawFileIsFoundByItsExactIdAndUpdatedInPlace)
+TEST_F(ZebAssistantSet, RawFileIsFoundByItsExactIdAndUpdatedInPlaceTheFlashLoaderReplaced)
 {
-    ASSERT_TRUE(set(ZEB_CMD_OPT_RAW_FILE, {{ZEB_CMD_PARAM_RAW_FILE_ID, "r1"},
-                                           {ZEB_CMD_PARAM_RAW_FILE_RAW_FILE, "a.hex"},
-                                           {ZEB_CMD_PARAM_RAW_FILE_TYPE, "286"},
-                                           {ZEB_CMD_PARAM_RAW_FILE_BITSWAP, "on"}}));
-    ASSERT_TRUE(set(ZEB_CMD_OPT_RAW_FILE, {{ZEB_CMD_PARAM_RAW_FILE_ID, "r2"}}));
-    ASSERT_TRUE(set(ZEB_CMD_OPT_RAW_FILE, {{ZEB_CMD_PARAM_RAW_FILE_ID, "R1"}}));
     ASSERT_TRUE(
-        set(ZEB_CMD_OPT_RAW_FILE, {{ZEB_CMD_PARAM_RAW_FILE_ID, "r1"}, {ZEB_CMD_PARAM_RAW_FILE_RAW_FILE, "b.hex"}}));
+        set(ZEB_CMD_OPT_RAW_FILE, {{RF(ID), "r1"}, {RF(RAW_FILE), "a.hex"}, {RF(TYPE), "286"}, {RF(BITSWAP), "on"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_RAW_FILE, {{RF(ID), "r2"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_RAW_FILE, {{RF(ID), "R1"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_RAW_FILE, {{RF(ID), "r1"}, {RF(RAW_FILE), "b.hex"}}));
     EXPECT_EQ(ZFA::get_raw_file_ids(&document), (std::vector<std::string>{"r1", "r2", "R1"}));
     const PGM_COMMON_XML_ZEB_RAW_FILE* raw_file = ZFA::get_raw_file_element(&document, "r1");
     EXPECT_EQ(raw_file->get_text(), "b.hex");
     EXPECT_EQ(raw_file->get_type(), PGM_COMMON_XML_ENUM_HEX); // not in the second list: kept
     EXPECT_TRUE(raw_file->get_bitswap());
+    // The one flash loader is replaced, not added.
+    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_LOADER, {{ZEB_CMD_PARAM_FLASH_LOADER_FLASH_LOADER, "7TR440PA3R1"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_LOADER, {{ZEB_CMD_PARAM_FLASH_LOADER_FLASH_LOADER, "9RX027R1B"}}));
+    ASSERT_EQ(ZFA::get_flash_loader_elements(&document).size(), 1u);
+    EXPECT_EQ(ZFA::get_flash_loader_elements(&document)[0]->get_text(), "9RX027R1B");
     EXPECT_TRUE(sink.debug_lines().empty());
 }
 
-TEST_F(ZebAssistantSet, RawFileAndSettingsReportForeignPairsButApplyTheRest)
+TEST_F(ZebAssistantSet, ForeignPairsAndRefusedValuesAreReportedButTheRestApplied)
 {
-    EXPECT_FALSE(set(ZEB_CMD_OPT_RAW_FILE, {{ZEB_CMD_PARAM_RAW_FILE_ID, "r"},
-                                            {ZEB_CMD_PARAM_SETTINGS_MODE, "343"},
-                                            {ZEB_CMD_PARAM_RAW_FILE_RAW_FILE, "data.rbf"}}));
+    EXPECT_FALSE(
+        set(ZEB_CMD_OPT_RAW_FILE, {{RF(ID), "r"}, {ZEB_CMD_PARAM_SETTINGS_MODE, "343"}, {RF(RAW_FILE), "data.rbf"}}));
     EXPECT_EQ(ZFA::get_raw_file_element(&document, "r")->get_text(), "data.rbf");
-    EXPECT_FALSE(set(ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_MODE, "343"},
-                                            {ZEB_CMD_PARAM_RAW_FILE_ID, "r"},
-                                            {ZEB_CMD_PARAM_SETTINGS_CUSTOM_DB_DIR, "/db"}}));
+    EXPECT_FALSE(
+        set(ZEB_CMD_OPT_SETTINGS,
+            {{ZEB_CMD_PARAM_SETTINGS_MODE, "343"}, {RF(ID), "r"}, {ZEB_CMD_PARAM_SETTINGS_CUSTOM_DB_DIR, "/db"}}));
     EXPECT_EQ(sink.debug_lines(), (std::vector<std::string>{"Set raw file - unrecogized param enum 13",
                                                             "Set settings - unrecognized param 4"}));
     std::string directory;
@@ -59,16 +60,10 @@ TEST_F(ZebAssistantSet, RawFileAndSettingsReportForeignPairsButApplyTheRest)
 
     // The other setters pass over pairs of other kinds silently.
     sink.clear();
-    EXPECT_TRUE(set(ZEB_CMD_OPT_BITSTREAM, {{ZEB_CMD_PARAM_BITSTREAM_ID, "b"}, {ZEB_CMD_PARAM_RAW_FILE_TYPE, "3"}}));
-    EXPECT_TRUE(set(ZEB_CMD_OPT_FLASH_LOADER,
-                    {{ZEB_CMD_PARAM_FLASH_LOADER_FLASH_LOADER, "X"}, {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "n"}}));
+    EXPECT_TRUE(set(ZEB_CMD_OPT_BITSTREAM, {{BS(ID), "b"}, {RF(TYPE), "3"}}));
+    EXPECT_TRUE(set(ZEB_CMD_OPT_FLASH_LOADER, {{ZEB_CMD_PARAM_FLASH_LOADER_FLASH_LOADER, "X"}, {OF(NAME), "n"}}));
     EXPECT_TRUE(sink.debug_lines().empty());
-}
-
-TEST_F(ZebAssistantSet, ValuesAnAttributeRefusesAreLoggedAndLeftOut)
-{
-    ASSERT_TRUE(set(ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_MODE, "343"}}));
-    // Hexadecimal reads as 0, which names no mode.
+    // A value that the attribute refuses is logged and left out: hexadecimal reads as 0, no mode.
     ASSERT_TRUE(set(ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_MODE, "0x157"}}));
     EXPECT_EQ(document.get_settings_list().front()->get_mode(), PGM_COMMON_XML_ENUM_ASX4);
     EXPECT_EQ(sink.debug_lines(),
@@ -77,15 +72,15 @@ TEST_F(ZebAssistantSet, ValuesAnAttributeRefusesAreLoggedAndLeftOut)
 
 TEST_F(ZebAssistantSet, AssignmentKeepsBothReferencesAndIgnoresOrphanOptions)
 {
-    ASSERT_TRUE(set(ZEB_CMD_OPT_ASSIGNMENT, {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, "P1"},
-                                             {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID, "r"},
-                                             {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID_ADDR_MODE, "405"},
-                                             {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID_ADDR_OFFSET, "0x100"},
-                                             {ZEB_CMD_PARAM_ASSIGNMENT_PAGE, "2"}}));
-    ASSERT_TRUE(set(ZEB_CMD_OPT_ASSIGNMENT, {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, "P1"},
-                                             {ZEB_CMD_PARAM_ASSIGNMENT_BITSTREAM_ID_SECTION, "373"},
-                                             {ZEB_CMD_PARAM_ASSIGNMENT_BITSTREAM_ID, "b"},
-                                             {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID_ADDR_MODE, "406"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_ASSIGNMENT, {{AS(PARTITION_ID), "P1"},
+                                             {AS(RAW_FILE_ID), "r"},
+                                             {AS(RAW_FILE_ID_ADDR_MODE), "405"},
+                                             {AS(RAW_FILE_ID_ADDR_OFFSET), "0x100"},
+                                             {AS(PAGE), "2"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_ASSIGNMENT, {{AS(PARTITION_ID), "P1"},
+                                             {AS(BITSTREAM_ID_SECTION), "373"},
+                                             {AS(BITSTREAM_ID), "b"},
+                                             {AS(RAW_FILE_ID_ADDR_MODE), "406"}}));
     ASSERT_EQ(ZFA::get_assignment_elements(&document).size(), 1u);
     EXPECT_EQ(ZFA::get_assignment_element(&document, "P1")->get_page(), 2u);
     const PGM_COMMON_XML_ZEB_RAW_FILE_ID* raw_file_id = ZFA::get_raw_file_id_element(&document, "P1");
@@ -100,34 +95,33 @@ TEST_F(ZebAssistantSet, AssignmentKeepsBothReferencesAndIgnoresOrphanOptions)
 
 TEST_F(ZebAssistantSet, OutputFileIsKeyedByTypeAndCollectsReferences)
 {
-    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, "350"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{OF(TYPE), "350"}}));
     PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file = ZFA::get_output_file_element(&document, ZEB_FILE_TYPE_JIC);
     ASSERT_TRUE(output_file);
     // Options are made even when the list names none.
     ASSERT_TRUE(ZFA::get_file_options_element(output_file));
     EXPECT_EQ(text_of(ZFA::get_file_options_element(output_file)), "<file_options/>");
 
-    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, "350"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "first"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, "out"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_FLASH_DEVICE_ID, "f1"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID_SECTION, "373"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_S_ADDR, "0x10"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_OPERATION, "384"}}));
-    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, "350"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "second"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_FLASH_DEVICE_ID, "f2"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_FLASH_DEVICE_ID, "f1"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "b"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID_SECTION, "373"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{OF(TYPE), "350"},
+                                              {OF(NAME), "first"},
+                                              {OF(DIRECTORY), "out"},
+                                              {OF(FLASH_DEVICE_ID), "f1"},
+                                              {OF(BITSTREAM_ID_SECTION), "373"},
+                                              {OF(FILE_OPTIONS_S_ADDR), "0x10"},
+                                              {OF(FILE_OPTIONS_OPERATION), "384"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{OF(TYPE), "350"},
+                                              {OF(NAME), "second"},
+                                              {OF(FLASH_DEVICE_ID), "f2"},
+                                              {OF(FLASH_DEVICE_ID), "f1"},
+                                              {OF(BITSTREAM_ID), "b"},
+                                              {OF(BITSTREAM_ID_SECTION), "373"}}));
     ASSERT_EQ(ZFA::get_output_file_elements(&document).size(), 1u);
     EXPECT_EQ(output_file->get_name(), "second");
     EXPECT_EQ(output_file->get_directory(), "out");
     ASSERT_EQ(output_file->get_flash_device_id_list().size(), 1u); // the last id, already present
     ASSERT_EQ(output_file->get_bitstream_id_list().size(), 1u);    // the section alone made none
     EXPECT_EQ(ZFA::get_bitstream_id_element(output_file, "b")->get_section(), PGM_COMMON_XML_ENUM_HPS);
-    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE,
-                    {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, "350"}, {ZEB_CMD_PARAM_OUTPUT_FILE_FLASH_DEVICE_ID, "f2"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{OF(TYPE), "350"}, {OF(FLASH_DEVICE_ID), "f2"}}));
     EXPECT_EQ(output_file->get_flash_device_id_list().size(), 2u);
     const PGM_COMMON_XML_ZEB_FILE_OPTIONS* options = ZFA::get_file_options_element(output_file);
     EXPECT_EQ(options->get_s_addr(), "0x10");
@@ -137,15 +131,15 @@ TEST_F(ZebAssistantSet, OutputFileIsKeyedByTypeAndCollectsReferences)
 
 TEST_F(ZebAssistantSet, SecondaryFileIsKeyedByTypeWithOptionsOfItsOwn)
 {
-    const PARAMS secondary = {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, "350"},
-                              {ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_TYPE, "360"},
-                              {ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_NAME, "m1"},
-                              {ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_FILE_OPTIONS_VOLTAGE, "378"}};
+    const PARAMS secondary = {{OF(TYPE), "350"},
+                              {OF(SECONDARY_FILE_TYPE), "360"},
+                              {OF(SECONDARY_FILE_NAME), "m1"},
+                              {OF(SECONDARY_FILE_FILE_OPTIONS_VOLTAGE), "378"}};
     ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, secondary));
-    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, "350"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_TYPE, "360"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_SECONDARY_FILE_NAME, "m2"},
-                                              {ZEB_CMD_PARAM_OUTPUT_FILE_FILE_OPTIONS_VOLTAGE, "377"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{OF(TYPE), "350"},
+                                              {OF(SECONDARY_FILE_TYPE), "360"},
+                                              {OF(SECONDARY_FILE_NAME), "m2"},
+                                              {OF(FILE_OPTIONS_VOLTAGE), "377"}}));
     PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file = ZFA::get_output_file_element(&document, ZEB_FILE_TYPE_JIC);
     const auto secondaries = ZFA::get_secondary_file_elements(output_file);
     ASSERT_EQ(secondaries.size(), 1u);
@@ -157,36 +151,26 @@ TEST_F(ZebAssistantSet, SecondaryFileIsKeyedByTypeWithOptionsOfItsOwn)
 
 TEST_F(ZebAssistantSet, FlashDeviceCarriesOnePartitionMbrAndMbrPartitionPerCall)
 {
-    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_DEVICE, {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "fd"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_TYPE, "VQ256A"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_CHIP_SELECT, "3"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_WATCHDOG_VALUE, "0x20"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, "P1"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_S_ADDR, "0x00010000"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_E_ADDR, "auto"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_SIZE, "4096"}}));
-    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_DEVICE, {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "fd"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, "P1"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_SIZE, "8192"}}));
-    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_DEVICE, {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "fd"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_PARTITION_ID, "P2"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_ID, "m"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_TYPE, "GPT"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_PARTITION_ID, "P2"},
-                                               {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_PARTITION_SIZE, "16"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_DEVICE, {{FD(ID), "fd"}, {FD(TYPE), "VQ256A"}, {FD(PARTITION_ID), "P1"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_DEVICE, {{FD(ID), "fd"}, {FD(PARTITION_S_ADDR), "0x00010000"}})); // no partition
+    ASSERT_TRUE(
+        set(ZEB_CMD_OPT_FLASH_DEVICE, {{FD(ID), "fd"}, {FD(PARTITION_ID), "P1"}, {FD(PARTITION_SIZE), "4096"}}));
+    ASSERT_TRUE(
+        set(ZEB_CMD_OPT_FLASH_DEVICE, {{FD(ID), "fd"}, {FD(PARTITION_ID), "P1"}, {FD(PARTITION_SIZE), "8192"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_DEVICE, {{FD(ID), "fd"},
+                                               {FD(PARTITION_ID), "P2"},
+                                               {FD(MBR_ID), "m"},
+                                               {FD(MBR_TYPE), "GPT"},
+                                               {FD(MBR_PARTITION_ID), "P2"},
+                                               {FD(MBR_PARTITION_SIZE), "16"}}));
     // An MBR partition is only reached through its MBR.
-    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_DEVICE,
-                    {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "fd"}, {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_PARTITION_ID, "lost"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_DEVICE, {{FD(ID), "fd"}, {FD(MBR_PARTITION_ID), "lost"}}));
 
-    const PGM_COMMON_XML_ZEB_FLASH_DEVICE* device = ZFA::get_flash_device_element(&document, "fd");
-    EXPECT_EQ(device->get_type(), "VQ256A");
-    EXPECT_EQ(device->get_chip_select(), 3u);
-    EXPECT_EQ(device->get_watchdog_value(), "0x20");
+    EXPECT_EQ(ZFA::get_flash_device_element(&document, "fd")->get_type(), "VQ256A");
     ASSERT_EQ(ZFA::get_partition_elements(&document, "fd").size(), 2u);
     const PGM_COMMON_XML_ZEB_PARTITION* partition = ZFA::get_partition_element(&document, "fd", "P1");
     EXPECT_EQ(partition->get_size(), 8192u);
-    EXPECT_EQ(partition->get_s_addr(), "0x00010000");
-    EXPECT_EQ(partition->get_e_addr(), "auto");
+    EXPECT_EQ(partition->get_s_addr(), ""); // the address without a partition went nowhere
     const auto mbr_partitions = ZFA::get_mbr_partition_elements(&document, "fd", "m");
     ASSERT_EQ(mbr_partitions.size(), 1u);
     EXPECT_EQ(mbr_partitions[0]->get_size(), 16u);
@@ -194,31 +178,18 @@ TEST_F(ZebAssistantSet, FlashDeviceCarriesOnePartitionMbrAndMbrPartitionPerCall)
     EXPECT_EQ(ZFA::get_mbr_elements(&document, "fd")[0]->get_type(), "GPT");
 }
 
-TEST_F(ZebAssistantSet, FlashLoaderIsReplacedNotAdded)
-{
-    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_LOADER, {{ZEB_CMD_PARAM_FLASH_LOADER_FLASH_LOADER, "7TR440PA3R1"}}));
-    ASSERT_TRUE(set(ZEB_CMD_OPT_FLASH_LOADER, {{ZEB_CMD_PARAM_FLASH_LOADER_FLASH_LOADER, "9RX027R1B"}}));
-    const auto loaders = ZFA::get_flash_loader_elements(&document);
-    ASSERT_EQ(loaders.size(), 1u);
-    EXPECT_EQ(loaders[0]->get_text(), "9RX027R1B");
-}
-
 TEST_F(ZebAssistantSet, BitstreamOptionsLiveOnEachPath)
 {
-    ASSERT_TRUE(set(ZEB_CMD_OPT_BITSTREAM, {{ZEB_CMD_PARAM_BITSTREAM_ID, "b"},
-                                            {ZEB_CMD_PARAM_BITSTREAM_PATH_COMPRESSION, "on"},
-                                            {ZEB_CMD_PARAM_BITSTREAM_PATH_KEY1, "k"}}));
+    ASSERT_TRUE(set(ZEB_CMD_OPT_BITSTREAM, {{BS(ID), "b"}, {BS(PATH_COMPRESSION), "on"}, {BS(PATH_KEY1), "k"}}));
     EXPECT_EQ(ZFA::get_bitstream_ids(&document), std::vector<std::string>{"b"});
     EXPECT_TRUE(ZFA::get_path_elements(&document).empty()); // no path, so no option either
 
-    ASSERT_TRUE(set(ZEB_CMD_OPT_BITSTREAM, {{ZEB_CMD_PARAM_BITSTREAM_ID, "b"},
-                                            {ZEB_CMD_PARAM_BITSTREAM_PATH, "one.sof"},
-                                            {ZEB_CMD_PARAM_BITSTREAM_PATH_COMPRESSION, "on"},
-                                            {ZEB_CMD_PARAM_BITSTREAM_PATH_SECURITY_OPT_NO_JTAG, "106"}}));
-    ASSERT_TRUE(set(ZEB_CMD_OPT_BITSTREAM, {{ZEB_CMD_PARAM_BITSTREAM_ID, "b"},
-                                            {ZEB_CMD_PARAM_BITSTREAM_PATH, "two.sof"},
-                                            {ZEB_CMD_PARAM_BITSTREAM_PATH_COMPRESSION, "On"},
-                                            {ZEB_CMD_PARAM_BITSTREAM_PATH_SECURITY_OPT_NO_JTAG, "2"}}));
+    ASSERT_TRUE(set(
+        ZEB_CMD_OPT_BITSTREAM,
+        {{BS(ID), "b"}, {BS(PATH), "one.sof"}, {BS(PATH_COMPRESSION), "on"}, {BS(PATH_SECURITY_OPT_NO_JTAG), "106"}}));
+    ASSERT_TRUE(set(
+        ZEB_CMD_OPT_BITSTREAM,
+        {{BS(ID), "b"}, {BS(PATH), "two.sof"}, {BS(PATH_COMPRESSION), "On"}, {BS(PATH_SECURITY_OPT_NO_JTAG), "2"}}));
     ASSERT_EQ(ZFA::get_path_elements(&document, "b").size(), 2u);
     const PGM_COMMON_XML_ZEB_PATH* one = ZFA::get_path_element(&document, "b", "one.sof");
     const PGM_COMMON_XML_ZEB_PATH* two = ZFA::get_path_element(&document, "b", "two.sof");
