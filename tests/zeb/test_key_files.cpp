@@ -39,7 +39,7 @@ TEST(KeyFiles, LinesKeysAndMalformedFiles)
         {"# keys of the board\n\n \tfirst\t" + k_key64 + "  a comment\nfirst " + other + "\nsecond " + other + "\n",
          256, true, 2, "first", k_key64},
         {" #id " + k_key64 + "\n", 256, true, 1, "#id", k_key64}, // after blanks '#' starts an id
-        {"K1 " + k_key64 + "\n", 256, true, 1, "k1", ""},          // ids compare case-sensitively
+        {"K1 " + k_key64 + "\n", 256, true, 1, "k1", ""},         // ids compare case-sensitively
         {"", 256, false, 0, "", ""},
         {"lonely_token\n", 256, false, 0, "", ""},
         {"id   \n", 256, false, 0, "", ""},

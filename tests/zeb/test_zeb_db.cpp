@@ -73,26 +73,23 @@ TEST(ZebDbMissingKey, QueriesGiveDefaultsAndNeverMatch)
 
 // ---- Every row of the output file type table ---------------------------------------------------------
 
-TEST(ZebDbFileTypeRows, XmlValuesNameSchemaFileTypesOnce)
+// The XML value of each enabled type is a file type name of the schema, and every schema name but
+// the older helper-image name (read as HELPER_RBF) names a type; that each value finds its own type
+// back is proven by the look-up tests.
+TEST(ZebDbFileTypeRows, XmlValuesNameSchemaFileTypes)
 {
     const std::set<std::string> schema = schema_file_type_names();
     ASSERT_EQ(schema.size(), 23u);
-    std::map<PGM_COMMON_XML_ENUM, ZEB_FILE_TYPE> owner;
+    std::set<std::string> named;
     for (ZEB_FILE_TYPE type : all_types())
     {
         const PGM_COMMON_XML_ENUM xml = ZEB_DB::get_xml_enum(type);
         if (xml == PGM_COMMON_XML_ENUM__INVALID__)
             continue;
-        EXPECT_TRUE(owner.emplace(xml, type).second) << "types " << owner[xml] << " and " << type << " share " << xml;
-        if (ZEB_DB::get_enabled(type))
-        {
-            EXPECT_EQ(schema.count(std::string(pgm_common_xml_enum_name(xml))), 1u) << type;
-        }
+        const std::string name(pgm_common_xml_enum_name(xml));
+        named.insert(name);
+        EXPECT_TRUE(!ZEB_DB::get_enabled(type) || schema.count(name) == 1) << type;
     }
-    // Every schema name but the older helper-image name (read as HELPER_RBF) names a type.
-    std::set<std::string> named;
-    for (const auto& [xml, type] : owner)
-        named.insert(std::string(pgm_common_xml_enum_name(xml)));
     for (const std::string& name : schema)
         EXPECT_EQ(named.count(name), name == "QSPI_HELPER_RBF" ? 0u : 1u) << name;
 }
@@ -147,50 +144,39 @@ TEST(ZebDbFileTypeRows, EveryRowFitsValidationAndNaming)
 
 // ---- Every row of the configuration scheme table -----------------------------------------------------
 
-TEST(ZebDbSchemeRows, XmlValuesAreModesAndOnlyThePassiveParallelWidthsShareOne)
+// XML values are modes, and only the three passive parallel widths share one; every output a
+// scheme lists is enabled and mode-bound, and a flash programming file that an enabled scheme offers
+// can target one of its families.
+TEST(ZebDbSchemeRows, XmlValuesOutputListsAndFamilies)
 {
     const std::set<std::string> modes = {"PS", "FPP", "ASX1", "ASX4", "AVSTX8", "AVSTX16", "AVSTX32", "INTERNAL"};
     std::map<PGM_COMMON_XML_ENUM, std::vector<int32_t>> owners;
     for (PGMIO_CONFIG_SCHEME scheme : ZEB_DB::get_all_config_mode_keys())
     {
-        const PGM_COMMON_XML_ENUM xml = ZEB_DB::get_xml_enum(scheme);
-        EXPECT_EQ(xml != PGM_COMMON_XML_ENUM__INVALID__, ZEB_DB::get_enabled(scheme)) << scheme;
-        if (xml == PGM_COMMON_XML_ENUM__INVALID__)
-            continue;
-        owners[xml].push_back(scheme);
-        EXPECT_EQ(modes.count(std::string(pgm_common_xml_enum_name(xml))), 1u) << scheme;
-    }
-    EXPECT_EQ(owners.size(), modes.size());
-    for (const auto& [xml, schemes] : owners)
-        EXPECT_EQ(schemes.size(), xml == PGM_COMMON_XML_ENUM_FPP ? 3u : 1u) << xml;
-}
-
-TEST(ZebDbSchemeRows, OutputListsNameModeBoundTypesAndFlashTypesHaveFamilies)
-{
-    for (PGMIO_CONFIG_SCHEME scheme : ZEB_DB::get_all_config_mode_keys())
-    {
         SCOPED_TRACE(scheme);
+        const PGM_COMMON_XML_ENUM xml = ZEB_DB::get_xml_enum(scheme);
+        EXPECT_EQ(xml != PGM_COMMON_XML_ENUM__INVALID__, ZEB_DB::get_enabled(scheme));
         const std::vector<ZEB_FILE_TYPE> outputs = ZEB_DB::get_output_file_type(scheme);
         EXPECT_FALSE(outputs.empty());
         for (ZEB_FILE_TYPE type : outputs)
-        {
-            EXPECT_TRUE(ZEB_DB::get_enabled(type)) << type;
-            EXPECT_FALSE(ZEB_DB::get_independent_of_mode(type)) << type;
-        }
-        if (!ZEB_DB::get_enabled(scheme))
+            EXPECT_TRUE(ZEB_DB::get_enabled(type) && !ZEB_DB::get_independent_of_mode(type)) << type;
+        if (xml == PGM_COMMON_XML_ENUM__INVALID__)
             continue;
-        // A scheme that offers a flash programming file names a family that the file can target.
+        owners[xml].push_back(scheme);
+        EXPECT_EQ(modes.count(std::string(pgm_common_xml_enum_name(xml))), 1u);
         for (ZEB_FILE_TYPE type : outputs)
         {
             const std::vector<DEV_FAMILY_ENUM> families = ZEB_DB::get_config_device_family(type);
-            if (families.empty())
-                continue;
-            EXPECT_TRUE(std::any_of(families.begin(), families.end(),
+            EXPECT_TRUE(families.empty() ||
+                        std::any_of(families.begin(), families.end(),
                                     [scheme](DEV_FAMILY_ENUM family)
                                     { return ZEB_DB::supports_config_device_family(scheme, family); }))
                 << type;
         }
     }
+    EXPECT_EQ(owners.size(), modes.size());
+    for (const auto& [xml, schemes] : owners)
+        EXPECT_EQ(schemes.size(), xml == PGM_COMMON_XML_ENUM_FPP ? 3u : 1u) << xml;
     EXPECT_FALSE(ZEB_DB::supports_output_file_type(PGMIO_CONFIG_SCHEME_INTERNAL, ZEB_FILE_TYPE_RBF));
     EXPECT_TRUE(ZEB_DB::supports_output_file_type(PGMIO_CONFIG_SCHEME_AS_X4, ZEB_FILE_TYPE_HELPER_RBF_SECONDARY));
     EXPECT_FALSE(ZEB_DB::supports_output_file_type(PGMIO_CONFIG_SCHEME_AS, ZEB_FILE_TYPE_HELPER_RBF_SECONDARY));

@@ -7,9 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -122,7 +120,9 @@ TEST(ZebDbUtilFamilies, FamilySetsAtTheEdgesOfTheirRange)
         std::vector<uint32_t> others;
     };
     const SET sets[] = {
-        {ZEB_DB_UTIL::is_configuration_family, {10, 22, 23, 37, 64}, {0, 9, 11, 21, 24, 36, 38, 63, 65, 67, 74, 128, ~0u}},
+        {ZEB_DB_UTIL::is_configuration_family,
+         {10, 22, 23, 37, 64},
+         {0, 9, 11, 21, 24, 36, 38, 63, 65, 67, 74, 128, ~0u}},
         {ZEB_DB_UTIL::is_supported_family, {10, 16, 25, 44, 45, 67}, {0, 9, 11, 15, 37, 46, 64, 66, 68, 74, 77, ~0u}},
     };
     for (const SET& set : sets)
@@ -191,21 +191,13 @@ TEST_F(ZebDbUtilSwitches, SwitchesGateTheirParams)
 
 // ---- Names -----------------------------------------------------------------------------------------
 
+// That every option name finds its parameter is proven through the command line, which looks up
+// each one; here the shared name, disabled parameters and near misses.
 TEST(ZebDbUtilNames, OptionNamesFindEveryParamThatCarriesThem)
 {
     EXPECT_EQ(as_ints(ZEB_DB_UTIL::find_cmd_params_by_option_name("bitswap")), (std::vector<int32_t>{2, 15, 21}));
-    EXPECT_EQ(as_ints(ZEB_DB_UTIL::find_cmd_params_by_option_name("no_jtag_key")), (std::vector<int32_t>{90}));
     // Disabled parameters are found too; the caller decides what to say about them.
     EXPECT_EQ(as_ints(ZEB_DB_UTIL::find_cmd_params_by_option_name("key2")), (std::vector<int32_t>{83}));
-    EXPECT_TRUE(ZEB_DB_UTIL::find_cmd_params_by_option_name("").empty());
-    EXPECT_TRUE(ZEB_DB_UTIL::find_cmd_params_by_option_name("BITSWAP").empty());
-    EXPECT_TRUE(ZEB_DB_UTIL::find_cmd_params_by_option_name("no_jtag_").empty());
-    for (PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM param : ZEB_DB::get_all_cmd_param_type_keys())
-    {
-        const std::string name = ZEB_DB::get_option_name(param);
-        if (name.empty())
-            continue;
-        const std::vector<PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM> found = ZEB_DB_UTIL::find_cmd_params_by_option_name(name);
-        EXPECT_NE(std::find(found.begin(), found.end(), param), found.end()) << name;
-    }
+    for (const char* near : {"", "BITSWAP", "no_jtag_"})
+        EXPECT_TRUE(ZEB_DB_UTIL::find_cmd_params_by_option_name(near).empty()) << near;
 }
