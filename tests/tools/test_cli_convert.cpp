@@ -151,11 +151,7 @@ TEST(CliConvert, UsageErrorsExitWithTwoAndWriteNothing)
 {
     corvane_test::SCRATCH_CWD cwd;
     ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size 4096 design.sof").status, 0);
-    const struct
-    {
-        const char* arguments;
-        const char* says;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"-o mod=ASX4 design.sof o.rbf", "unknown option 'mod'; did you mean 'mode'?"},
         {"-o mode=FAST design.sof o.rbf", "allowed: PS|FPP|ASX1|ASX4|AVSTX8|AVSTX16|AVSTX32|INTERNAL"},
         {"-o compression=yes design.sof o.rbf", "allowed: ON|OFF"},
@@ -172,11 +168,11 @@ TEST(CliConvert, UsageErrorsExitWithTwoAndWriteNothing)
         {"--secondary FOO design.sof o.jic", "allowed: SEC_RPD|MAP|HELPER_RBF"},
         {"design.sof", "needs at least one input file and an output file"},
     };
-    for (const auto& c : cases)
+    for (const auto& [arguments, says] : cases)
     {
-        PROGRAM_RUN run = corvane(std::string("-c --save s.zeb ") + c.arguments);
-        EXPECT_EQ(run.status, 2) << c.arguments;
-        EXPECT_TRUE(contains(run.err, c.says)) << c.arguments << ": " << run.err;
+        PROGRAM_RUN run = corvane(std::string("-c --save s.zeb ") + arguments);
+        EXPECT_EQ(run.status, 2) << arguments;
+        EXPECT_TRUE(contains(run.err, says)) << arguments << ": " << run.err;
     }
     // One exclusion of the table, whichever it is, names both options.
     for (PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM param : ZEB_DB::get_all_cmd_param_type_keys())

@@ -121,11 +121,9 @@ TEST(GenerateFailures, AFailedOutputFileLeavesNothingBehind)
                   {{ZEB_CMD_PARAM_BITSTREAM_PATH_ENCRYPTION, "1"},
                    {ZEB_CMD_PARAM_BITSTREAM_PATH_KEY_FILE1, keys},
                    {ZEB_CMD_PARAM_BITSTREAM_PATH_KEY1, "design_key"}});
-    set(document.get(), ZEB_CMD_OPT_OUTPUT_FILE,
-        {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, value_of(PGM_COMMON_XML_ENUM_RBF)},
-         {ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, "output_dir"},
-         {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "plain"},
-         {ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Plain"}});
+    // A later name or directory in the list replaces the helper's.
+    add_output_for_bitstream(document.get(), PGM_COMMON_XML_ENUM_RBF, "Plain",
+                             {{ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "plain"}});
     add_output_for_bitstream(document.get(), PGM_COMMON_XML_ENUM_TTF, "Secret");
     std::vector<MSG_POSTED> messages = check_and_generate(document.get(), false);
     ASSERT_EQ(messages.size(), 1u) << texts_of(messages);
@@ -135,11 +133,8 @@ TEST(GenerateFailures, AFailedOutputFileLeavesNothingBehind)
 
     // With the key id right, a third output file fails on its missing directory.
     make_file(ws.dir, "design.key", "design_key " + std::string(64, 'a') + "\n");
-    set(document.get(), ZEB_CMD_OPT_OUTPUT_FILE,
-        {{ZEB_CMD_PARAM_OUTPUT_FILE_TYPE, value_of(PGM_COMMON_XML_ENUM_HEX)},
-         {ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, "missing_dir"},
-         {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, "secret"},
-         {ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Secret"}});
+    add_output_for_bitstream(document.get(), PGM_COMMON_XML_ENUM_HEX, "Secret",
+                             {{ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, "missing_dir"}});
     MSG_CAPTURE_SINK sink;
     EXPECT_FALSE(ZEB_UTIL::generate(document.get()));
     ASSERT_FALSE(sink.messages().empty());
