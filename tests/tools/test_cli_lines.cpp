@@ -150,7 +150,7 @@ TEST(CliLines, HostilePathsNamesNumbersAndFiles)
 
 // A sparse file far larger than any real input is refused from its size, without being read:
 // under an address-space limit far below its size (not with the sanitizers, which reserve more),
-// reading it whole could not even start. Disabled while the input reader reads up to its limit.
+// reading it whole could not even start.
 TEST(CliLines, HugeInputIsRefusedFromItsSize)
 {
     corvane_test::SCRATCH_CWD cwd;

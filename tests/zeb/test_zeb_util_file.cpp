@@ -267,11 +267,9 @@ TEST_F(ZebUtilFile, FailedSaveReportsAndLeavesNothingBehind)
     EXPECT_EQ(entries, 3u); // in.zeb, plain, occupied.zeb
 }
 
-TEST_F(ZebUtilFile, SchemaLocationAndFileExistence)
+// The schema's location is proven by every schema check here.
+TEST_F(ZebUtilFile, FileExistenceSaysWhatIsMissing)
 {
-    EXPECT_TRUE(std::filesystem::exists(ZEB_UTIL::get_xsd_file()));
-    EXPECT_EQ(FIO_PATH(ZEB_UTIL::get_xsd_file()).get_file_name(), "zeb.xsd");
-
     std::string message;
     EXPECT_TRUE(ZEB_UTIL::check_file_exist(FIO_PATH(ZEB_UTIL::get_xsd_file()), message));
     EXPECT_TRUE(message.empty());
