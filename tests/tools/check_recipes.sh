@@ -50,9 +50,10 @@ done
 
 # Hex records and the flash's raw data hold the same configuration data as a plain raw binary.
 "$exe" -c -o mode=AVSTX8 design.sof plain.rbf >/dev/null
-srec_cat sram.hexout -I -o sram.srec -M || fail "srec_cat cannot read sram.hexout"
-objcopy -I ihex -O binary sram.hexout sram.bin
-cmp sram.bin plain.rbf || fail "sram.hexout does not hold the configuration data"
+srec_cat sram.hexout -I -offset -0x100000 -o sram.bin -binary || fail "srec_cat cannot read sram.hexout"
+cmp sram.bin plain.rbf || fail "sram.hexout does not hold the configuration data at 0x100000"
+objcopy -I ihex -O binary sram.hexout sram.objcopy.bin
+cmp sram.objcopy.bin plain.rbf || fail "objcopy reads other data from sram.hexout"
 start=$(awk '$1 == "P1" { print $3 }' single.map)
 dd if=single.rpd of=p1.bin bs=1 skip="$((start))" count="$(stat -c %s plain.rbf)" status=none
 cmp p1.bin plain.rbf || fail "single.rpd does not hold the configuration data at $start"

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Command lines as users and attackers write them: every mode reads its line by one rule, and
-// awkward paths, escaping names, absurd numbers and empty or huge files end in a plain status and
-// a short message, never an internal error, writing nothing they should not.
+// Command lines and documents as users and attackers write them: every mode reads its line by one
+// rule; awkward paths, escaping names, absurd numbers, empty or huge files and a newcomer's broken
+// documents end in a plain status and a short message, never an internal error, writing nothing
+// they should not.
 #include "test_support.h"
 
 #ifndef CORVANE_EXE
@@ -39,6 +40,7 @@ TEST(CliLines, EveryModeReadsItsLineTheSameWay)
     ASSERT_EQ(corvane_test::corvane("--make-sof --device 7TR220PA2R1 --size 65536 good.sof").status, 0);
     corvane_test::write_file("design.sof", corvane_test::read_file("good.sof").substr(0, 3000));
     fs::create_directories("output_files");
+    corvane_test::write_file("bad.zeb", "<zeb>\n<settings mode='FAST'/>\n</zeb>\n");
     const std::string minimal = "'" + corvane_test::source_file("examples/minimal.zeb") + "'";
     expect_lines({
         {"-h good.sof", 0, {"SYNOPSIS", "any order"}},
@@ -59,6 +61,13 @@ TEST(CliLines, EveryModeReadsItsLineTheSameWay)
         {"--ini NO_SUCH_THING=ON --help", 2, {"no switch 'NO_SUCH_THING'"}},
         {"--info " + std::string(100000, 'n'), 1, {"nnn...nnn"}},
         {"--check " + minimal, 1, {"Failed to parse", "Reason: ", "truncated"}},
+        {"--check --no-check " + minimal, 2, {"Try 'corvane --help'"}},
+        {"--save a.zeb b.zeb c.zeb", 2, {"Try 'corvane --help'"}},
+        {"", 2, {"Try 'corvane --help'"}},
+        {"absent.zeb", 1, {"Error (19515): Can't save or open file absent.zeb"}},
+        {"bad.zeb", 1, {"Error (20761): File bad.zeb is corrupted. line 2:"}},
+        {"--help", 0, {"--check", "--no-check", "--save", "--make-sof", "--list-flash-devices", "CORVANE_DATA_DIR"}},
+        {"--version", 0, {"data directory: "}},
     });
     // A long name of two-byte characters is shortened between characters, never inside one,
     // whichever the parity of the cut: iconv reads every message as UTF-8.
@@ -67,6 +76,39 @@ TEST(CliLines, EveryModeReadsItsLineTheSameWay)
                    "| tee -a seen | iconv -f UTF-8 -t UTF-8 >/dev/null || exit 1; done' " CORVANE_EXE);
     EXPECT_EQ(utf8.status, 0) << utf8.output();
     EXPECT_NE(corvane_test::read_file("seen").find("\xC3\xBC...\xC3\xBC"), std::string::npos);
+}
+
+// The document mode: the check fails without the example's input and nothing is saved; with it the
+// document is generated with one line per file, checked, or saved normalised unchecked; an SRAM
+// object file output with a second input is refused by name before the library sees it.
+TEST(CliLines, DocumentModeChecksGeneratesAndSaves)
+{
+    corvane_test::SCRATCH_CWD cwd;
+    fs::create_directory("output_files");
+    const std::string minimal = corvane_test::source_file("examples/minimal.zeb");
+    expect_lines(
+        {{"--save s.zeb '" + minimal + "'", 1, {"Error (19516): Detected Corvane settings error: Cannot find"}}});
+    EXPECT_FALSE(fs::exists("s.zeb"));
+    ASSERT_EQ(corvane_test::corvane("--make-sof --device 7TR440PA3R1 --size 4096 design.sof").status, 0);
+    ASSERT_EQ(corvane_test::corvane("--make-sof --device 7TR440PA3R1 --size 4096 other.sof").status, 0);
+    const corvane_test::PROGRAM_RUN generated = corvane_test::corvane("'" + minimal + "'");
+    const std::string rbf = (cwd.path() / "output_files" / "design.rbf").string();
+    EXPECT_EQ(generated.out,
+              "written: " + rbf + " (" + std::to_string(fs::file_size(rbf)) + " bytes)\n1 output file written\n")
+        << generated.err;
+    EXPECT_EQ(corvane_test::corvane("--check '" + minimal + "'").out, minimal + ": check passed\n");
+    corvane_test::write_file("sof.zeb", "<zeb><settings mode='AVSTX8'/><bitstreams><bitstream id='b1'><path "
+                                        "hps_path='boot.hex'>design.sof</path></bitstream><bitstream id='b2'><path>"
+                                        "other.sof</path></bitstream></bitstreams><output_files><output_file "
+                                        "name='boot' directory='output_files' type='SOF'><bitstream_id>b1"
+                                        "</bitstream_id></output_file></output_files></zeb>");
+    corvane_test::write_file("boot.hex", ":00000001FF\n");
+    expect_lines({
+        {"--no-check --save s.zeb '" + minimal + "'", 0, {"Info (20810): Saved Corvane Setup File s.zeb"}},
+        {"sof.zeb", 1, {"output_file name=\"boot\" type=\"SOF\" is written from exactly one input"}},
+    });
+    EXPECT_NE(corvane_test::read_file("s.zeb").find("<zeb version=\"1\">"), std::string::npos);
+    EXPECT_FALSE(fs::exists("output_files/boot.sof"));
 }
 
 TEST(CliLines, HostilePathsNamesNumbersAndFiles)
@@ -108,7 +150,7 @@ TEST(CliLines, HostilePathsNamesNumbersAndFiles)
 
 // A sparse file far larger than any real input is refused from its size, without being read:
 // under an address-space limit far below its size (not with the sanitizers, which reserve more),
-// reading it whole could not even start. Disabled while the input reader reads up to its limit.
+// reading it whole could not even start.
 TEST(CliLines, HugeInputIsRefusedFromItsSize)
 {
     corvane_test::SCRATCH_CWD cwd;
@@ -125,6 +167,68 @@ TEST(CliLines, HugeInputIsRefusedFromItsSize)
             corvane_test::run_program("/bin/sh", "-c '" + limit + "exec \"$0\" --info " + name + "' " CORVANE_EXE);
         EXPECT_EQ(info.status, 1) << name << ": " << info.output();
         EXPECT_NE(info.err.find(name), std::string::npos) << info.err;
+    }
+}
+
+std::string replaced(std::string text, const std::vector<std::pair<std::string, std::string>>& edits)
+{
+    for (const auto& [from, to] : edits)
+    {
+        const size_t at = text.find(from);
+        EXPECT_NE(at, std::string::npos) << from;
+        if (at != std::string::npos)
+            text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
+// A newcomer's edits of examples/flash_jic.zeb, and what standard error must then say (nothing: the
+// document passes).
+struct STUMBLE
+{
+    std::vector<std::pair<std::string, std::string>> edits;
+    std::vector<std::string> expected;
+};
+
+// Mistakes a first-time user makes in a flash document: each one is reported with a message number
+// and the element it is about, never with silence and never with a pass. The user documentation's
+// runs show the unknown raw file, the partition beyond the flash, the content too large for its
+// partition, the design for another FPGA, the letter O for zero and the misspelt flash device.
+TEST(CliNewcomer, EveryBrokenFlashDocumentSaysWhereAndWhy)
+{
+    corvane_test::SCRATCH_CWD cwd;
+    ASSERT_EQ(corvane_test::corvane("--make-sof --device 7TR440PA3R1 --size 4096 design.sof").status, 0);
+    std::filesystem::create_directories("data");
+    std::filesystem::create_directories("output_files");
+    corvane_test::write_file("data/user_data.hex", ":10000000000102030405060708090A0B0C0D0E0F78\n:00000001FF\n");
+    const std::string base = corvane_test::read_file(corvane_test::source_file("examples/flash_jic.zeb"));
+    const std::string user = R"(id="USER" s_addr="0x01F00000" e_addr="0x01FFFFFF")";
+    const std::string type = R"(type="VQ256A")";
+    const std::string mode = R"(mode="ASX4")";
+    const STUMBLE stumbles[] = {
+        {{}, {}},
+        {{{user, R"(id="USER" s_addr="0x01F00000" e_addr="0x01E00000")"}}, {"Error (21002)"}},
+        {{{R"(partition_id="USER")", R"(partition_id="USR")"}}, {"Error (21004)", "partition_id 'USR'"}},
+        {{{"0x01F00000", "0X01F00000"}}, {"Error (21001)", "'0X01F00000'", "0x00000000"}},
+        {{{"0x01F00000", "top"}}, {"Error (21001)", "'top'", "no number at all"}},
+        {{{"0x01F00000", "0x00030000"}},
+         {"Error (19516)", "USER of flash device Flash_1 (VQ256A) overlaps partition BOOT_INFO"}},
+        {{{type, R"(type="MYFLASH")"}, {mode, mode + R"( custom_db_dir="no_such_dir")"}},
+         {"Error (19516)", "custom database directory no_such_dir was not loaded: "}},
+        {{{">design.sof<", ">build/design.sof<"}},
+         {"Error (19516)", "Relative paths in a setup document are taken from the"}},
+        {{{">7TR440PA3R1<", ">7TR404PA3R1<"}}, {"Error (19516)", "nearest FPGA name is 7TR440PA3R1", "--list-devices"}},
+        {{{mode, R"(mode="AVSTX8")"}}, {"Error (19516)", "Output file output_files/design (type JIC)"}},
+    };
+    for (const STUMBLE& stumble : stumbles)
+    {
+        corvane_test::write_file("doc.zeb", replaced(base, stumble.edits));
+        const corvane_test::PROGRAM_RUN run = corvane_test::corvane("doc.zeb");
+        const std::string what = stumble.edits.empty() ? "as shipped" : stumble.edits.front().second;
+        EXPECT_EQ(run.status, stumble.expected.empty() ? 0 : 1) << what << ": " << run.err;
+        EXPECT_EQ(run.err.empty(), stumble.expected.empty()) << what << ": " << run.err;
+        for (const std::string& part : stumble.expected)
+            EXPECT_NE(run.err.find(part), std::string::npos) << what << ": " << run.err;
     }
 }
 

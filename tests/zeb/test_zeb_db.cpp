@@ -71,176 +71,112 @@ TEST(ZebDbMissingKey, QueriesGiveDefaultsAndNeverMatch)
     EXPECT_TRUE(ZEB_DB::is_ini_key(ZEB_CMD_PARAM_BITSTREAM_PATH_COMPRESSION, 0));
 }
 
-// Front ends list the types in display order, which is not the numeric one.
-TEST(ZebDbKeyOrder, OutputFileTypesBeginInDisplayOrder)
-{
-    const std::vector<ZEB_FILE_TYPE> keys = ZEB_DB::get_all_output_file_type_keys();
-    ASSERT_EQ(keys.size(), 29u);
-    EXPECT_EQ(std::vector<ZEB_FILE_TYPE>(keys.begin(), keys.begin() + 3),
-              (std::vector<ZEB_FILE_TYPE>{ZEB_FILE_TYPE_HEXOUT, ZEB_FILE_TYPE_RBF, ZEB_FILE_TYPE_TTF}));
-    EXPECT_EQ(keys.back(), ZEB_FILE_TYPE_SOF);
-}
-
 // ---- Every row of the output file type table ---------------------------------------------------------
 
-TEST(ZebDbFileTypeRows, XmlValuesNameSchemaFileTypesOnce)
+// The XML value of each enabled type is a file type name of the schema, and every schema name but
+// the older helper-image name (read as HELPER_RBF) names a type; that each value finds its own type
+// back is proven by the look-up tests.
+TEST(ZebDbFileTypeRows, XmlValuesNameSchemaFileTypes)
 {
     const std::set<std::string> schema = schema_file_type_names();
     ASSERT_EQ(schema.size(), 23u);
-    std::map<PGM_COMMON_XML_ENUM, ZEB_FILE_TYPE> owner;
+    std::set<std::string> named;
     for (ZEB_FILE_TYPE type : all_types())
     {
         const PGM_COMMON_XML_ENUM xml = ZEB_DB::get_xml_enum(type);
         if (xml == PGM_COMMON_XML_ENUM__INVALID__)
             continue;
-        EXPECT_TRUE(owner.emplace(xml, type).second) << "types " << owner[xml] << " and " << type << " share " << xml;
-        if (ZEB_DB::get_enabled(type))
-        {
-            EXPECT_EQ(schema.count(std::string(pgm_common_xml_enum_name(xml))), 1u) << type;
-        }
+        const std::string name(pgm_common_xml_enum_name(xml));
+        named.insert(name);
+        EXPECT_TRUE(!ZEB_DB::get_enabled(type) || schema.count(name) == 1) << type;
     }
-    // Every schema name but the older helper-image name (read as HELPER_RBF) names a type.
-    std::set<std::string> named;
-    for (const auto& [xml, type] : owner)
-        named.insert(std::string(pgm_common_xml_enum_name(xml)));
     for (const std::string& name : schema)
         EXPECT_EQ(named.count(name), name == "QSPI_HELPER_RBF" ? 0u : 1u) << name;
 }
 
-TEST(ZebDbFileTypeRows, SecondaryAndVirtualTypesAreConsistent)
-{
-    for (ZEB_FILE_TYPE type : all_types())
-    {
-        SCOPED_TRACE(type);
-        for (ZEB_FILE_TYPE secondary : ZEB_DB::get_secondary_file_type(type))
-        {
-            EXPECT_TRUE(ZEB_DB::get_secondary(secondary)) << secondary;
-            EXPECT_NE(secondary, type);
-        }
-        if (ZEB_DB::get_secondary(type) && ZEB_DB::get_enabled(type))
-        {
-            EXPECT_TRUE(ZEB_DB_UTIL::has_parent(type));
-        }
-        // Only the virtual types put suffixes into file names.
-        const bool virtual_type = ZEB_DB::get_virtual_type(type);
-        EXPECT_EQ(ZEB_DB::get_file_name_suffix(type).empty(), !virtual_type);
-        EXPECT_EQ(ZEB_DB::get_child_file_name_suffix(type).empty(), !virtual_type);
-    }
-    EXPECT_EQ(ZEB_DB::get_child_file_name_suffix(ZEB_FILE_TYPE_RBF_CVP_CORE), ".periph");
-    EXPECT_EQ(ZEB_DB::get_child_file_name_suffix(ZEB_FILE_TYPE_RBF_HPS_CORE), ".hps");
-    EXPECT_EQ(ZEB_DB::get_secondary_file_type(ZEB_FILE_TYPE_JIC),
-              (std::vector<ZEB_FILE_TYPE>{ZEB_FILE_TYPE_RPD_SECONDARY, ZEB_FILE_TYPE_MAP,
-                                          ZEB_FILE_TYPE_HELPER_RBF_SECONDARY}));
-}
-
-TEST(ZebDbFileTypeRows, DescriptionEndsWithTheWrittenExtension)
-{
-    for (ZEB_FILE_TYPE type : all_types())
-    {
-        const std::string description = ZEB_DB::get_description(type);
-        const std::string extension = fio_get_extension_string(ZEB_DB::get_fio_ext_enum(type));
-        ASSERT_FALSE(extension.empty()) << type;
-        const std::string tail = "(." + extension + ")";
-        ASSERT_GE(description.size(), tail.size()) << type;
-        EXPECT_EQ(description.substr(description.size() - tail.size()), tail) << type;
-    }
-}
-
-TEST(ZebDbFileTypeRows, InputsTargetsAndFamiliesFitValidation)
+// Secondary, virtual, description, input, target and family columns agree with each other and
+// with the other tables, as validation and file naming rely on.
+TEST(ZebDbFileTypeRows, EveryRowFitsValidationAndNaming)
 {
     std::set<DEV_FAMILY_ENUM> scheme_families;
     for (PGMIO_CONFIG_SCHEME scheme : ZEB_DB_UTIL::get_enabled_config_modes())
         for (DEV_FAMILY_ENUM family : ZEB_DB::get_config_device_family(scheme))
             scheme_families.insert(family);
+    const std::vector<PGMIO_CONFIG_SCHEME> schemes = ZEB_DB::get_all_config_mode_keys();
     for (ZEB_FILE_TYPE type : all_types())
     {
         SCOPED_TRACE(type);
+        const bool enabled = ZEB_DB::get_enabled(type);
+        for (ZEB_FILE_TYPE secondary : ZEB_DB::get_secondary_file_type(type))
+            EXPECT_TRUE(ZEB_DB::get_secondary(secondary) && secondary != type) << secondary;
+        EXPECT_FALSE(ZEB_DB::get_secondary(type) && enabled && !ZEB_DB_UTIL::has_parent(type));
+        // Only the virtual types put suffixes into file names.
+        const bool virtual_type = ZEB_DB::get_virtual_type(type);
+        EXPECT_EQ(ZEB_DB::get_file_name_suffix(type).empty(), !virtual_type);
+        EXPECT_EQ(ZEB_DB::get_child_file_name_suffix(type).empty(), !virtual_type);
+        // The description ends with the extension written.
+        const std::string description = ZEB_DB::get_description(type);
+        const std::string tail = "(." + fio_get_extension_string(ZEB_DB::get_fio_ext_enum(type)) + ")";
+        EXPECT_TRUE(tail != "(.)" && description.size() >= tail.size() &&
+                    description.compare(description.size() - tail.size(), tail.size(), tail) == 0)
+            << description;
         // Validation intersects the inputs of all outputs: a type written from an input accepts one.
         const bool takes_input = !ZEB_DB::get_secondary(type) && !ZEB_DB::get_no_input_file(type);
-        if (ZEB_DB::get_enabled(type))
-        {
-            EXPECT_EQ(ZEB_DB::get_input_file_type(type).empty(), !takes_input);
-        }
+        EXPECT_FALSE(enabled && ZEB_DB::get_input_file_type(type).empty() == takes_input);
         const std::vector<DEV_FAMILY_ENUM> families = ZEB_DB::get_config_device_family(type);
-        if (ZEB_DB::get_require_flash_loader(type))
-        {
-            EXPECT_FALSE(families.empty());
-        }
+        EXPECT_FALSE(ZEB_DB::get_require_flash_loader(type) && families.empty());
         for (DEV_FAMILY_ENUM family : families)
             EXPECT_EQ(scheme_families.count(family), 1u) << family;
         for (DEV_FAMILY_ENUM family : ZEB_DB::get_supported_family(type))
             EXPECT_TRUE(ZEB_DB_UTIL::is_supported_family(family)) << family;
-        EXPECT_FALSE(ZEB_DB::get_file_category(type).empty() && ZEB_DB::get_enabled(type));
-    }
-    EXPECT_TRUE(ZEB_DB::get_config_device_family(ZEB_FILE_TYPE_RPD).empty());
-    EXPECT_TRUE(ZEB_DB::get_config_device_family(ZEB_FILE_TYPE_RPD_PERIPHERY).empty());
-}
-
-TEST(ZebDbFileTypeRows, ModeBoundTypesAreOfferedBySomeSchemeAndOthersByNone)
-{
-    const std::vector<PGMIO_CONFIG_SCHEME> schemes = ZEB_DB::get_all_config_mode_keys();
-    for (ZEB_FILE_TYPE type : all_types())
-    {
-        if (!ZEB_DB::get_enabled(type))
+        EXPECT_FALSE(ZEB_DB::get_file_category(type).empty() && enabled);
+        if (!enabled)
             continue;
+        // Mode-bound types are offered by some enabled scheme, the others by none.
         const bool offered =
             std::any_of(schemes.begin(), schemes.end(),
                         [type](PGMIO_CONFIG_SCHEME scheme)
                         { return ZEB_DB::get_enabled(scheme) && ZEB_DB::supports_output_file_type(scheme, type); });
-        EXPECT_NE(offered, ZEB_DB::get_independent_of_mode(type)) << type;
-        if (ZEB_DB::get_cmd_only(type))
-        {
-            EXPECT_TRUE(ZEB_DB::get_independent_of_mode(type)) << type;
-        }
+        EXPECT_NE(offered, ZEB_DB::get_independent_of_mode(type));
+        EXPECT_FALSE(ZEB_DB::get_cmd_only(type) && !ZEB_DB::get_independent_of_mode(type));
     }
 }
 
 // ---- Every row of the configuration scheme table -----------------------------------------------------
 
-TEST(ZebDbSchemeRows, XmlValuesAreModesAndOnlyThePassiveParallelWidthsShareOne)
+// XML values are modes, and only the three passive parallel widths share one; every output a
+// scheme lists is enabled and mode-bound, and a flash programming file that an enabled scheme offers
+// can target one of its families.
+TEST(ZebDbSchemeRows, XmlValuesOutputListsAndFamilies)
 {
     const std::set<std::string> modes = {"PS", "FPP", "ASX1", "ASX4", "AVSTX8", "AVSTX16", "AVSTX32", "INTERNAL"};
     std::map<PGM_COMMON_XML_ENUM, std::vector<int32_t>> owners;
     for (PGMIO_CONFIG_SCHEME scheme : ZEB_DB::get_all_config_mode_keys())
     {
-        const PGM_COMMON_XML_ENUM xml = ZEB_DB::get_xml_enum(scheme);
-        EXPECT_EQ(xml != PGM_COMMON_XML_ENUM__INVALID__, ZEB_DB::get_enabled(scheme)) << scheme;
-        if (xml == PGM_COMMON_XML_ENUM__INVALID__)
-            continue;
-        owners[xml].push_back(scheme);
-        EXPECT_EQ(modes.count(std::string(pgm_common_xml_enum_name(xml))), 1u) << scheme;
-    }
-    EXPECT_EQ(owners.size(), modes.size());
-    for (const auto& [xml, schemes] : owners)
-        EXPECT_EQ(schemes.size(), xml == PGM_COMMON_XML_ENUM_FPP ? 3u : 1u) << xml;
-}
-
-TEST(ZebDbSchemeRows, OutputListsNameModeBoundTypesAndFlashTypesHaveFamilies)
-{
-    for (PGMIO_CONFIG_SCHEME scheme : ZEB_DB::get_all_config_mode_keys())
-    {
         SCOPED_TRACE(scheme);
+        const PGM_COMMON_XML_ENUM xml = ZEB_DB::get_xml_enum(scheme);
+        EXPECT_EQ(xml != PGM_COMMON_XML_ENUM__INVALID__, ZEB_DB::get_enabled(scheme));
         const std::vector<ZEB_FILE_TYPE> outputs = ZEB_DB::get_output_file_type(scheme);
         EXPECT_FALSE(outputs.empty());
         for (ZEB_FILE_TYPE type : outputs)
-        {
-            EXPECT_TRUE(ZEB_DB::get_enabled(type)) << type;
-            EXPECT_FALSE(ZEB_DB::get_independent_of_mode(type)) << type;
-        }
-        if (!ZEB_DB::get_enabled(scheme))
+            EXPECT_TRUE(ZEB_DB::get_enabled(type) && !ZEB_DB::get_independent_of_mode(type)) << type;
+        if (xml == PGM_COMMON_XML_ENUM__INVALID__)
             continue;
-        // A scheme that offers a flash programming file names a family that the file can target.
+        owners[xml].push_back(scheme);
+        EXPECT_EQ(modes.count(std::string(pgm_common_xml_enum_name(xml))), 1u);
         for (ZEB_FILE_TYPE type : outputs)
         {
             const std::vector<DEV_FAMILY_ENUM> families = ZEB_DB::get_config_device_family(type);
-            if (families.empty())
-                continue;
-            EXPECT_TRUE(std::any_of(families.begin(), families.end(),
+            EXPECT_TRUE(families.empty() ||
+                        std::any_of(families.begin(), families.end(),
                                     [scheme](DEV_FAMILY_ENUM family)
                                     { return ZEB_DB::supports_config_device_family(scheme, family); }))
                 << type;
         }
     }
+    EXPECT_EQ(owners.size(), modes.size());
+    for (const auto& [xml, schemes] : owners)
+        EXPECT_EQ(schemes.size(), xml == PGM_COMMON_XML_ENUM_FPP ? 3u : 1u) << xml;
     EXPECT_FALSE(ZEB_DB::supports_output_file_type(PGMIO_CONFIG_SCHEME_INTERNAL, ZEB_FILE_TYPE_RBF));
     EXPECT_TRUE(ZEB_DB::supports_output_file_type(PGMIO_CONFIG_SCHEME_AS_X4, ZEB_FILE_TYPE_HELPER_RBF_SECONDARY));
     EXPECT_FALSE(ZEB_DB::supports_output_file_type(PGMIO_CONFIG_SCHEME_AS, ZEB_FILE_TYPE_HELPER_RBF_SECONDARY));
@@ -248,52 +184,24 @@ TEST(ZebDbSchemeRows, OutputListsNameModeBoundTypesAndFlashTypesHaveFamilies)
 
 // ---- Every row of the command parameter table --------------------------------------------------------
 
-TEST(ZebDbCmdParamRows, OptionNamesBelongToEnabledParamsWithTheKnownExceptions)
+// Option names are unique but for the bit swap of three kinds; hidden parameters are enabled; a
+// switch-gated parameter names a switch that exists, an ungated one none.
+TEST(ZebDbCmdParamRows, OptionNamesHiddenAndSwitchGatedParams)
 {
-    std::set<int32_t> exceptions;
     std::map<std::string, int> uses;
     for (PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM param : ZEB_DB::get_all_cmd_param_type_keys())
     {
-        const std::string name = ZEB_DB::get_option_name(param);
-        if (ZEB_DB::get_enabled(param) == name.empty())
-            exceptions.insert(param);
-        if (!name.empty())
-            ++uses[name];
+        if (!ZEB_DB::get_option_name(param).empty())
+            ++uses[ZEB_DB::get_option_name(param)];
+        EXPECT_FALSE(ZEB_DB::get_hidden(param) && !ZEB_DB::get_enabled(param)) << param;
+        const PGM_COMMON_INI_TYPE type = ZEB_DB::get_ini_type(param);
+        EXPECT_TRUE(ZEB_DB::get_enabled_by_ini(param)
+                        ? PGM_COMMON_INI::find_keyed_switch(type, ZEB_DB::get_ini_key(param)) != nullptr
+                        : type == PGM_COMMON_INI_TYPE_NONE && ZEB_DB::get_ini_key(param) == 0u)
+            << param;
     }
-    // Enabled without a name: encryption. Disabled with a name: the second key and key file and the
-    // two partial-reconfiguration switches.
-    EXPECT_EQ(exceptions, (std::set<int32_t>{83, 85, 96, 100, 110}));
     for (const auto& [name, count] : uses)
         EXPECT_EQ(count, name == "bitswap" ? 3 : 1) << name;
-}
-
-TEST(ZebDbCmdParamRows, HiddenAndSwitchGatedParams)
-{
-    std::set<int32_t> hidden;
-    std::map<int32_t, std::pair<uint32_t, uint32_t>> gated;
-    for (PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM param : ZEB_DB::get_all_cmd_param_type_keys())
-    {
-        if (ZEB_DB::get_hidden(param))
-        {
-            hidden.insert(param);
-            EXPECT_TRUE(ZEB_DB::get_enabled(param)) << param;
-        }
-        const PGM_COMMON_INI_TYPE type = ZEB_DB::get_ini_type(param);
-        if (!ZEB_DB::get_enabled_by_ini(param))
-        {
-            EXPECT_EQ(type, PGM_COMMON_INI_TYPE_NONE) << param;
-            EXPECT_EQ(ZEB_DB::get_ini_key(param), 0u) << param;
-            continue;
-        }
-        gated[param] = {type, ZEB_DB::get_ini_key(param)};
-        EXPECT_NE(PGM_COMMON_INI::find_keyed_switch(type, ZEB_DB::get_ini_key(param)), nullptr) << param;
-    }
-    EXPECT_EQ(hidden, (std::set<int32_t>{93, 102, 106, 108}));
-    const std::map<int32_t, std::pair<uint32_t, uint32_t>> expected = {
-        {62, {0, 3}}, {63, {2, 1}}, {68, {0, 6}},  {71, {0, 6}},  {73, {0, 7}},
-        {74, {2, 1}}, {75, {0, 6}}, {102, {1, 5}}, {106, {1, 5}}, {108, {1, 5}},
-    };
-    EXPECT_EQ(gated, expected);
 }
 
 TEST(ZebDbCmdParamRows, ListColumnsReferToRealAndCompatibleEntries)

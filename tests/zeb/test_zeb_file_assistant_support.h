@@ -19,6 +19,13 @@ namespace assistant_test
 using ZFA = ZEB_FILE_ASSISTANT;
 using PARAMS = ZEB_FILE_ASSISTANT::PARAM_LIST;
 
+// Short names of the parameters of each group, e.g. FD(PARTITION_ID), so that a list fits a line.
+#define RF(NAME) ZEB_CMD_PARAM_RAW_FILE_##NAME
+#define BS(NAME) ZEB_CMD_PARAM_BITSTREAM_##NAME
+#define FD(NAME) ZEB_CMD_PARAM_FLASH_DEVICE_##NAME
+#define AS(NAME) ZEB_CMD_PARAM_ASSIGNMENT_##NAME
+#define OF(NAME) ZEB_CMD_PARAM_OUTPUT_FILE_##NAME
+
 // The condition text of the internal error that `call` raises, after checking that the assistant
 // raised it; "" and a test failure when `call` returns normally.
 template <class CALL> std::string internal_error_of(CALL call)

@@ -3,7 +3,6 @@
 // chain of an SRAM object file, or a chain description file) and the SVF options of the document.
 #include "test_support.h"
 
-#include "pgm/zeb/platform/bitasm/bitasm.h"
 #include "pgm/zeb/platform/pgmconv/pgmio_player.h"
 #include "pgm/zeb/zeb_util.h"
 
@@ -37,11 +36,8 @@ void write_zeb(const std::string& path, const std::string& type, const std::stri
 TEST(GeneratePlayer, WritesTheInputsChainWithTheDocumentsOptions)
 {
     SCRATCH_CWD cwd;
-    const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(std::string_view("7TR440PA3R1"));
-    PGMIO_SOF_IMAGE sof;
+    ASSERT_EQ(corvane("--make-sof --device 7TR440PA3R1 --size 600 a.sof").status, 0);
     std::string error;
-    ASSERT_TRUE(BITASM_MGR::assemble_sof(*device, {.design_name = "a", .size = 600}, sof, error)) << error;
-    ASSERT_TRUE(PGMIO_SOF::write("a.sof", sof, error)) << error;
     write_file("one.cdf", "corvane-cdf 1\ndevice 9RX027R1B\ndevice 7TR440PA3R1 file a.sof actions program,verify\n");
     PGMIO_PLAYER_CHAIN cdf_chain;
     ASSERT_TRUE(pgmio_player_read_cdf(FIO_PATH("one.cdf"), cdf_chain, error)) << error;
