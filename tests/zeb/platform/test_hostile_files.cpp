@@ -123,4 +123,59 @@ TEST(HostileFiles, PrecheckOfAChangedFileIsMadeAgain)
     EXPECT_EQ(device, nullptr);
 }
 
+
+// Configuration data whose payload goes out as stored is checked without being copied: every
+// crafted container (the writer would refuse to make these) is refused by both decodes alike.
+TEST(HostileFiles, PayloadFreeDecodeChecksWhatTheFullDecodeChecks)
+{
+    const auto header = [](uint32_t idcode, uint32_t flags)
+    {
+        PGMIO_BYTES bytes(16, 0);
+        for (int i = 0; i < 4; ++i)
+            bytes[size_t(i)] = uint8_t(idcode >> (8 * i)), bytes[size_t(4 + i)] = uint8_t(flags >> (8 * i));
+        return bytes;
+    };
+    const PGMIO_BYTES data = {1, 2, 3}, none;
+    const uint32_t firm = PGMIO_SECTION_FIRMWARE, core = PGMIO_SECTION_CORE, hps = PGMIO_SECTION_HPS;
+    struct ROW
+    {
+        uint32_t idcode, flags;
+        std::vector<std::pair<uint32_t, const PGMIO_BYTES*>> payload;
+        const char* error; // "" for a valid container
+    };
+    const ROW rows[] = {
+        {0x0A445EE1, 0, {{firm, &data}, {core, &data}}, ""},
+        {0x0A445EE0, 0, {{core, &data}}, "bit 0 is clear"},
+        {0x0A445EE1, 0x80000000, {{core, &data}}, "unknown design flags"},
+        {0x0A445EE1, 0, {{core, &data}, {firm, &data}}, "out of order"},
+        {0x0A445EE1, 0, {{firm, &data}, {core, &none}}, "'CORE' is empty"},
+        {0x0A445EE1, 0, {{firm, &data}}, "'CORE' is missing"},
+        {0x0A445EE1, PGMIO_DESIGN_CVP, {{core, &data}}, "separate 'PERI'"},
+        {0x0A445EE1, 0, {{core, &data}, {hps, &data}}, "without the HPS flag"},
+    };
+    for (const ROW& row : rows)
+    {
+        const PGMIO_BYTES head = header(row.idcode, row.flags);
+        PGMIO_CONTAINER_BUILDER builder(PGMIO_KIND_RBF);
+        builder.add(pgmio_tag("CFGH"), head);
+        for (const auto& [tag, bytes] : row.payload)
+            builder.add(tag, *bytes);
+        PGMIO_BYTES image;
+        std::string built, full, header_only;
+        ASSERT_TRUE(builder.finish(image, built)) << built;
+        PGMIO_CONFIG_DATA with, without;
+        const bool decoded = PGMIO_RBF::decode(image, with, full);
+        EXPECT_EQ(PGMIO_RBF::decode(image, without, header_only, false), decoded) << row.error;
+        EXPECT_EQ(header_only, full);
+        EXPECT_EQ(decoded, *row.error == 0) << full;
+        EXPECT_NE(full.find(row.error), std::string::npos) << full;
+        if (decoded)
+        {
+            EXPECT_EQ(with.sections.size(), row.payload.size());
+            EXPECT_TRUE(without.sections.empty());
+            EXPECT_EQ(std::tie(without.idcode, without.flags), std::tie(with.idcode, with.flags));
+        }
+    }
+}
+
 } // namespace
