@@ -29,7 +29,9 @@ bool pgmconv_write_map(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layo
 {
     HTL_ZOFSTREAM out(path);
     std::ostream& text = out.stream();
-    text << "# corvane memory map 1: " << state.name << (state.comment.empty() ? "" : " - " + state.comment) << "\n"
+    // Named after the flash image it describes; the conversion's own name only without one.
+    const std::string image = state.output_file.is_empty() ? state.name : state.output_file.get_file_name();
+    text << "# corvane memory map 1: " << image << (state.comment.empty() ? "" : " - " + state.comment) << "\n"
          << "# flash " << (layout.flash_device.empty() ? "-" : layout.flash_device) << ", "
          << msg_printf("0x%08llX", static_cast<unsigned long long>(layout.flash_size)) << " bytes, erase sector "
          << msg_printf("0x%08X", layout.sector) << ", device " << (layout.fpga ? layout.fpga->get_name() : "-")
