@@ -1,26 +1,13 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-#
-# Checks xsd/zeb.xsd against the documents in tests/xsd/ and examples/.
-#
-#   check_schema.sh [SOURCE_DIR]
-#
-# SOURCE_DIR is the repository root (default: two levels above this script).
-#
-# - tests/xsd/valid_*.zeb and examples/*.zeb must validate.
-# - tests/xsd/invalid_*.zeb must be rejected, and for the intended reason: each such file carries
-#   a comment "<!-- expect: TEXT -->" and TEXT must appear in xmllint's report.
-# - Any other .zeb file in tests/xsd/ is an error, so that no document is silently skipped.
-# - A few structural rules of the schema itself are checked (no default on a required attribute,
-#   the sizes of the shared enumerations, one global element) and examples/full.zeb must use
-#   every element the schema declares.
-# - Every ```xml example in docs/setup-document.md must validate.
-#
-# Exit status 0 when every check passes, 1 otherwise.
+# Checks xsd/zeb.xsd: tests/xsd/valid_*.zeb, examples/*.zeb and the ```xml examples of
+# docs/setup-document.md validate; tests/xsd/invalid_*.zeb are rejected with the text of their
+# "<!-- expect: TEXT -->" comment in xmllint's report; no other .zeb lies in tests/xsd/; and a few
+# rules of the schema itself hold (sizes of the shared lists, named types, examples/full.zeb uses
+# every element).  Usage: check_schema.sh [SOURCE_DIR]; exit status 0 when every check passes.
 set -u
 
-here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-src=${1:-$(cd "$here/../.." && pwd)}
+src=${1:-$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)}
 schema="$src/xsd/zeb.xsd"
 tests="$src/tests/xsd"
 examples="$src/examples"
