@@ -14,7 +14,6 @@ import json
 import socket
 import sys
 import zlib
-from collections import deque
 
 # TAP states and their successors for TMS 0 and 1.
 RESET, IDLE, SEL_DR, CAP_DR, SH_DR, EX1_DR, PA_DR, EX2_DR, UP_DR, \
@@ -65,42 +64,33 @@ class Register:
     """A shift register; `fixed` bits, or an endless one whose output comes from `stream`."""
 
     def __init__(self, fixed=None, stream=None):
-        self.fixed = deque(fixed) if fixed is not None else None
+        self.fixed = list(fixed) if fixed is not None else None
         self.stream = stream
         self.shifted = []
 
     def lsb(self):
         if self.fixed is not None:
             return self.fixed[0]
-        if self.stream and self.stream[0] < len(self.stream[1]):
-            return self.stream[1][self.stream[0]]
-        return 0
+        at, source = self.stream
+        return source[at] if at < len(source) else 0
 
     def shift_many(self, bits):
         """Shifts a run of bits; returns the bits that come out."""
         n = len(bits)
         if self.fixed is not None:
-            combined = list(self.fixed) + bits
-            self.fixed = deque(combined[n:])
+            combined = self.fixed + bits
+            self.fixed = combined[n:]
             out = combined[:n]
         else:
-            at, source = (self.stream[0], self.stream[1]) if self.stream else (0, [])
+            at, source = self.stream
             out = source[at:at + n]
             out += [0] * (n - len(out))
-            if self.stream:
-                self.stream[0] += n
+            self.stream[0] += n
         self.shifted += bits
         return out
 
     def shift(self, bit):
-        out = self.lsb()
-        if self.fixed is not None:
-            self.fixed.popleft()
-            self.fixed.append(bit)
-        elif self.stream:
-            self.stream[0] += 1
-        self.shifted.append(bit)
-        return out
+        return self.shift_many([bit])[0]
 
 
 def hex_id(value):

@@ -33,13 +33,14 @@ validate() {
     report=$(xmllint --noout --schema "$schema" "$1" 2>&1)
 }
 
+# expect_valid FILE [NAME]: FILE must validate; NAME (default: FILE's name) is shown.
 expect_valid() {
-    local f=$1
+    local f=$1 name=${2:-$(basename "$1")}
     checked=$((checked + 1))
     if validate "$f"; then
-        echo "ok:   $(basename "$f") accepted"
+        echo "ok:   $name accepted"
     else
-        fail "$f should validate:"
+        fail "$name should validate:"
         printf '%s\n' "$report" | sed 's/^/      /'
     fi
 }
@@ -122,13 +123,7 @@ if [ -f "$doc" ]; then
         if ! grep -q '<zeb' "$b"; then
             { echo '<zeb>'; cat "$b"; echo '</zeb>'; } > "$b.wrapped" && mv "$b.wrapped" "$b"
         fi
-        checked=$((checked + 1))
-        if validate "$b"; then
-            echo "ok:   docs/setup-document.md example $(basename "$b" .xml) accepted"
-        else
-            fail "docs/setup-document.md example $(basename "$b" .xml) should validate:"
-            printf '%s\n' "$report" | sed 's/^/      /'
-        fi
+        expect_valid "$b" "docs/setup-document.md example $(basename "$b" .xml)"
     done
 else
     fail "missing $doc"
