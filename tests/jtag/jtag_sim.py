@@ -7,7 +7,8 @@ KEY_PROGRAM / KEY_VERIFY and LOADER_ACCESS (a serial flash behind the flash load
 catalogue's flash commands: erase to 0xFF, program only 1 to 0, read back).
 
 Usage: jtag_sim.py DATA_DIR STATE_FILE DEVICE[,DEVICE...] [FLASH_DEVICE]
-Prints the port it listens on, serves one connection, then writes its state as JSON to STATE_FILE.
+Prints the port it listens on, serves one connection, then writes its state as JSON to STATE_FILE
+(flash contents as hex).
 """
 import hashlib
 import json
@@ -278,11 +279,6 @@ class Chain:
                 self.tck = tck
             elif c == 0x52:  # 'R'
                 reply.append(0x31 if self.tdo() else 0x30)
-            elif c in (0x74, 0x75):  # 't', 'u': TRST asserted
-                self.state = RESET
-                for device in self.devices:
-                    device.reset()
-                self.log = []
         return bytes(reply)
 
     def state_json(self):
@@ -292,7 +288,7 @@ class Chain:
                      "keys": [[key[0], key[1], key[3:3 + key[2]].hex()] for key in device.keys],
                      "mailbox": device.mailbox}
             if device.flash:
-                entry["flash"] = device.flash_data
+                entry["flash"] = device.flash_data.hex()
             out["devices"].append(entry)
         return out
 
@@ -339,13 +335,8 @@ def main():
     listener.listen(1)
     print(listener.getsockname()[1], flush=True)
     serve(chain, listener)
-    state = chain.state_json()
-    for i, device in enumerate(state["devices"]):
-        if "flash" in device:
-            with open(f"{state_file}.flash{i}", "wb") as f:
-                f.write(device.pop("flash"))
     with open(state_file, "w") as f:
-        json.dump(state, f)
+        json.dump(chain.state_json(), f)
 
 
 if __name__ == "__main__":

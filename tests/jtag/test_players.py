@@ -105,12 +105,7 @@ def simulate(work, devices, flash, player):
         if sim.poll() is None:
             sim.kill()
             sim.wait()
-    state = json.load(open(state_file))
-    for i, device in enumerate(state["devices"]):
-        if os.path.exists(f"{state_file}.flash{i}"):
-            device["flash"] = open(f"{state_file}.flash{i}", "rb").read()
-            os.remove(f"{state_file}.flash{i}")
-    return result, state
+    return result, json.load(open(state_file))
 
 
 def openocd(work, devices, svf):
@@ -146,11 +141,11 @@ def stapl(path):
 def check_state(case, state, expected):
     for index, what, value in expected:
         got = state["devices"][index][what]
-        if what == "config":
-            got = bytes.fromhex(got)
         if what == "flash":
-            start, data = value
-            got, value = got[start:start + len(data)], data
+            start, value = value
+            got = got[2 * start:2 * (start + len(value))]
+        if what in ("config", "flash"):
+            got = bytes.fromhex(got)
         if got != value:
             raise AssertionError(f"{case}: device {index} {what} differs from the source")
 
