@@ -23,7 +23,6 @@ namespace
 class FioTest : public testing::Test
 {
 protected:
-
     // Names of the entries of the test directory.
     std::set<std::string> entries() const
     {

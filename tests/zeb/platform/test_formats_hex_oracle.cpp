@@ -45,14 +45,12 @@ uint32_t hex_field(const std::string& text, size_t at, size_t digits)
     return uint32_t(std::stoul(text.substr(at, digits), nullptr, 16));
 }
 
-// srec_cat's reading of a hex file (-I: hex records in), taken from the S3 records (4-byte
-// addresses) it writes.
+// srec_cat's reading of a hex file (-I), taken from the S3 records (4-byte addresses) it writes.
 OUTCOME read_srec_cat(const std::string& path)
 {
     const PROGRAM_RUN run = run_program("srec_cat", "'" + path +
-                                                        "' -I -o - -M -address-length=4 "
-                                                        "-disable=header -disable=data-count "
-                                                        "-disable=exec-start-address");
+                                                        "' -I -o - -M -address-length=4 -disable=header "
+                                                        "-disable=data-count -disable=exec-start-address");
     // A file of no data records is valid; srec_cat refuses it only because it has nothing to write.
     if (run.status != 0)
         return {run.err.find("file contains no data") != std::string::npos, {}, run.err};
