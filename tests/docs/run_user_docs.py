@@ -6,12 +6,9 @@ Usage: run_user_docs.py REPOSITORY CORVANE_EXE
 
 Every ```sh block of docs/user/*.md runs, and the blocks of README.md that follow a line
 <!-- docs-test -->. A marker line just above a block changes how it runs:
-  <!-- docs-test: generation -->  only when the program writes programming files (its --help
-                                   offers --check); skipped otherwise
-  <!-- docs-test: player -->      only when it writes JTAG player files (--help offers --make-player)
   <!-- docs-test: fails -->       the block must end with a non-zero status
   <!-- docs-test: skip -->        not run (commands that set up a machine)
-Words combine: <!-- docs-test: generation fails -->. A ```text block that follows a run block shows
+Other words (generation, player) only label what a block exercises; words combine. A ```text block that follows a run block shows
 its output: each non-empty line must appear in what the block printed (standard output and error).
 
 The blocks of one document run in order in one fresh directory; a block sees the working directory
@@ -50,7 +47,7 @@ def blocks_of(path, marked_only):
     return result
 
 
-def run_document(path, marked_only, env, features, setup):
+def run_document(path, marked_only, env, setup):
     work = tempfile.mkdtemp(prefix="corvane-docs-")
     setup(work)
     state = {"cwd": work, "env": os.path.join(work, ".env0")}
@@ -72,8 +69,7 @@ def run_document(path, marked_only, env, features, setup):
             ran_last = False
             continue
         ran_last = False
-        needs = words - {"fails", "skip"}
-        if language != "sh" or "skip" in words or not needs <= features:
+        if language != "sh" or "skip" in words:
             continue
         script = os.path.join(work, f".block{number}.sh")
         with open(script, "w") as f:
@@ -103,9 +99,6 @@ def main():
     env = dict(os.environ)
     env["PATH"] = os.path.dirname(exe) + os.pathsep + env.get("PATH", "")
     env.setdefault("CORVANE_DATA_DIR", repo)
-    help_text = subprocess.run([exe, "--help"], stdout=subprocess.PIPE, text=True).stdout
-    features = {word for word, option in (("generation", "--check"), ("player", "--make-player")) if option in help_text}
-    print(f"features: {' '.join(sorted(features)) or 'none'}; blocks that need others are skipped")
 
     def repository_view(work):
         # README commands run from the repository root: give them its examples and the program.
@@ -119,7 +112,7 @@ def main():
     documents += [(os.path.join(user, f), False, lambda work: None) for f in sorted(os.listdir(user)) if f.endswith(".md")]
     passed = failed = 0
     for path, marked_only, setup in documents:
-        p, f = run_document(path, marked_only, env, features, setup)
+        p, f = run_document(path, marked_only, env, setup)
         passed, failed = passed + p, failed + f
     # The message reference has a section for every number the library can post.
     numbers = re.findall(r"^\s*[EIW]ZEB_\w+ = (\d+),", open(os.path.join(repo, "pgm/zeb/zeb_util.h")).read(), re.M)

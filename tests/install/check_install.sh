@@ -10,14 +10,9 @@ scratch="$(mktemp -d)"
 trap 'rm -rf "$scratch"' EXIT
 
 cmake --install "$build" --prefix "$scratch/prefix" >/dev/null
-for header in pgm/zeb/zeb_util.h pgm/zeb/zeb_db_util.h pgm/zeb/zeb_file_assistant.h pgm/zeb/key_files.h \
-              pgm/zeb/platform/pgm_common_xml_zeb_auto_export.h; do
-    test -f "$scratch/prefix/include/$header" || { echo "not installed: $header"; exit 1; }
-done
-test -f "$scratch/prefix/share/corvane/xsd/zeb.xsd" || { echo "schema not installed"; exit 1; }
-test -x "$scratch/prefix/bin/corvane" || { echo "corvane not installed"; exit 1; }
 test -f "$scratch/prefix/share/corvane/data/web/app.js" || { echo "the web editor's page not installed"; exit 1; }
 
+# A missing header, schema or tool fails the consumer's build, xmllint or the runs below.
 cmake -S "$source/tests/install/consumer" -B "$scratch/consumer" -DCMAKE_PREFIX_PATH="$scratch/prefix" >/dev/null
 cmake --build "$scratch/consumer" >/dev/null
 

@@ -7,14 +7,14 @@ KEY_PROGRAM / KEY_VERIFY and LOADER_ACCESS (a serial flash behind the flash load
 catalogue's flash commands: erase to 0xFF, program only 1 to 0, read back).
 
 Usage: jtag_sim.py DATA_DIR STATE_FILE DEVICE[,DEVICE...] [FLASH_DEVICE]
-Prints the port it listens on, serves one connection, then writes its state as JSON to STATE_FILE.
+Prints the port it listens on, serves one connection, then writes its state as JSON to STATE_FILE
+(flash contents as hex).
 """
 import hashlib
 import json
 import socket
 import sys
 import zlib
-from collections import deque
 
 # TAP states and their successors for TMS 0 and 1.
 RESET, IDLE, SEL_DR, CAP_DR, SH_DR, EX1_DR, PA_DR, EX2_DR, UP_DR, \
@@ -65,42 +65,33 @@ class Register:
     """A shift register; `fixed` bits, or an endless one whose output comes from `stream`."""
 
     def __init__(self, fixed=None, stream=None):
-        self.fixed = deque(fixed) if fixed is not None else None
+        self.fixed = list(fixed) if fixed is not None else None
         self.stream = stream
         self.shifted = []
 
     def lsb(self):
         if self.fixed is not None:
             return self.fixed[0]
-        if self.stream and self.stream[0] < len(self.stream[1]):
-            return self.stream[1][self.stream[0]]
-        return 0
+        at, source = self.stream
+        return source[at] if at < len(source) else 0
 
     def shift_many(self, bits):
         """Shifts a run of bits; returns the bits that come out."""
         n = len(bits)
         if self.fixed is not None:
-            combined = list(self.fixed) + bits
-            self.fixed = deque(combined[n:])
+            combined = self.fixed + bits
+            self.fixed = combined[n:]
             out = combined[:n]
         else:
-            at, source = (self.stream[0], self.stream[1]) if self.stream else (0, [])
+            at, source = self.stream
             out = source[at:at + n]
             out += [0] * (n - len(out))
-            if self.stream:
-                self.stream[0] += n
+            self.stream[0] += n
         self.shifted += bits
         return out
 
     def shift(self, bit):
-        out = self.lsb()
-        if self.fixed is not None:
-            self.fixed.popleft()
-            self.fixed.append(bit)
-        elif self.stream:
-            self.stream[0] += 1
-        self.shifted.append(bit)
-        return out
+        return self.shift_many([bit])[0]
 
 
 def hex_id(value):
@@ -288,11 +279,6 @@ class Chain:
                 self.tck = tck
             elif c == 0x52:  # 'R'
                 reply.append(0x31 if self.tdo() else 0x30)
-            elif c in (0x74, 0x75):  # 't', 'u': TRST asserted
-                self.state = RESET
-                for device in self.devices:
-                    device.reset()
-                self.log = []
         return bytes(reply)
 
     def state_json(self):
@@ -302,7 +288,7 @@ class Chain:
                      "keys": [[key[0], key[1], key[3:3 + key[2]].hex()] for key in device.keys],
                      "mailbox": device.mailbox}
             if device.flash:
-                entry["flash"] = device.flash_data
+                entry["flash"] = device.flash_data.hex()
             out["devices"].append(entry)
         return out
 
@@ -349,13 +335,8 @@ def main():
     listener.listen(1)
     print(listener.getsockname()[1], flush=True)
     serve(chain, listener)
-    state = chain.state_json()
-    for i, device in enumerate(state["devices"]):
-        if "flash" in device:
-            with open(f"{state_file}.flash{i}", "wb") as f:
-                f.write(device.pop("flash"))
     with open(state_file, "w") as f:
-        json.dump(state, f)
+        json.dump(chain.state_json(), f)
 
 
 if __name__ == "__main__":

@@ -11,7 +11,6 @@ import shutil
 import subprocess
 import sys
 import tempfile
-import time
 import zlib
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -106,12 +105,7 @@ def simulate(work, devices, flash, player):
         if sim.poll() is None:
             sim.kill()
             sim.wait()
-    state = json.load(open(state_file))
-    for i, device in enumerate(state["devices"]):
-        if os.path.exists(f"{state_file}.flash{i}"):
-            device["flash"] = open(f"{state_file}.flash{i}", "rb").read()
-            os.remove(f"{state_file}.flash{i}")
-    return result, state
+    return result, json.load(open(state_file))
 
 
 def openocd(work, devices, svf):
@@ -147,11 +141,11 @@ def stapl(path):
 def check_state(case, state, expected):
     for index, what, value in expected:
         got = state["devices"][index][what]
-        if what == "config":
-            got = bytes.fromhex(got)
         if what == "flash":
-            start, data = value
-            got, value = got[start:start + len(data)], data
+            start, value = value
+            got = got[2 * start:2 * (start + len(value))]
+        if what in ("config", "flash"):
+            got = bytes.fromhex(got)
         if got != value:
             raise AssertionError(f"{case}: device {index} {what} differs from the source")
 
@@ -199,9 +193,8 @@ def main():
                 for device, file, actions in chain:
                     f.write(f"device {device}" + (f" file {file} actions {actions}" if file else "") + "\n")
             devices = [device for device, _, _ in chain]
-            logs, times = [], []
+            logs = []
             for extension in ("svf", "jam", "jbc"):
-                start = time.monotonic()
                 out = inputs.path(f"{name}.{extension}")
                 run(CORVANE, "--make-player", "--frequency", "100KHz", cdf, out)
                 if flash and extension == "jam":  # each erase and page waits the catalogue's time
@@ -215,10 +208,9 @@ def main():
                     raise AssertionError(f"{name}.{extension} failed:\n{log[-3000:]}")
                 check_state(f"{name}.{extension}", state, expected)
                 logs.append(state["log"])
-                times.append(f"{extension} {time.monotonic() - start:.1f}s")
             if not logs[0] or logs[1] != logs[0] or logs[2] != logs[0]:
                 raise AssertionError(f"{name}: the .jam or .jbc shifts other scans than the .svf")
-            print(f"ok {name}: " + ", ".join(times))
+            print(f"ok {name}")
 
         # Generation from a setup document: the conversion's chain with the document's SVF options.
         with open(inputs.path("gen.zeb"), "w") as f:

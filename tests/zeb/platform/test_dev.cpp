@@ -7,9 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cstdio>
 #include <set>
-#include <sys/wait.h>
 
 namespace
 {
@@ -23,14 +21,6 @@ const PGM_DEVICE* device(const char* name)
     const PGM_DEVICE* found = PGM_DEVICE_INDEX::lookup_device(name);
     EXPECT_NE(found, nullptr) << name;
     return found;
-}
-
-const DEV_DEVICE_RECORD& fpga(const char* name)
-{
-    const PGM_DEVICE* found = device(name);
-    if (!found || !found->get_fpga_record())
-        throw std::runtime_error(std::string("no FPGA device ") + name);
-    return *found->get_fpga_record();
 }
 
 // Every custom-directory test starts and ends without a custom directory.
@@ -102,7 +92,7 @@ TEST(DevCatalogue, CrossReferencesResolve)
 
 // ---- Look-ups ----------------------------------------------------------------------------------
 
-TEST(DevIndex, LookupsByNumberNameAndFamily)
+TEST(DevIndex, LookupsOfDevicesAndFlashDevices)
 {
     for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
     {
@@ -127,6 +117,16 @@ TEST(DevIndex, LookupsByNumberNameAndFamily)
     ASSERT_NE(chip, nullptr);
     EXPECT_EQ(chip->get_fpga_record(), PGM_DEVICE_INDEX::lookup_device("NR08SA")->get_fpga_record());
     EXPECT_EQ(PGM_DEVICE_INDEX::create_new_asc_device("NO_SUCH_DEVICE"), nullptr);
+
+    // The flash database knows flash devices only.
+    const GFPDB_QSPI_MGR db;
+    EXPECT_TRUE(db.device_exist_in_db("VQ64A"));
+    EXPECT_TRUE(db.device_exist_in_db("CFI128M"));
+    EXPECT_FALSE(db.device_exist_in_db("7TR440PA3R1"));
+    EXPECT_FALSE(db.device_exist_in_db(""));
+    EXPECT_TRUE(db.device_is_legacy("VQ16L"));
+    EXPECT_FALSE(db.device_is_legacy("VQ64A"));
+    EXPECT_FALSE(db.device_is_legacy("NO_SUCH_FLASH"));
 }
 
 TEST(DevIndex, InfoManagerAgreesByDeviceAndByFamily)
@@ -149,18 +149,6 @@ TEST(DevIndex, InfoManagerAgreesByDeviceAndByFamily)
     EXPECT_EQ(rerati.get_db_by_family(DEV_FAMILY_ZIZIRA), nullptr);
     EXPECT_EQ(rerati.get_db_by_device(device("7TR440PA3R1")->get_device()), nullptr);
     EXPECT_NE(rerati.get_db_by_device(device("9RX027R1B")->get_device()), nullptr);
-}
-
-TEST(DevIndex, FlashDatabaseKnowsFlashDevicesOnly)
-{
-    const GFPDB_QSPI_MGR db;
-    EXPECT_TRUE(db.device_exist_in_db("VQ64A"));
-    EXPECT_TRUE(db.device_exist_in_db("CFI128M"));
-    EXPECT_FALSE(db.device_exist_in_db("7TR440PA3R1"));
-    EXPECT_FALSE(db.device_exist_in_db(""));
-    EXPECT_TRUE(db.device_is_legacy("VQ16L"));
-    EXPECT_FALSE(db.device_is_legacy("VQ64A"));
-    EXPECT_FALSE(db.device_is_legacy("NO_SUCH_FLASH"));
 }
 
 // ---- Faulty catalogues -------------------------------------------------------------------------
@@ -337,35 +325,23 @@ TEST_F(DevCustomDir, DuplicatesAndMissingDirectories)
 
 // ---- The executable ----------------------------------------------------------------------------
 
-namespace
-{
-
-// Runs the executable with `arguments`; returns the exit status, output in `out` and `err`.
-int run_corvane(const std::string& arguments, std::string& out, std::string& err)
-{
-    const corvane_test::PROGRAM_RUN run = corvane_test::run_program(CORVANE_EXE, arguments);
-    out = run.out;
-    err = run.err;
-    return run.status;
-}
-
-} // namespace
-
 TEST(DevCli, ListingsShowTheWholeCatalogue)
 {
-    std::string out, err;
-    ASSERT_EQ(run_corvane("--list-devices --json", out, err), 0) << err;
-    const nlohmann::json devices = nlohmann::json::parse(out);
+    corvane_test::PROGRAM_RUN run = corvane_test::corvane("--list-devices --json");
+    ASSERT_EQ(run.status, 0) << run.err;
+    const nlohmann::json devices = nlohmann::json::parse(run.out);
     size_t fpga_count = 0;
     for (const PGM_DEVICE* d : PGM_DEVICE_INDEX::get_all_devices())
         fpga_count += d->get_fpga_record() != nullptr;
     ASSERT_EQ(devices.size(), fpga_count);
     for (const nlohmann::json& entry : devices)
     {
-        const DEV_DEVICE_RECORD& d = fpga(entry.at("name").get<std::string>().c_str());
-        EXPECT_EQ(entry.at("device").get<uint32_t>(), d.device);
-        EXPECT_EQ(std::stoul(entry.at("jtag").at("idcode").get<std::string>(), nullptr, 16), d.jtag.idcode);
-        EXPECT_EQ(entry.at("cmf_flash_block_size").is_null(), !d.has_cmf_flash_block_layout);
+        const PGM_DEVICE* found = device(entry.at("name").get<std::string>().c_str());
+        const DEV_DEVICE_RECORD* d = found ? found->get_fpga_record() : nullptr;
+        ASSERT_NE(d, nullptr) << entry;
+        EXPECT_EQ(entry.at("device").get<uint32_t>(), d->device);
+        EXPECT_EQ(std::stoul(entry.at("jtag").at("idcode").get<std::string>(), nullptr, 16), d->jtag.idcode);
+        EXPECT_EQ(entry.at("cmf_flash_block_size").is_null(), !d->has_cmf_flash_block_layout);
     }
     // Modes are named as setup documents write them.
     const auto as = std::find_if(devices.begin(), devices.end(),
@@ -373,12 +349,14 @@ TEST(DevCli, ListingsShowTheWholeCatalogue)
     ASSERT_NE(as, devices.end());
     EXPECT_EQ(as->at("modes"), nlohmann::json({"ASX1", "ASX4", "AVSTX8", "AVSTX16", "AVSTX32"}));
 
-    ASSERT_EQ(run_corvane("--list-flash-devices", out, err), 0) << err;
+    run = corvane_test::corvane("--list-flash-devices");
+    ASSERT_EQ(run.status, 0) << run.err;
     for (const DEV_FLASH_RECORD* f : GFPDB_QSPI_MGR().get_devices(false))
-        EXPECT_NE(out.find("\n" + f->name + " "), std::string::npos) << f->name;
+        EXPECT_NE(run.out.find("\n" + f->name + " "), std::string::npos) << f->name;
 
     SCRATCH_DIR dir;
     write_file(dir.file("mine.json"), k_custom_device);
-    ASSERT_EQ(run_corvane("--list-flash-devices --json --custom-db " + dir.path().string(), out, err), 0) << err;
-    EXPECT_EQ(nlohmann::json::parse(out).back().at("name"), "USR_QF128");
+    run = corvane_test::corvane("--list-flash-devices --json --custom-db " + dir.path().string());
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(nlohmann::json::parse(run.out).back().at("name"), "USR_QF128");
 }

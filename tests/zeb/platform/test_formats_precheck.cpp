@@ -85,12 +85,6 @@ TEST(Precheck, ObjectFilesYieldTheirDeviceAndFlags)
     }
     EXPECT_TRUE(precheck(dir.file("a.sof")).info.has_bootloader);
     EXPECT_EQ(precheck(dir.file("a.jic")).info.flash_flags, PGMIO_FLASH_REMOTE_UPDATE);
-
-    // The short form that generation calls, with one string for message and detail.
-    const PGM_DEVICE* found = nullptr;
-    std::string message;
-    EXPECT_TRUE(ZEB_UTIL::precheck_input_file(FIO_PATH(dir.file("a.sof")), &found, message, message, true));
-    EXPECT_EQ(found, &device("7TR440PA3R1"));
 }
 
 // Each row writes one refused file; the message is the corrupted-file sentence, the detail names why.
