@@ -267,15 +267,4 @@ TEST_F(ZebUtilFile, FailedSaveReportsAndLeavesNothingBehind)
     EXPECT_EQ(entries, 3u); // in.zeb, plain, occupied.zeb
 }
 
-// The schema's location is proven by every schema check here.
-TEST_F(ZebUtilFile, FileExistenceSaysWhatIsMissing)
-{
-    std::string message;
-    EXPECT_TRUE(ZEB_UTIL::check_file_exist(FIO_PATH(ZEB_UTIL::get_xsd_file()), message));
-    EXPECT_TRUE(message.empty());
-    EXPECT_FALSE(ZEB_UTIL::check_file_exist(FIO_PATH(dir.file("gone.sof")), message));
-    EXPECT_EQ(message, "Cannot find '" + dir.file("gone.sof") +
-                           "'. Make sure the file is located at the expected location or update the setting.");
-}
-
 } // namespace

@@ -45,6 +45,16 @@ std::unique_ptr<PGMIO_CCF> new_ccf(const std::string& output)
     return ccf;
 }
 
+// A programming file `output` for the flash device `flash`, with the SRAM object file `sof` on page 0.
+std::unique_ptr<PGMIO_CCF> new_flash_ccf(const std::string& output, const char* flash, const std::string& sof)
+{
+    auto ccf = new_ccf(output);
+    ccf->get_file_options()->write_pof = true;
+    ccf->set_device(flash);
+    EXPECT_TRUE(ccf->add_sof_file(FIO_PATH(sof), 0, 0, 0));
+    return ccf;
+}
+
 std::string shell(const std::string& command)
 {
     const corvane_test::PROGRAM_RUN run = run_program("/bin/sh", "-c \"" + command + "\"");
@@ -120,14 +130,11 @@ std::vector<std::string> listing(const SCRATCH_DIR& dir)
 // application image and a raw data file, written as .pof, .jic, .rpd and .map.
 std::unique_ptr<PGMIO_CCF> remote_update(const SCRATCH_DIR& dir)
 {
-    auto ccf = new_ccf(dir.file("flash.pof"));
-    ccf->get_file_options()->write_pof = true;
+    auto ccf = new_flash_ccf(dir.file("flash.pof"), "VQ64A", dir.file("factory.sof"));
     ccf->set_jic_output(true);
     ccf->set_hlpr_device("9RX027R1B");
     ccf->set_auto_create_rpd_output(true);
     ccf->set_mem_map_output(true);
-    ccf->set_device("VQ64A");
-    EXPECT_TRUE(ccf->add_sof_file(FIO_PATH(dir.file("factory.sof")), 0, 0, 0));
     ccf->set_page_user_name("FACTORY_IMAGE", 0);
     ccf->set_addr_scheme(0, PGMIO_ADDR_FIXED_START);
     ccf->set_start_address(0x50000, 0);
@@ -236,11 +243,8 @@ TEST(PgmconvFlash, LayoutErrorsNameBothRangesAndWriteNothing)
     const std::vector<std::string> before = listing(dir);
     for (const CASE& c : cases)
     {
-        auto ccf = new_ccf(dir.file("out.pof"));
-        ccf->get_file_options()->write_pof = true;
+        auto ccf = new_flash_ccf(dir.file("out.pof"), "VQ64A", dir.file("d.sof"));
         ccf->set_auto_create_rpd_output(true);
-        ccf->set_device("VQ64A");
-        ASSERT_TRUE(ccf->add_sof_file(FIO_PATH(dir.file("d.sof")), 0, 0, 0));
         ccf->set_addr_scheme(0, PGMIO_ADDR_FIXED_START);
         ccf->set_start_address(c.page_start, 0);
         const HEX_FILE raw{FIO_PATH(dir.file("data.bin")), "DATA", PGMIO_CCF_AUTO, true};
@@ -250,12 +254,9 @@ TEST(PgmconvFlash, LayoutErrorsNameBothRangesAndWriteNothing)
         EXPECT_EQ(listing(dir), before);
     }
     // Failing half-way, after the .pof was complete, takes the .pof back too.
-    auto ccf = new_ccf(dir.file("out.pof"));
-    ccf->get_file_options()->write_pof = true;
+    auto ccf = new_flash_ccf(dir.file("out.pof"), "VQ64A", dir.file("d.sof"));
     ccf->set_auto_create_rpd_output(true);
     ccf->set_auto_create_rpd_path(FIO_PATH(dir.file("missing/out.rpd")));
-    ccf->set_device("VQ64A");
-    ASSERT_TRUE(ccf->add_sof_file(FIO_PATH(dir.file("d.sof")), 0, 0, 0));
     EXPECT_FALSE(PGMIO_F2P::convert_sram_files(*ccf));
     EXPECT_NE(ccf->get_error().find("missing/out.rpd"), std::string::npos) << ccf->get_error();
     EXPECT_EQ(listing(dir), before);
@@ -309,11 +310,8 @@ TEST(PgmconvFlash, PlacementFollowsTheFlashKind)
     {
         SCOPED_TRACE(c.flash);
         make_sof(dir.file("d.sof"), c.device, 0x2000, 7);
-        auto ccf = new_ccf(dir.file("f.pof"));
-        ccf->get_file_options()->write_pof = true;
-        ccf->set_device(c.flash);
+        auto ccf = new_flash_ccf(dir.file("f.pof"), c.flash, dir.file("d.sof"));
         ccf->set_options_area(c.options_area);
-        ASSERT_TRUE(ccf->add_sof_file(FIO_PATH(dir.file("d.sof")), 0, 0, 0));
         ccf->set_page_user_name(c.page_name, 0);
         // The user flash memory content comes from the device options.
         const std::string ufm = make_raw(dir.file("ufm.bin"), 5000);
