@@ -60,7 +60,12 @@ ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", (a > 0 ? b / a : 0) }'
 head -c "$raw_size" < <(openssl enc -aes-128-ctr -K 00112233445566778899aabbccddeeff -iv 0 -nosalt </dev/zero 2>/dev/null) >raw.bin
 
 echo "== .rpd of $flash: two SRAM object files of $device and a 48 MiB raw data file"
-read -r ours_wall ours_s ours_kb < <(measure "$run" rpd ours.rpd "$flash" f1.sof f2.sof --raw "raw.bin@$raw_address")
+layout=("$flash" f1.sof f2.sof --raw "raw.bin@$raw_address")
+# objcopy builds the image only; the engine is timed doing the same, and again with the .map, whose
+# SHA-256 of every source file (provenance) objcopy has no counterpart for.
+read -r map_wall map_s map_kb < <(measure "$run" rpd ours.rpd "${layout[@]}")
+read -r ours_wall ours_s ours_kb < <(measure "$run" rpd ours.rpd "${layout[@]}" --no-map)
+((map_kb > ours_kb)) && ours_kb=$map_kb
 # The anchor builds the same image from the same bytes at the addresses of the .map.
 args=()
 first=""
@@ -82,7 +87,9 @@ cmp ours.rpd anchor.rpd || { echo "the .rpd differs from objcopy's image" >&2; e
 largest=$(stat -c %s raw.bin f1.sof | sort -n | tail -1)
 limit_kb=$(((largest >> 10) + 65536))
 echo "CPU: engine ${ours_s}s, objcopy ${anchor_s}s, objcopy/engine $(ratio "$ours_s" "$anchor_s") (target >= 1)"
-echo "wall: engine ${ours_wall}s (includes fsync before the rename), objcopy ${anchor_wall}s"
+echo "CPU with the .map: engine ${map_s}s, objcopy/engine $(ratio "$map_s" "$anchor_s")"
+echo "wall: engine ${ours_wall}s, ${map_wall}s with the .map (both include fsync before the rename)," \
+    "objcopy ${anchor_wall}s"
 echo "engine peak ${ours_kb} KiB, limit (largest input + 64 MiB) ${limit_kb} KiB"
 rpd_ok=$(awk -v a="$ours_s" -v b="$anchor_s" 'BEGIN { print (a <= b ? 1 : 0) }')
 

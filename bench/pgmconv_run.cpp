@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Runs one engine conversion for bench/bench_pgmconv.sh, which times it beside the anchor tools:
-//   pgmconv_run rpd OUT.rpd FLASH SOF... [--raw FILE@ADDRESS]   flash layout: .rpd and .map
+//   pgmconv_run rpd OUT.rpd FLASH SOF... [--raw FILE@ADDRESS] [--no-map]
+//                                                               flash layout: .rpd and .map (or not)
 //   pgmconv_run hexout OUT.hexout SOF                           hex records of the configuration data
 //   pgmconv_run rbf OUT.rbf SOF                                 configuration data
 #include "pgm/zeb/platform/pgmconv/pgmconv.h"
@@ -13,7 +14,7 @@ int main(int argc, char** argv)
 {
     if (argc < 4)
     {
-        std::cerr << "usage: pgmconv_run rpd|hexout|rbf OUT [FLASH] SOF... [--raw FILE@ADDRESS]\n";
+        std::cerr << "usage: pgmconv_run rpd|hexout|rbf OUT [FLASH] SOF... [--raw FILE@ADDRESS] [--no-map]\n";
         return 2;
     }
     const std::string mode = argv[1];
@@ -36,7 +37,9 @@ int main(int argc, char** argv)
     for (; next < argc; ++next)
     {
         const std::string argument = argv[next];
-        if (argument == "--raw" && next + 1 < argc)
+        if (argument == "--no-map")
+            ccf.set_mem_map_output(false);
+        else if (argument == "--raw" && next + 1 < argc)
         {
             const std::string argument = argv[++next];
             const size_t at = argument.rfind('@');

@@ -25,12 +25,16 @@ struct PGMCONV_PAGE_IMAGE
     // Before the security settings were applied; without payload sections when `bytes` are the
     // input's configuration data as stored (`source_offset` set).
     PGMIO_CONFIG_DATA plain;
+    // The page's bytes from `skip` on: when they lie unchanged in the input, `bytes` is the whole
+    // file as read and `skip` equals `source_offset`, so that nothing is moved or copied.
     PGMIO_BYTES bytes;
+    size_t skip = 0;
+    std::span<const uint8_t> data() const { return std::span<const uint8_t>(bytes).subspan(skip); }
     PGMIO_HASH source_sha{}; // SHA-256 of the input file (with `hash_source`)
     // Where `bytes` lie unchanged in the input file, when they do (no security settings, firmware
     // or split to apply): writers can then stream them from there.
     uint64_t source_offset = PGMCONV_NOT_IN_SOURCE;
-    uint32_t crc = 0; // CRC-32 of `bytes`, set with `source_offset`
+    uint32_t crc = 0; // CRC-32 of `data()`, set with `source_offset`
 };
 // Reads the page's input, applies its firmware source and security settings. False with the reason.
 bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t page, PGMCONV_PAGE_IMAGE& image, std::string& error,
@@ -80,8 +84,10 @@ struct PGMCONV_ITEM
     FIO_PATH source;
     std::string device;
     uint64_t spill_offset = 0; // where a page's bytes are in the layout's spill file
-    // Else where they lie unchanged in `source`, streamed from there.
+    // Else where they lie unchanged in `source`, streamed from there, or from `held`: the source
+    // file as measured, kept in memory while the layout's budget for it lasts.
     uint64_t source_offset = PGMCONV_NOT_IN_SOURCE;
+    std::shared_ptr<const PGMIO_BYTES> held;
     std::string source_sha; // SHA-256 of the source file (memory map outputs), "-" without
 };
 
@@ -96,6 +102,7 @@ struct PGMCONV_LAYOUT
     std::vector<PGMCONV_ITEM> items; // ascending start addresses after pgmconv_build_layout
     uint64_t used_end = 0;           // first address after the last used erase sector
     std::shared_ptr<PGMCONV_SPILL> spill;
+    uint64_t held_bytes = 0; // of the items' `held` source files
 };
 
 // Places every page, raw data file, reserved partition and directory into one address map and

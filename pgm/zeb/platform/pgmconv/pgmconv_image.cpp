@@ -106,14 +106,13 @@ bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_P
     if (as_stored && !config_in_file.empty())
     {
         const size_t offset = size_t(config_in_file.data() - file.data());
-        const size_t size = config_in_file.size();
-        file.resize(offset + size);
-        file.erase(file.begin(), file.begin() + long(offset));
+        file.resize(offset + config_in_file.size());
         image.bytes = std::move(file);
+        image.skip = offset;
         image.source_offset = offset;
         // The image ends with the CRC of everything before it, checked by the decoder: the CRC of
         // the whole image continues from it over those four bytes.
-        const std::span<const uint8_t> trailer = std::span<const uint8_t>(image.bytes).last(4);
+        const std::span<const uint8_t> trailer = image.data().last(4);
         image.crc = pgmio_crc32(trailer, uint32_t(trailer[0]) | uint32_t(trailer[1]) << 8 | uint32_t(trailer[2]) << 16 |
                                              uint32_t(trailer[3]) << 24);
         return true;

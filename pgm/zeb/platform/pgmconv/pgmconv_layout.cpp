@@ -18,6 +18,9 @@ constexpr uint32_t k_internal_flash_sector = 0x4000;
 constexpr uint32_t k_sof_layout_sector = 0x10000;
 constexpr uint64_t k_walk_piece = uint64_t(4) << 20; // alignment of pages laid out without a flash device
 constexpr size_t k_stream_piece = size_t(256) << 10;
+// Input files whose bytes lie unchanged in the flash are kept in memory after they were measured,
+// up to this many bytes in all, and written from there; the rest are read again.
+constexpr uint64_t k_hold_budget = uint64_t(56) << 20;
 
 uint64_t align_up(uint64_t value, uint64_t unit)
 {
@@ -223,15 +226,20 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
             return false;
         // Bytes that lie unchanged in the input are streamed from there; others are kept aside.
         item.source_offset = image.source_offset;
-        if (item.source_offset == PGMCONV_NOT_IN_SOURCE && !layout.spill->put(image.bytes, item.spill_offset, error))
+        if (item.source_offset == PGMCONV_NOT_IN_SOURCE && !layout.spill->put(image.data(), item.spill_offset, error))
             return false;
         if (state.mem_map)
             item.source_sha = pgmio_hex_text(image.source_sha);
         item.kind = PGMCONV_ITEM_PAGE;
         item.name = page_name(page);
         item.index = i;
-        item.size = image.bytes.size();
-        item.crc = item.source_offset != PGMCONV_NOT_IN_SOURCE ? image.crc : pgmio_crc32(image.bytes);
+        item.size = image.data().size();
+        item.crc = item.source_offset != PGMCONV_NOT_IN_SOURCE ? image.crc : pgmio_crc32(image.data());
+        if (item.source_offset != PGMCONV_NOT_IN_SOURCE && layout.held_bytes + image.bytes.size() <= k_hold_budget)
+        {
+            layout.held_bytes += image.bytes.size();
+            item.held = std::make_shared<const PGMIO_BYTES>(std::move(image.bytes));
+        }
         item.source = page.input;
         item.device = image.device->get_name();
         item.extra = page.extra_space;
@@ -598,6 +606,12 @@ bool pgmconv_item_bytes(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& lay
     {
     case PGMCONV_ITEM_PAGE:
     {
+        if (item.held)
+        {
+            const std::span<const uint8_t> held = std::span<const uint8_t>(*item.held).subspan(item.source_offset);
+            bytes.assign(held.begin(), held.end());
+            return true;
+        }
         if (item.source_offset != PGMCONV_NOT_IN_SOURCE)
         {
             uint64_t count = 0;
@@ -619,6 +633,7 @@ bool pgmconv_item_bytes(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& lay
         PGMCONV_PAGE_IMAGE image;
         if (!pgmconv_page_image(state, item.index, image, error))
             return false;
+        image.bytes.erase(image.bytes.begin(), image.bytes.begin() + long(image.skip));
         bytes = std::move(image.bytes);
         return true;
     }
@@ -665,6 +680,14 @@ bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& la
         if (item.size == 0)
             continue;
         const bool raw_binary = item.kind == PGMCONV_ITEM_RAW && !raw_of(state, item).hex;
+        if (item.held)
+        {
+            const std::span<const uint8_t> held = std::span<const uint8_t>(*item.held).subspan(item.source_offset);
+            for (uint64_t offset = 0; offset < item.size; offset += k_walk_piece)
+                if (!sink(item, offset, held.subspan(offset, std::min<uint64_t>(k_walk_piece, item.size - offset))))
+                    return false;
+            continue;
+        }
         const bool from_file =
             raw_binary || (item.kind == PGMCONV_ITEM_PAGE && item.source_offset != PGMCONV_NOT_IN_SOURCE);
         if (!from_file && !(item.kind == PGMCONV_ITEM_PAGE && layout.spill))

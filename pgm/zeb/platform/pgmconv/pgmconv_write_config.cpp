@@ -60,7 +60,7 @@ private:
 bool pgmconv_write_rbf(const PGMIO_CCF::STATE& state, const std::string& path, std::string& error)
 {
     PGMCONV_PAGE_IMAGE image;
-    return first_page_image(state, image, error) && pgmio_write_file_atomic(path, image.bytes, error);
+    return first_page_image(state, image, error) && pgmio_write_file_atomic(path, image.data(), error);
 }
 
 PGMIO_SPLIT_PATHS pgmio_split_paths(const FIO_PATH& output, bool cvp)
@@ -108,7 +108,7 @@ bool pgmconv_write_hexout(const PGMIO_CCF::STATE& state, const std::string& path
     PGMCONV_PAGE_IMAGE image;
     if (!first_page_image(state, image, error))
         return false;
-    const std::span<const uint8_t> data = image.bytes;
+    const std::span<const uint8_t> data = image.data();
     const uint64_t anchor = state.options->hex_start_address;
     // Counting down, the data ends at the start address and grows toward address 0.
     const bool up = state.options->hex_count_up;
@@ -140,10 +140,11 @@ bool pgmconv_write_ttf(const PGMIO_CCF::STATE& state, const std::string& path, s
         return false;
     TEXT_SINK sink(path);
     std::string& out = sink.buffer();
-    const size_t count = image.bytes.size();
+    const std::span<const uint8_t> data = image.data();
+    const size_t count = data.size();
     for (size_t i = 0; i < count; ++i)
     {
-        const unsigned value = image.bytes[i];
+        const unsigned value = data[i];
         char text[4];
         size_t n = 0;
         if (value >= 100)
