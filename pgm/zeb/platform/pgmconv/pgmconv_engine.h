@@ -102,11 +102,15 @@ struct PGMCONV_LAYOUT
     std::vector<PGMCONV_ITEM> items; // ascending start addresses after pgmconv_build_layout
     uint64_t used_end = 0;           // first address after the last used erase sector
     std::shared_ptr<PGMCONV_SPILL> spill;
-    uint64_t held_bytes = 0; // of the items' `held` source files
+    // Input files whose bytes lie unchanged in the flash stay in memory after they were measured,
+    // up to `hold_budget` bytes in all, and are written from there; the others are read again.
+    uint64_t hold_budget = uint64_t(56) << 20;
+    uint64_t held_bytes = 0;
 };
 
 // Places every page, raw data file, reserved partition and directory into one address map and
 // checks it: fixed starts on the erase sector, everything inside the flash, nothing overlapping.
+// The layout's `hold_budget` is kept; everything else is replaced.
 // `with_flash` false lays the pages out from the start address without a flash device.
 bool pgmconv_build_layout(const PGMIO_CCF::STATE& state, bool with_flash, PGMCONV_LAYOUT& layout, std::string& error);
 

@@ -18,9 +18,6 @@ constexpr uint32_t k_internal_flash_sector = 0x4000;
 constexpr uint32_t k_sof_layout_sector = 0x10000;
 constexpr uint64_t k_walk_piece = uint64_t(4) << 20; // alignment of pages laid out without a flash device
 constexpr size_t k_stream_piece = size_t(256) << 10;
-// Input files whose bytes lie unchanged in the flash are kept in memory after they were measured,
-// up to this many bytes in all, and written from there; the rest are read again.
-constexpr uint64_t k_hold_budget = uint64_t(56) << 20;
 
 uint64_t align_up(uint64_t value, uint64_t unit)
 {
@@ -235,7 +232,7 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
         item.index = i;
         item.size = image.data().size();
         item.crc = item.source_offset != PGMCONV_NOT_IN_SOURCE ? image.crc : pgmio_crc32(image.data());
-        if (item.source_offset != PGMCONV_NOT_IN_SOURCE && layout.held_bytes + image.bytes.size() <= k_hold_budget)
+        if (item.source_offset != PGMCONV_NOT_IN_SOURCE && layout.held_bytes + image.bytes.size() <= layout.hold_budget)
         {
             layout.held_bytes += image.bytes.size();
             item.held = std::make_shared<const PGMIO_BYTES>(std::move(image.bytes));
@@ -582,7 +579,9 @@ bool place_items(const PGMIO_CCF::STATE& state, bool with_flash, PGMCONV_LAYOUT&
 
 bool pgmconv_build_layout(const PGMIO_CCF::STATE& state, bool with_flash, PGMCONV_LAYOUT& layout, std::string& error)
 {
+    const uint64_t hold_budget = layout.hold_budget;
     layout = PGMCONV_LAYOUT{};
+    layout.hold_budget = hold_budget;
     layout.spill = std::make_shared<PGMCONV_SPILL>();
     bool internal = false;
     if (with_flash)

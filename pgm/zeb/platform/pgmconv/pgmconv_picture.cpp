@@ -6,6 +6,7 @@
 bool pgmconv_flash_picture(const PGMIO_CCF& ccf, PGMCONV_PICTURE& picture, std::string& error)
 {
     PGMCONV_LAYOUT layout;
+    layout.hold_budget = 0; // nothing is written: the inputs need not stay in memory
     if (!pgmconv_build_layout(ccf.state(), true, layout, error))
         return false;
     if (layout.flash_device.empty() || layout.flash_size == 0)
