@@ -34,7 +34,8 @@ struct PGMCONV_PAGE_IMAGE
     // Where `bytes` lie unchanged in the input file, when they do (no security settings, firmware
     // or split to apply): writers can then stream them from there.
     uint64_t source_offset = PGMCONV_NOT_IN_SOURCE;
-    uint32_t crc = 0; // CRC-32 of `data()`, set with `source_offset`
+    uint32_t crc = 0;      // CRC-32 of `data()`, set with `source_offset`
+    uint32_t body_crc = 0; // CRC-32 of `data()` without its last four bytes, set with `source_offset`
 };
 // Reads the page's input, applies its firmware source and security settings. False with the reason.
 bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t page, PGMCONV_PAGE_IMAGE& image, std::string& error,
@@ -81,6 +82,7 @@ struct PGMCONV_ITEM
     uint64_t size = 0;       // bytes of content
     uint64_t extra = 0;      // bytes kept free after the content ("auto" end)
     uint32_t crc = 0;        // CRC-32 of the content as it lies in the flash
+    uint32_t body_crc = 0;   // the same without its last four bytes: tells apart images that end with their CRC
     FIO_PATH source;
     std::string device;
     uint64_t spill_offset = 0; // where a page's bytes are in the layout's spill file

@@ -113,8 +113,9 @@ bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_P
         // The image ends with the CRC of everything before it, checked by the decoder: the CRC of
         // the whole image continues from it over those four bytes.
         const std::span<const uint8_t> trailer = image.data().last(4);
-        image.crc = pgmio_crc32(trailer, uint32_t(trailer[0]) | uint32_t(trailer[1]) << 8 | uint32_t(trailer[2]) << 16 |
-                                             uint32_t(trailer[3]) << 24);
+        image.body_crc = uint32_t(trailer[0]) | uint32_t(trailer[1]) << 8 | uint32_t(trailer[2]) << 16 |
+                         uint32_t(trailer[3]) << 24;
+        image.crc = pgmio_crc32(trailer, image.body_crc);
         return true;
     }
     // A split configuration (CvP, HPS I/O first): the flash and the .rbf hold the first half.

@@ -77,6 +77,77 @@ bool stream_file(const std::string& path, uint64_t offset, uint64_t size,
     return true;
 }
 
+// CRC-32 of streamed bytes, and of the same bytes without their last four. Configuration data end
+// with the CRC of what precedes them, so that every image has the same CRC over all of its bytes:
+// only the second tells one image from another.
+class STREAM_CRC
+{
+public:
+    void add(std::span<const uint8_t> bytes)
+    {
+        all = pgmio_crc32(bytes, all);
+        if (bytes.size() >= sizeof m_tail)
+        {
+            body = pgmio_crc32(bytes.first(bytes.size() - sizeof m_tail), pgmio_crc32(tail(), body));
+            std::copy(bytes.end() - sizeof m_tail, bytes.end(), m_tail);
+            m_count = sizeof m_tail;
+            return;
+        }
+        uint8_t joined[2 * sizeof m_tail];
+        std::copy(bytes.begin(), bytes.end(), std::copy(m_tail, m_tail + m_count, joined));
+        const size_t size = m_count + bytes.size();
+        const size_t kept = std::min(size, sizeof m_tail);
+        body = pgmio_crc32(std::span<const uint8_t>(joined, size - kept), body);
+        std::copy(joined + size - kept, joined + size, m_tail);
+        m_count = kept;
+    }
+    uint32_t all = 0;
+    uint32_t body = 0;
+
+private:
+    std::span<const uint8_t> tail() const { return std::span<const uint8_t>(m_tail, m_count); }
+    uint8_t m_tail[4] = {};
+    size_t m_count = 0;
+};
+
+// Streams the bytes of a raw binary file, or of a page that lies unchanged in its input, from the
+// file as they lie in the flash, and fails when they are not the bytes that were measured.
+bool stream_unchanged(const PGMIO_CCF::STATE& state, const PGMCONV_ITEM& item,
+                      const std::function<bool(uint64_t offset, std::span<const uint8_t>)>& use, std::string& error)
+{
+    const bool raw_binary = item.kind == PGMCONV_ITEM_RAW;
+    const bool swap = raw_binary && !raw_of(state, item).record.byte_swap;
+    const std::string path = item.source.get_full_path();
+    PGMIO_BYTES swapped;
+    STREAM_CRC crc;
+    uint64_t offset = 0;
+    bool used = true;
+    uint64_t count = 0;
+    const bool read = stream_file(
+        path, raw_binary ? 0 : item.source_offset, item.size,
+        [&](std::span<const uint8_t> bytes)
+        {
+            if (swap)
+            {
+                swapped.assign(bytes.begin(), bytes.end());
+                pgmio_reverse_bits(swapped);
+                bytes = swapped;
+            }
+            crc.add(bytes);
+            used = used && use(offset, bytes);
+            offset += bytes.size();
+        },
+        count, error);
+    if (!read || !used)
+        return false;
+    if (count != item.size || crc.all != item.crc || crc.body != item.body_crc)
+    {
+        error = "'" + path + "' changed while the conversion ran";
+        return false;
+    }
+    return true;
+}
+
 // Size and CRC-32 of a raw data file as it lies in the flash, and where its first byte goes.
 bool measure_raw(const PGMIO_CCF::STATE& state, PGMCONV_ITEM& item, std::string& error)
 {
@@ -86,7 +157,7 @@ bool measure_raw(const PGMIO_CCF::STATE& state, PGMCONV_ITEM& item, std::string&
         // A binary file is streamed: its bytes are placed as they are read, never held whole.
         PGMIO_SHA256 sha;
         PGMIO_BYTES swapped;
-        uint32_t crc = 0;
+        STREAM_CRC crc;
         const std::string path = raw.record.path.get_full_path();
         const bool read = stream_file(
             path, 0, UINT64_MAX,
@@ -100,7 +171,7 @@ bool measure_raw(const PGMIO_CCF::STATE& state, PGMCONV_ITEM& item, std::string&
                     pgmio_reverse_bits(swapped);
                     bytes = swapped;
                 }
-                crc = pgmio_crc32(bytes, crc);
+                crc.add(bytes);
             },
             item.size, error);
         if (!read)
@@ -110,7 +181,8 @@ bool measure_raw(const PGMIO_CCF::STATE& state, PGMCONV_ITEM& item, std::string&
             error = "raw data file '" + path + "' holds no data";
             return false;
         }
-        item.crc = crc;
+        item.crc = crc.all;
+        item.body_crc = crc.body;
         if (state.mem_map)
             item.source_sha = pgmio_hex_text(sha.finish());
         return true;
@@ -232,6 +304,7 @@ bool collect_items(const PGMIO_CCF::STATE& state, bool with_flash, bool internal
         item.index = i;
         item.size = image.data().size();
         item.crc = item.source_offset != PGMCONV_NOT_IN_SOURCE ? image.crc : pgmio_crc32(image.data());
+        item.body_crc = image.body_crc;
         if (item.source_offset != PGMCONV_NOT_IN_SOURCE && layout.held_bytes + image.bytes.size() <= layout.hold_budget)
         {
             layout.held_bytes += image.bytes.size();
@@ -612,21 +685,14 @@ bool pgmconv_item_bytes(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& lay
             return true;
         }
         if (item.source_offset != PGMCONV_NOT_IN_SOURCE)
-        {
-            uint64_t count = 0;
-            const std::string path = item.source.get_full_path();
-            if (!stream_file(
-                    path, item.source_offset, item.size,
-                    [&bytes](std::span<const uint8_t> piece) { bytes.insert(bytes.end(), piece.begin(), piece.end()); },
-                    count, error))
-                return false;
-            if (count != item.size || pgmio_crc32(bytes) != item.crc)
-            {
-                error = "'" + path + "' changed while the conversion ran";
-                return false;
-            }
-            return true;
-        }
+            return stream_unchanged(
+                state, item,
+                [&bytes](uint64_t, std::span<const uint8_t> piece)
+                {
+                    bytes.insert(bytes.end(), piece.begin(), piece.end());
+                    return true;
+                },
+                error);
         if (layout.spill)
             return layout.spill->get(item.spill_offset, item.size, bytes, error);
         PGMCONV_PAGE_IMAGE image;
@@ -707,37 +773,11 @@ bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& la
                     return false;
             continue;
         }
-        // Raw binary files and pages that lie unchanged in their input are read again, in pieces:
-        // they must not have changed since they were measured.
-        const std::string path = item.source.get_full_path();
-        const bool swap = raw_binary && !raw_of(state, item).record.byte_swap;
-        PGMIO_BYTES swapped;
-        uint32_t crc = 0;
-        uint64_t offset = 0;
-        bool sunk = true;
-        uint64_t count = 0;
-        const bool read = stream_file(
-            path, raw_binary ? 0 : item.source_offset, item.size,
-            [&](std::span<const uint8_t> bytes)
-            {
-                if (swap)
-                {
-                    swapped.assign(bytes.begin(), bytes.end());
-                    pgmio_reverse_bits(swapped);
-                    bytes = swapped;
-                }
-                crc = pgmio_crc32(bytes, crc);
-                sunk = sunk && sink(item, offset, bytes);
-                offset += bytes.size();
-            },
-            count, error);
-        if (!read || !sunk)
+        // Raw binary files and pages that lie unchanged in their input are read again, in pieces.
+        if (!stream_unchanged(
+                state, item, [&](uint64_t offset, std::span<const uint8_t> bytes) { return sink(item, offset, bytes); },
+                error))
             return false;
-        if (count != item.size || crc != item.crc)
-        {
-            error = "'" + path + "' changed while the conversion ran";
-            return false;
-        }
     }
     return true;
 }

@@ -6,6 +6,7 @@
 
 #include "pgm/zeb/platform/bitasm/bitasm.h"
 #include "pgm/zeb/platform/pgmconv/pgmconv.h"
+#include "pgm/zeb/platform/pgmconv/pgmconv_engine.h"
 #include "pgm/zeb/platform/pgmio/pgmio.h"
 #include "pgm/zeb/platform/pgmio/pgmio_flash_dir.h"
 
@@ -260,6 +261,41 @@ TEST(PgmconvFlash, LayoutErrorsNameBothRangesAndWriteNothing)
     EXPECT_FALSE(PGMIO_F2P::convert_sram_files(*ccf));
     EXPECT_NE(ccf->get_error().find("missing/out.rpd"), std::string::npos) << ccf->get_error();
     EXPECT_EQ(listing(dir), before);
+}
+
+// Page files held in memory after measuring and those read again give the same flash; a file read
+// again must not have changed since it was measured.
+TEST(PgmconvFlash, APageIsWrittenAsMeasured)
+{
+    SCRATCH_DIR dir;
+    make_sof(dir.file("d.sof"), "9RX027R1B", 0x30000, 1);
+    auto ccf = new_flash_ccf(dir.file("out.pof"), "VQ64A", dir.file("d.sof"));
+    std::string error;
+    // The flash of a layout, the input replaced by one of `seed` between measuring and writing.
+    const auto walk = [&](uint64_t hold_budget, uint64_t seed, PGMIO_BYTES& flash)
+    {
+        PGMCONV_LAYOUT layout;
+        layout.hold_budget = hold_budget;
+        if (!pgmconv_build_layout(ccf->state(), true, layout, error))
+            return false;
+        make_sof(dir.file("d.sof"), "9RX027R1B", 0x30000, seed);
+        const auto sink = [&flash](const PGMCONV_ITEM& item, uint64_t offset, std::span<const uint8_t> bytes)
+        {
+            flash.resize(std::max<uint64_t>(flash.size(), item.data_start + offset + bytes.size()));
+            std::copy(bytes.begin(), bytes.end(), flash.begin() + long(item.data_start + offset));
+            return true;
+        };
+        return pgmconv_walk_layout(ccf->state(), layout, sink, error);
+    };
+    const uint64_t all = uint64_t(1) << 30;
+    PGMIO_BYTES held, read_again, held_then_changed, read_after_change;
+    ASSERT_TRUE(walk(all, 1, held)) << error;
+    ASSERT_TRUE(walk(0, 1, read_again)) << error;
+    EXPECT_TRUE(held == read_again);
+    ASSERT_TRUE(walk(all, 2, held_then_changed)) << error;
+    EXPECT_TRUE(held_then_changed == held);
+    EXPECT_FALSE(walk(0, 3, read_after_change));
+    EXPECT_NE(error.find("changed while the conversion ran"), std::string::npos) << error;
 }
 
 TEST(PgmconvFlash, RawProgrammingDataOfSramObjectsWithBitSwap)
