@@ -85,7 +85,6 @@ class STREAM_CRC
 public:
     void add(std::span<const uint8_t> bytes)
     {
-        all = pgmio_crc32(bytes, all);
         if (bytes.size() >= sizeof m_tail)
         {
             body = pgmio_crc32(bytes.first(bytes.size() - sizeof m_tail), pgmio_crc32(tail(), body));
@@ -101,7 +100,7 @@ public:
         std::copy(joined + size - kept, joined + size, m_tail);
         m_count = kept;
     }
-    uint32_t all = 0;
+    uint32_t all() const { return pgmio_crc32(tail(), body); }
     uint32_t body = 0;
 
 private:
@@ -140,7 +139,7 @@ bool stream_unchanged(const PGMIO_CCF::STATE& state, const PGMCONV_ITEM& item,
         count, error);
     if (!read || !used)
         return false;
-    if (count != item.size || crc.all != item.crc || crc.body != item.body_crc)
+    if (count != item.size || crc.all() != item.crc || crc.body != item.body_crc)
     {
         error = "'" + path + "' changed while the conversion ran";
         return false;
@@ -181,7 +180,7 @@ bool measure_raw(const PGMIO_CCF::STATE& state, PGMCONV_ITEM& item, std::string&
             error = "raw data file '" + path + "' holds no data";
             return false;
         }
-        item.crc = crc.all;
+        item.crc = crc.all();
         item.body_crc = crc.body;
         if (state.mem_map)
             item.source_sha = pgmio_hex_text(sha.finish());
