@@ -88,6 +88,14 @@ protected:
 
     int sync() override { return drain() ? 0 : -1; }
 
+    // Pieces as large as the buffer go to the file directly instead of through it.
+    std::streamsize xsputn(const char* data, std::streamsize count) override
+    {
+        if (m_gz != nullptr || static_cast<size_t>(count) < m_buffer.size())
+            return std::streambuf::xsputn(data, count);
+        return drain() && write_out(data, static_cast<size_t>(count)) ? count : 0;
+    }
+
 private:
     bool drain()
     {
@@ -107,6 +115,11 @@ private:
             }
             return true;
         }
+        return write_out(data, size);
+    }
+
+    bool write_out(const char* data, size_t size)
+    {
         while (size > 0)
         {
             const ssize_t written = ::write(m_fd, data, size);
