@@ -196,7 +196,6 @@ TEST(PartitionOverlap, DocumentsListsAndTextsThatAreNoNumbers)
         {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "Flash_1"}, {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_ID, "MBR_1"}});
     EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_partitions(document.get(), message, error); }),
               "Not support mbr partition yet");
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_partitions(nullptr, message, error); }), "object");
 
     EXPECT_THROW(check_ranges({{"0x0", "0xFFFF"}, {"start", "0x1FFFF"}}), std::invalid_argument);
     EXPECT_THROW(check_ranges({{"0x0", "0x1FFFFFFFF"}}), std::out_of_range);
@@ -347,12 +346,6 @@ TEST_F(FlashDeviceCheck, LookUpThenPagesThenPartitionsThenAssignments)
 
     mbr("Flash_1")(document.get());
     EXPECT_EQ(internal_error_of([&] { check_device(document.get(), "Flash_1"); }), "Not support mbr partition yet");
-    PGM_COMMON_XML_ZEB_FLASH_DEVICE_ID* none = nullptr;
-    std::string message;
-    bool error = false;
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_flash_devices(document.get(), none, {}, {}, message, error); }),
-              "flash_device_id");
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_flash_devices(nullptr, {}, message, error); }), "object");
 }
 
 TEST_F(FlashDeviceCheck, TheDocumentWideFormWithoutOutputFilesTakesWhatFlashFilesTake)
