@@ -214,22 +214,29 @@ TEST(PageRules, RemoteUpdateDocumentsThroughTheCheck)
 
 // The rule checks take their document and element from the driver; a null one is a broken
 // precondition, never a crash.
-TEST(AssignmentCheck, NullArgumentsAreInternalErrors)
+TEST(CheckRules, NullArgumentsAreInternalErrors)
 {
     DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
     PARTITION partition("P1");
     PGM_COMMON_XML_ZEB_RAW_FILE_ID reference;
+    PGM_COMMON_XML_ZEB_FLASH_DEVICE_ID* no_flash_device = nullptr;
     bool has_assignment = false, error = false;
     std::string message;
-    const std::function<void()> calls[] = {
-        [&] { ZEB_UTIL::check_assignment(nullptr, &partition.element, {}, has_assignment, message, error); },
-        [&] { ZEB_UTIL::check_assignment(document.get(), nullptr, {}, has_assignment, message, error); },
-        [&] { ZEB_UTIL::check_raw_file(nullptr, &reference, {}, message); },
-        [&] { ZEB_UTIL::check_raw_file(document.get(), nullptr, {}, message); },
-        [&] { ZEB_UTIL::check_bitstream_encryption_settings(nullptr, message); },
-        [&] { ZEB_UTIL::check_assignment_bitstream_settings(nullptr, message, error); },
-        [&] { ZEB_UTIL::check_assignment_page_settings(nullptr, message, error); },
+    // Each call with the condition it breaks.
+    const std::pair<std::function<void()>, const char*> calls[] = {
+        {[&] { ZEB_UTIL::check_partitions(nullptr, message, error); }, "object"},
+        {[&] { ZEB_UTIL::check_flash_devices(nullptr, {}, message, error); }, "object"},
+        {[&] { ZEB_UTIL::check_flash_devices(document.get(), no_flash_device, {}, {}, message, error); },
+         "flash_device_id"},
+        {[&] { ZEB_UTIL::check_assignment(nullptr, &partition.element, {}, has_assignment, message, error); },
+         "object"},
+        {[&] { ZEB_UTIL::check_assignment(document.get(), nullptr, {}, has_assignment, message, error); }, "partition"},
+        {[&] { ZEB_UTIL::check_raw_file(nullptr, &reference, {}, message); }, "object"},
+        {[&] { ZEB_UTIL::check_raw_file(document.get(), nullptr, {}, message); }, "raw_file_id"},
+        {[&] { ZEB_UTIL::check_bitstream_encryption_settings(nullptr, message); }, "path"},
+        {[&] { ZEB_UTIL::check_assignment_bitstream_settings(nullptr, message, error); }, "object"},
+        {[&] { ZEB_UTIL::check_assignment_page_settings(nullptr, message, error); }, "object"},
     };
     for (size_t i = 0; i < std::size(calls); ++i)
-        EXPECT_NE(internal_error_of(calls[i]), "") << "call " << i;
+        EXPECT_EQ(internal_error_of(calls[i].first), calls[i].second) << "call " << i;
 }

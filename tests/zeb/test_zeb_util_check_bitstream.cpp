@@ -157,8 +157,6 @@ TEST_F(ZebCheckBitstream, EachRuleNamesTheFirstProblem)
         // Several bitstreams in one flash device, through the whole check.
         {"two images without a factory image partition", ASX4, [&](DOC d) { two_images(d, true); }, k_multi_image,
          true},
-        {"two images with a factory image partition", ASX4, [&](DOC d)
-         { two_images(d, true); add_partition(d, "flash", "FACTORY_IMAGE", "0x00000000", "0x000FFFFF"); }, ""},
     };
     // clang-format on
     for (PGM_COMMON_XML_ENUM signing : {PGM_COMMON_XML_ENUM_ON, PGM_COMMON_XML_ENUM_PEM})

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Validation of flash programming documents: the flash loader, the address ranges of fixed
 // partitions, the look-up of configuration flash devices (catalogue, device database and custom
-// database directory) with the rules that follow it, and the reading of address texts.
+// database directory) with the rules that follow it.
 #include "test_zeb_util_check_support.h"
 
 #include <filesystem>
@@ -196,7 +196,6 @@ TEST(PartitionOverlap, DocumentsListsAndTextsThatAreNoNumbers)
         {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "Flash_1"}, {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_ID, "MBR_1"}});
     EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_partitions(document.get(), message, error); }),
               "Not support mbr partition yet");
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_partitions(nullptr, message, error); }), "object");
 
     EXPECT_THROW(check_ranges({{"0x0", "0xFFFF"}, {"start", "0x1FFFF"}}), std::invalid_argument);
     EXPECT_THROW(check_ranges({{"0x0", "0x1FFFFFFFF"}}), std::out_of_range);
@@ -347,12 +346,6 @@ TEST_F(FlashDeviceCheck, LookUpThenPagesThenPartitionsThenAssignments)
 
     mbr("Flash_1")(document.get());
     EXPECT_EQ(internal_error_of([&] { check_device(document.get(), "Flash_1"); }), "Not support mbr partition yet");
-    PGM_COMMON_XML_ZEB_FLASH_DEVICE_ID* none = nullptr;
-    std::string message;
-    bool error = false;
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_flash_devices(document.get(), none, {}, {}, message, error); }),
-              "flash_device_id");
-    EXPECT_EQ(internal_error_of([&] { ZEB_UTIL::check_flash_devices(nullptr, {}, message, error); }), "object");
 }
 
 TEST_F(FlashDeviceCheck, TheDocumentWideFormWithoutOutputFilesTakesWhatFlashFilesTake)
@@ -372,33 +365,4 @@ TEST_F(FlashDeviceCheck, TheDocumentWideFormWithoutOutputFilesTakesWhatFlashFile
     assign_raw_file(document.get(), "TABLE", "table");
     EXPECT_FALSE(ZEB_UTIL::check_flash_devices(document.get(), {DEV_FAMILY_VIVERI}, message, error));
     EXPECT_EQ(message, "Unrecogized raw file type 349");
-}
-
-// ---- Address texts -----------------------------------------------------------------------------------
-
-TEST(ConvertStringToDword, HexadecimalWithTheLowerCasePrefixElseDecimalWithin32Bits)
-{
-    // Reading stops at the first non-digit; the prefix counts only at the very start and in lower
-    // case ("0X1F" is read in base 10); no octal; leading white space and a sign in base 10; negative
-    // values wrap modulo 2^32.
-    const std::pair<uint32_t, std::vector<const char*>> cases[] = {
-        {0, {"0", "0x", "0xg1", "0X1F", " 0x10", "0 x"}},
-        {31, {"0x1F", "0x1f", "31", "0x1Fz9"}},
-        {0x40000, {"0x00040000", "262144"}},
-        {0xFFFFFFFF, {"0xFFFFFFFF", "4294967295", "-1"}},
-        {12, {"12abc"}},
-        {10, {"010"}},
-        {42, {"  \t42"}},
-        {7, {"+7"}},
-        {1, {"-4294967295"}},
-    };
-    for (const auto& [value, texts] : cases)
-        for (const char* text : texts)
-            EXPECT_EQ(ZEB_UTIL::convert_string_to_dword(text), value) << '"' << text << '"';
-    // No digits, or a value beyond 32 bits.
-    for (const char* text : {"", " ", "auto", "x10", "-", "+", "- 1", "\n"})
-        EXPECT_THROW(ZEB_UTIL::convert_string_to_dword(text), std::invalid_argument) << '"' << text << '"';
-    for (const char* text :
-         {"0x100000000", "4294967296", "-4294967296", "0xFFFFFFFFFFFFFFFFFF", "99999999999999999999"})
-        EXPECT_THROW(ZEB_UTIL::convert_string_to_dword(text), std::out_of_range) << '"' << text << '"';
 }

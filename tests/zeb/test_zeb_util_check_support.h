@@ -54,8 +54,8 @@ inline std::string value_of(PGM_COMMON_XML_ENUM value)
 // Writes a design for the catalogue device `device_name` with the design flags given (PGMIO_DESIGN_*)
 // into `dir`: an SRAM object file (.sof), or its raw binary configuration data (.rbf) with
 // `raw_binary`; returns its full path, or "" with a test failure.
-inline std::string make_design(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name,
-                               uint32_t flags, uint64_t seed, bool raw_binary)
+inline std::string make_sof(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name,
+                            uint32_t flags = 0, uint64_t seed = 1, bool raw_binary = false)
 {
     const PGM_DEVICE* device = PGM_DEVICE_INDEX::lookup_device(device_name);
     BITASM_OPTIONS options;
@@ -78,15 +78,9 @@ inline std::string make_design(const SCRATCH_DIR& dir, const std::string& file_n
     return "";
 }
 
-inline std::string make_sof(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name,
-                            uint32_t flags = 0, uint64_t seed = 1)
-{
-    return make_design(dir, file_name, device_name, flags, seed, false);
-}
-
 inline std::string make_rbf(const SCRATCH_DIR& dir, const std::string& file_name, const std::string& device_name)
 {
-    return make_design(dir, file_name, device_name, 0, 1, true);
+    return make_sof(dir, file_name, device_name, 0, 1, true);
 }
 
 // Writes a partial-masked SRAM object file (.pmsf): a small region at the start of the core section

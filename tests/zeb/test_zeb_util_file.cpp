@@ -60,43 +60,43 @@ std::string output_file_document(const std::string& type)
            "'/></output_files></zeb>";
 }
 
-TEST_F(ZebUtilFile, MissingFileIsAnIoError)
-{
-    PGM_COMMON_XML_ZEB_ZEB* raw = reinterpret_cast<PGM_COMMON_XML_ZEB_ZEB*>(0x1);
-    EXPECT_FALSE(ZEB_UTIL::parse(&raw, dir.file("absent.zeb")));
-    EXPECT_EQ(raw, nullptr);
-    ASSERT_EQ(messages.count("EZEB_FILE_IO_ERROR"), 1u);
-    EXPECT_EQ(messages.messages()[0].text, "Can't save or open file " + dir.file("absent.zeb"));
-}
-
 // The element library's reasons are proven by its own tests; here each kind of failure reaches the
-// user as one message that names the file. The oversized file is sparse: it is refused from its
-// size, without being read.
-TEST_F(ZebUtilFile, BadInputsAreReportedAsCorruptedWithTheReason)
+// user as one message that names the file, and the document pointer is cleared. The oversized file
+// is sparse: it is refused from its size, without being read.
+TEST_F(ZebUtilFile, BadInputsAreReportedWithTheReason)
 {
     struct CASE
     {
-        std::string content;
-        uint64_t size; // the file is grown to this size; 0: as written
+        const char* content; // nullptr: no file
+        uint64_t size;       // the file is grown to this size; 0: as written
         const char* reason;
     };
     const CASE cases[] = {
+        {nullptr, 0, ""},
         {"", 0, "the file is empty"},
         {"PK\x03\x04 binary garbage", 0, "line 1"},
         {"<zeb>\n\n<settings mode='ASX8'/></zeb>", 0, "line 3"},
         {"<zeb><settings mode='PS' custom_db_dir='", 100 << 20, "larger than the largest file accepted"},
     };
+    const std::string path = dir.file("in.zeb");
     for (const CASE& c : cases)
     {
         messages.clear();
-        write_file(dir.file("in.zeb"), c.content);
+        std::filesystem::remove(path);
+        if (c.content)
+            write_file(path, c.content);
         if (c.size)
-            std::filesystem::resize_file(dir.file("in.zeb"), c.size);
-        EXPECT_FALSE(parse_path(dir.file("in.zeb"))) << c.reason;
+            std::filesystem::resize_file(path, c.size);
+        PGM_COMMON_XML_ZEB_ZEB* raw = reinterpret_cast<PGM_COMMON_XML_ZEB_ZEB*>(0x1);
+        EXPECT_FALSE(ZEB_UTIL::parse(&raw, path)) << c.reason;
+        EXPECT_EQ(raw, nullptr);
         ASSERT_EQ(messages.messages().size(), 1u) << c.reason;
         const MSG_POSTED& posted = messages.messages()[0];
-        EXPECT_EQ(posted.identifier, "EZEB_CORRUPTED_FILE_WITH_REASON") << c.reason;
-        EXPECT_EQ(posted.text.rfind("File " + dir.file("in.zeb") + " is corrupted. ", 0), 0u) << posted.text;
+        EXPECT_EQ(posted.identifier, c.content ? "EZEB_CORRUPTED_FILE_WITH_REASON" : "EZEB_FILE_IO_ERROR");
+        EXPECT_EQ(
+            posted.text.rfind(c.content ? "File " + path + " is corrupted. " : "Can't save or open file " + path, 0),
+            0u)
+            << posted.text;
         EXPECT_NE(posted.text.find(c.reason), std::string::npos) << posted.text;
     }
     // Every invalid sample of the schema tests is refused the same way.

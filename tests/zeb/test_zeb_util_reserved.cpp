@@ -2,15 +2,17 @@
 // Reserved partitions and pages, and the PCF capability masks of a family.
 #include "test_zeb_util_check_support.h"
 
+#include <tuple>
+
 namespace
 {
 
 using namespace check_test;
 using ROWS = std::vector<ZEB_UTIL_PARTITION_INFO>;
-using NAMES = std::vector<std::string>;
 const DEV_DEVICE_ENUM k_none = DEV_DEVICE_INVALID;
 const DEV_DEVICE_ENUM k_generic = static_cast<DEV_DEVICE_ENUM>(867);
 const FIO_FILE_TYPE k_sof = FIO_FILE_TYPE_SOF;
+constexpr PGMIO_CONFIG_SCHEME AS = PGMIO_CONFIG_SCHEME_AS, AS_X4 = PGMIO_CONFIG_SCHEME_AS_X4;
 
 DEV_DEVICE_ENUM number_of(const char* name)
 {
@@ -19,117 +21,106 @@ DEV_DEVICE_ENUM number_of(const char* name)
     return device ? device->get_device() : DEV_DEVICE_INVALID;
 }
 
-NAMES names(const ROWS& rows)
+// The rows as "NAME=start-end", the range left out when both ends are automatic, "+" for a shown row.
+std::string layout(const ROWS& rows)
 {
-    NAMES out;
+    std::string out;
     for (const ZEB_UTIL_PARTITION_INFO& row : rows)
-        out.push_back(row.name);
+    {
+        out += (out.empty() ? "" : " ") + row.name;
+        if (row.start_address != "auto" || row.end_address != "auto")
+            out += "=" + row.start_address + "-" + row.end_address;
+        out += row.shown ? "+" : "";
+    }
     return out;
 }
 
-std::string range(const ZEB_UTIL_PARTITION_INFO& row)
-{
-    return row.start_address + "-" + row.end_address;
-}
+// The remote-update layout, with the boot information hidden or shown.
+const std::string k_tables = " FACTORY_IMAGE=0x00050000-auto+ SPT0 SPT1 CPB0 CPB1";
+const std::string k_update = "BOOT_INFO=0x00000000-0x0004FFFF" + k_tables;
+const std::string k_update_shown = "BOOT_INFO=0x00000000-0x0004FFFF+" + k_tables;
 
-ROWS reserved(PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family = DEV_FAMILY_INVALID,
-              DEV_DEVICE_ENUM device = DEV_DEVICE_INVALID, bool multi_image = false, FIO_FILE_TYPE type = k_sof)
+std::string reserved(PGMIO_CONFIG_SCHEME scheme, DEV_FAMILY_ENUM family, DEV_DEVICE_ENUM device = k_none,
+                     bool multi_image = false, FIO_FILE_TYPE input = k_sof)
 {
-    return ZEB_UTIL::get_reserved_partitions(scheme, family, device, multi_image, type);
+    return layout(ZEB_UTIL::get_reserved_partitions(scheme, family, device, multi_image, input));
 }
 
 } // namespace
 
-TEST(ZebReserved, ActiveSerialBlockLayouts)
+TEST(ZebReserved, LayoutOfEachSchemeDeviceAndFamily)
 {
-    const ROWS single = reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, number_of("7TR440PA3R1"));
-    ASSERT_EQ(names(single), NAMES{"BOOT_INFO"});
-    EXPECT_EQ(range(single[0]), "0x00000000-0x0003FFFF");
-    for (PGMIO_CONFIG_SCHEME scheme : {PGMIO_CONFIG_SCHEME_AS, PGMIO_CONFIG_SCHEME_AS_X4})
-    {
-        const ROWS rows = reserved(scheme, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true);
-        ASSERT_EQ(names(rows), (NAMES{"BOOT_INFO", "FACTORY_IMAGE", "SPT0", "SPT1", "CPB0", "CPB1"}));
-        EXPECT_EQ(range(rows[0]), "0x00000000-0x0004FFFF");
-        EXPECT_EQ(range(rows[1]), "0x00050000-auto");
-        for (size_t i = 2; i < rows.size(); ++i)
-            EXPECT_EQ(range(rows[i]), "auto-auto") << rows[i].name;
+    // scheme, family, device, several images, input type, layout
+    using CASE = std::tuple<PGMIO_CONFIG_SCHEME, DEV_FAMILY_ENUM, DEV_DEVICE_ENUM, bool, FIO_FILE_TYPE, std::string>;
+    const CASE cases[] = {
+        {AS, DEV_FAMILY_ZIZIRA, number_of("7TR440PA3R1"), false, k_sof, "BOOT_INFO=0x00000000-0x0003FFFF"},
+        {AS, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true, k_sof, k_update},
+        {AS_X4, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true, k_sof, k_update},
         // The boot information is shown only for several images from a raw binary input.
-        EXPECT_FALSE(rows[0].shown);
-        EXPECT_TRUE(reserved(scheme, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true, FIO_FILE_TYPE_RBF)[0].shown);
-        EXPECT_FALSE(reserved(scheme, DEV_FAMILY_RERATI, number_of("9RX027R1B"), false, FIO_FILE_TYPE_RBF)[0].shown);
-    }
-}
+        {AS_X4, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true, FIO_FILE_TYPE_RBF,
+         "BOOT_INFO=0x00000000-0x0004FFFF+ FACTORY_IMAGE=0x00050000-auto+ SPT0 SPT1 CPB0 CPB1"},
+        {AS, DEV_FAMILY_RERATI, number_of("9RX027R1B"), false, FIO_FILE_TYPE_RBF, "BOOT_INFO=0x00000000-0x0003FFFF"},
+        // Without a device (or with the generic one) the family selects the record; a named device
+        // wins over the family, even when it is unknown.
+        {AS, DEV_FAMILY_INVALID, number_of("7TR220PA2R1"), true, k_sof, k_update},
+        {AS, DEV_FAMILY_ZIZIRA, k_none, true, k_sof, k_update},
+        {AS, DEV_FAMILY_ZIZIRA, k_generic, true, k_sof, k_update},
+        {AS, DEV_FAMILY_ZIZIRA, static_cast<DEV_DEVICE_ENUM>(999999), false, k_sof, ""},
+        {AS, DEV_FAMILY_ZIZIRA, number_of("5ZV066H2"), false, k_sof, ""},
+        {AS, DEV_FAMILY_ZIZIRA, number_of("4RG180K1"), false, k_sof, "BOOT_INFO=0x00000000-0x00000020"},
+        {AS, DEV_FAMILY_GENERIC, k_none, false, k_sof, ""},
+        {AS, DEV_FAMILY_INVALID, k_generic, false, k_sof, ""},
+        {AS, static_cast<DEV_FAMILY_ENUM>(99), k_none, false, k_sof, ""},
+        {AS, DEV_FAMILY_ZUVOKO, k_none, false, k_sof, ""},
+        {AS, DEV_FAMILY_ZATATA, k_none, false, k_sof, ""},
+        // The boot header families: never shown.
+        {AS_X4, DEV_FAMILY_ROGIRA, k_none, true, FIO_FILE_TYPE_RBF, "BOOT_INFO=0x00000000-0x00000020"},
+        {AS_X4, DEV_FAMILY_DESIDI, k_none, true, FIO_FILE_TYPE_RBF, "BOOT_INFO=0x00000000-0x00000020"},
+    };
+    for (const auto& [scheme, family, device, multi, input, expected] : cases)
+        EXPECT_EQ(reserved(scheme, family, device, multi, input), expected)
+            << scheme << " " << family << " " << device << " " << multi << " " << input;
 
-TEST(ZebReserved, DeviceOrFamilySelectsTheRecord)
-{
-    const ROWS by_device = reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_INVALID, number_of("7TR220PA2R1"), true);
-    for (DEV_DEVICE_ENUM device : {k_none, k_generic})
-    {
-        const ROWS by_family = reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, device, true);
-        ASSERT_EQ(names(by_family), names(by_device));
-        EXPECT_EQ(by_family[0].end_address, by_device[0].end_address);
-    }
-    // A named device wins over the family, even when it is unknown.
-    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, static_cast<DEV_DEVICE_ENUM>(999999)).empty());
-    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, number_of("5ZV066H2")).empty());
-    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_GENERIC, k_none).empty());
-    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_INVALID, k_generic).empty());
-    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, static_cast<DEV_FAMILY_ENUM>(99), k_none).empty());
-
-    // The boot header families.
-    for (DEV_FAMILY_ENUM family : {DEV_FAMILY_ROGIRA, DEV_FAMILY_DESIDI})
-    {
-        const ROWS rows = reserved(PGMIO_CONFIG_SCHEME_AS_X4, family, k_none, true, FIO_FILE_TYPE_RBF);
-        ASSERT_EQ(names(rows), NAMES{"BOOT_INFO"}) << family;
-        EXPECT_EQ(range(rows[0]), "0x00000000-0x00000020");
-        EXPECT_FALSE(rows[0].shown);
-    }
-    EXPECT_EQ(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZIZIRA, number_of("4RG180K1")).size(), 1u);
-    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZUVOKO).empty());
-    EXPECT_TRUE(reserved(PGMIO_CONFIG_SCHEME_AS, DEV_FAMILY_ZATATA).empty());
-}
-
-TEST(ZebReserved, OptionsAreaAndInternalImages)
-{
+    // The other schemes: an options area, or the images of an internal flash.
     for (int scheme = -1; scheme <= 26; ++scheme)
     {
-        NAMES expected;
+        std::string expected;
         if (scheme == 0 || (scheme >= 10 && scheme <= 12) || (scheme >= 20 && scheme <= 22))
-            expected = {"OPTIONS"};
+            expected = "OPTIONS+";
         else if (scheme >= 15 && scheme <= 18)
-            expected = {"UFM", "CFM0"};
+            expected = "UFM+ CFM0+";
         else if (scheme == 19)
-            expected = {"UFM", "CFM1", "CFM0"};
+            expected = "UFM+ CFM1+ CFM0+";
         else if (scheme == 7 || scheme == 13)
             continue;
-        EXPECT_EQ(names(reserved(static_cast<PGMIO_CONFIG_SCHEME>(scheme), DEV_FAMILY_ZIZIRA)), expected) << scheme;
+        EXPECT_EQ(reserved(static_cast<PGMIO_CONFIG_SCHEME>(scheme), DEV_FAMILY_ZIZIRA), expected) << scheme;
     }
 }
 
+// A name that is not reserved under the arguments is a user partition, which holds pages and can be
+// edited; names compare exactly.
 TEST(ZebReserved, PagesAndEditability)
 {
-    const auto page = [](const char* name, PGMIO_CONFIG_SCHEME scheme, bool multi = false)
-    { return ZEB_UTIL::partition_has_page(name, scheme, DEV_FAMILY_ZIZIRA, k_none, multi, k_sof); };
-    const auto editable = [](const char* name, PGMIO_CONFIG_SCHEME scheme, bool multi = false)
-    { return ZEB_UTIL::partition_is_editable(name, scheme, DEV_FAMILY_ZIZIRA, k_none, multi, k_sof); };
-    EXPECT_TRUE(page("CFM0", PGMIO_CONFIG_SCHEME_SINGLE_COMPRESSED_IMAGE_ERAM));
-    EXPECT_TRUE(page("CFM1", PGMIO_CONFIG_SCHEME_DUAL_COMPRESSED_IMAGES));
-    EXPECT_FALSE(page("UFM", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE));
-    EXPECT_TRUE(page("FACTORY_IMAGE", PGMIO_CONFIG_SCHEME_AS, true));
-    EXPECT_FALSE(page("SPT0", PGMIO_CONFIG_SCHEME_AS, true));
-    // A name that is not reserved under the arguments is a user partition, which holds pages; names
-    // compare exactly.
-    EXPECT_TRUE(page("CFM1", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE));
-    EXPECT_TRUE(page("SPT0", PGMIO_CONFIG_SCHEME_AS, false));
-    EXPECT_TRUE(page("ufm", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE));
-
-    EXPECT_FALSE(editable("BOOT_INFO", PGMIO_CONFIG_SCHEME_AS));
-    EXPECT_FALSE(editable("SPT0", PGMIO_CONFIG_SCHEME_AS, true));
-    EXPECT_TRUE(editable("SPT0", PGMIO_CONFIG_SCHEME_AS, false));
-    EXPECT_TRUE(editable("FACTORY_IMAGE", PGMIO_CONFIG_SCHEME_AS, true));
-    EXPECT_TRUE(editable("OPTIONS", PGMIO_CONFIG_SCHEME_PS_X1));
-    EXPECT_FALSE(editable("UFM", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE));
-    EXPECT_TRUE(editable("USER_DATA", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE));
+    // name, scheme, several images, has a page, editable
+    const std::tuple<const char*, PGMIO_CONFIG_SCHEME, bool, bool, bool> cases[] = {
+        {"CFM0", PGMIO_CONFIG_SCHEME_SINGLE_COMPRESSED_IMAGE_ERAM, false, true, false},
+        {"CFM1", PGMIO_CONFIG_SCHEME_DUAL_COMPRESSED_IMAGES, false, true, false},
+        {"UFM", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE, false, false, false},
+        {"FACTORY_IMAGE", AS, true, true, true},
+        {"SPT0", AS, true, false, false},
+        {"BOOT_INFO", AS, false, false, false},
+        {"OPTIONS", PGMIO_CONFIG_SCHEME_PS_X1, false, false, true},
+        {"CFM1", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE, false, true, true},
+        {"SPT0", AS, false, true, true},
+        {"ufm", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE, false, true, true},
+        {"USER_DATA", PGMIO_CONFIG_SCHEME_SINGLE_IMAGE, false, true, true},
+    };
+    for (const auto& [name, scheme, multi, page, editable] : cases)
+    {
+        EXPECT_EQ(ZEB_UTIL::partition_has_page(name, scheme, DEV_FAMILY_ZIZIRA, k_none, multi, k_sof), page) << name;
+        EXPECT_EQ(ZEB_UTIL::partition_is_editable(name, scheme, DEV_FAMILY_ZIZIRA, k_none, multi, k_sof), editable)
+            << name << " " << scheme;
+    }
 }
 
 TEST(ZebReserved, FamilyPcfInfo)
@@ -165,23 +156,22 @@ TEST(ZebReservedDocument, ModeBitstreamCountInputTypeAndFamilyComeFromTheDocumen
         return document;
     };
     const auto rows = [](const DOCUMENT& document, DEV_FAMILY_ENUM family)
-    { return ZEB_UTIL::get_reserved_partitions(document.get(), family); };
+    { return layout(ZEB_UTIL::get_reserved_partitions(document.get(), family)); };
     // One image: boot information only; two images on a remote-update family: the update layout.
     DOCUMENT single = document_with_inputs({"a.sof"});
-    EXPECT_EQ(names(rows(single, DEV_FAMILY_RERATI)), NAMES{"BOOT_INFO"});
+    EXPECT_EQ(rows(single, DEV_FAMILY_RERATI), "BOOT_INFO=0x00000000-0x0003FFFF");
     DOCUMENT two = document_with_inputs({"a.sof", "b.sof"});
-    EXPECT_EQ(names(rows(two, DEV_FAMILY_RERATI)),
-              (NAMES{"BOOT_INFO", "FACTORY_IMAGE", "SPT0", "SPT1", "CPB0", "CPB1"}));
+    EXPECT_EQ(rows(two, DEV_FAMILY_RERATI), k_update);
     EXPECT_TRUE(ZEB_UTIL::partition_has_page(two.get(), "FACTORY_IMAGE", DEV_FAMILY_RERATI));
     EXPECT_FALSE(ZEB_UTIL::partition_has_page(two.get(), "SPT0", DEV_FAMILY_RERATI));
     EXPECT_TRUE(ZEB_UTIL::partition_has_page(single.get(), "SPT0", DEV_FAMILY_RERATI)); // a user partition here
     // Several bitstreams on a family without remote update stay a single image.
-    EXPECT_TRUE(rows(two, DEV_FAMILY_ZUVOKO).empty());
+    EXPECT_EQ(rows(two, DEV_FAMILY_ZUVOKO), "");
     // The first input's file type decides whether the boot information is shown.
-    EXPECT_TRUE(rows(document_with_inputs({"a.rbf", "b.sof"}), DEV_FAMILY_ZIZIRA)[0].shown);
-    EXPECT_FALSE(rows(two, DEV_FAMILY_ZIZIRA)[0].shown);
+    EXPECT_EQ(rows(document_with_inputs({"a.rbf", "b.sof"}), DEV_FAMILY_ZIZIRA), k_update_shown);
+    EXPECT_EQ(rows(two, DEV_FAMILY_ZIZIRA), k_update);
     // Without bitstreams the passive schemes still have their options area.
-    EXPECT_EQ(names(rows(document_with_inputs({}, true), DEV_FAMILY_ZIZIRA)), NAMES{"OPTIONS"});
+    EXPECT_EQ(rows(document_with_inputs({}, true), DEV_FAMILY_ZIZIRA), "OPTIONS+");
 
     // The family is that of the first input; with no input, or a first input that does not pass its
     // precheck, the generic family.
