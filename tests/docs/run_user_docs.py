@@ -53,43 +53,34 @@ def run_document(path, marked_only, env, setup):
     state = {"cwd": work, "env": os.path.join(work, ".env0")}
     open(state["env"], "w").close()
     passed = failed = 0
-    ran_last = False
+    output = None  # what the last block that ran printed; None when a text block cannot follow
     name = os.path.relpath(path)
     for number, (language, words, line, text) in enumerate(blocks_of(path, marked_only)):
         where = f"{name}:{line}"
-        if language == "text":
-            if not ran_last:
-                continue
+        if language == "text" and output is not None:
             missing = [l.strip() for l in text.split("\n") if l.strip() and l.strip() not in output]
             if missing:
                 print(f"FAIL {where}: output lacks {missing!r}\n--- output ---\n{output}")
-                failed += 1
-            else:
-                passed += 1
-            ran_last = False
-            continue
-        ran_last = False
+            passed, failed = passed + (not missing), failed + bool(missing)
+        output = None
         if language != "sh" or "skip" in words:
             continue
         script = os.path.join(work, f".block{number}.sh")
         with open(script, "w") as f:
             f.write(text + "\n")
-        env_out = os.path.join(work, f".env{number + 1}")
-        cwd_out = os.path.join(work, f".cwd{number + 1}")
+        env_out, cwd_out = (os.path.join(work, f".{what}{number + 1}") for what in ("env", "cwd"))
         wrapper = (f'. "{state["env"]}"\ncd "{state["cwd"]}"\nset -e\n. "{script}"\n'
                    f'pwd > "{cwd_out}"\nexport -p > "{env_out}"\n')
         run = subprocess.run(["bash", "-c", wrapper], env=env, stdout=subprocess.PIPE,
                              stderr=subprocess.STDOUT, text=True, timeout=300)
-        output = run.stdout
         if os.path.exists(cwd_out):
             state = {"cwd": open(cwd_out).read().strip(), "env": env_out}
-        expect_failure = "fails" in words
-        if (run.returncode != 0) != expect_failure:
-            print(f"FAIL {where}: exit status {run.returncode}\n--- block ---\n{text}\n--- output ---\n{output}")
+        if (run.returncode != 0) != ("fails" in words):
+            print(f"FAIL {where}: exit status {run.returncode}\n--- block ---\n{text}\n--- output ---\n{run.stdout}")
             failed += 1
         else:
             passed += 1
-            ran_last = True
+            output = run.stdout
     shutil.rmtree(work, ignore_errors=True)
     return passed, failed
 

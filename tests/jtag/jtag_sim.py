@@ -90,9 +90,6 @@ class Register:
         self.shifted += bits
         return out
 
-    def shift(self, bit):
-        return self.shift_many([bit])[0]
-
 
 def hex_id(value):
     return int(value, 16) if isinstance(value, str) else value
@@ -236,7 +233,7 @@ class Chain:
         if self.state in (SH_DR, SH_IR):
             bit = tdi
             for device in self.devices:
-                bit = device.reg.shift(bit)
+                bit = device.reg.shift_many([bit])[0]
         self.state = NEXT[self.state][tms]
         if self.state == RESET:
             for device in self.devices:

@@ -65,29 +65,29 @@ def run(*command, expect=0):
     return result
 
 
-class Inputs:
-    def __init__(self, work):
-        self.work = work
+def write(path, data):
+    with open(path, "wb" if isinstance(data, bytes) else "w") as f:
+        f.write(data)
 
-    def path(self, name):
-        return os.path.join(self.work, name)
 
-    def sof(self, name, device, size, seed):
-        run(CORVANE, "--make-sof", "--device", device, "--size", str(size), "--seed", str(seed), self.path(name))
-        return sections(open(self.path(name), "rb").read())["CDAT"][0]
+def make_sof(path, device, size, seed):
+    run(CORVANE, "--make-sof", "--device", device, "--size", str(size), "--seed", str(seed), path)
+    return sections(open(path, "rb").read())["CDAT"][0]
 
-    def ekp(self, name, device, keys):
-        body = [("EKPH", s(device) + u(len(keys), 4))]
-        body += [("KEY ", u(kind, 2) + u(storage, 2) + s(key_id) + key) for kind, storage, key_id, key in keys]
-        open(self.path(name), "wb").write(container("EKP ", body))
 
-    def jic(self, name, device, flash, flash_size, loader, option_bits, blocks):
-        head = s(flash) + u(flash_size, 8) + s(device) + u(idcode(device), 4) + u(0, 4) + u(0, 4)
-        body = [("FLSH", head), ("OPTB", u(option_bits[0], 8) + option_bits[1]),
-                ("PAGE", u(1, 4) + s("Page_0") + u(0, 8) + u(0xFFFF, 8))]
-        body += [("FBLK", u(address, 8) + data) for address, data in blocks]
-        body.append(("FLDR", s(device) + loader))
-        open(self.path(name), "wb").write(container("JIC ", body))
+def make_ekp(path, device, keys):
+    body = [("EKPH", s(device) + u(len(keys), 4))]
+    body += [("KEY ", u(kind, 2) + u(storage, 2) + s(key_id) + key) for kind, storage, key_id, key in keys]
+    write(path, container("EKP ", body))
+
+
+def make_jic(path, device, flash, flash_size, loader, option_bits, blocks):
+    head = s(flash) + u(flash_size, 8) + s(device) + u(idcode(device), 4) + u(0, 4) + u(0, 4)
+    body = [("FLSH", head), ("OPTB", u(option_bits[0], 8) + option_bits[1]),
+            ("PAGE", u(1, 4) + s("Page_0") + u(0, 8) + u(0xFFFF, 8))]
+    body += [("FBLK", u(address, 8) + data) for address, data in blocks]
+    body.append(("FLDR", s(device) + loader))
+    write(path, container("JIC ", body))
 
 
 # ---- Players against the simulator -------------------------------------------------------------
@@ -155,95 +155,82 @@ def main():
         print("SKIP: openocd is not installed (scripts/bootstrap.sh installs it)")
         return 77
     work = tempfile.mkdtemp(prefix="corvane-jtag-")
+    os.chdir(work)  # every file of the run is named relative to it
     try:
-        inputs = Inputs(work)
-        config = inputs.sof("a.sof", "7TR440PA3R1", 3000, 7)
-        loader = inputs.sof("loader.sof", "7TR440PA3R1", 700, 9)
+        fpga = "7TR440PA3R1"
+        config = make_sof("a.sof", fpga, 3000, 7)
+        loader = make_sof("loader.sof", fpga, 700, 9)
         key = bytes(range(32))
         owner_hash = bytes(range(100, 148))
-        inputs.ekp("k.ekp", "7TR440PA3R1", [(1, 1, "aes", key), (2, 2, "owner", owner_hash)])
+        make_ekp("k.ekp", fpga, [(1, 1, "aes", key), (2, 2, "owner", owner_hash)])
         fuses = bytes(range(7, 71))
-        open(inputs.path("k.fuse"), "wb").write(fuses)
+        write("k.fuse", fuses)
         # Flash content: option bits, a block across a page boundary, a block in the second sector.
-        block_a = bytes((i * 7 + 3) & 0xFF for i in range(600))
-        block_b = bytes((i * 13) & 0xFF for i in range(300))
-        inputs.jic("f.jic", "7TR440PA3R1", "VQ64A", 8 << 20, loader, (0x80, b"\x5a\x00\xa5"),
-                   [(0x100, block_a), (0x10010, block_b)])
+        blocks = [(0x100, bytes((i * 7 + 3) & 0xFF for i in range(600))),
+                  (0x10010, bytes((i * 13) & 0xFF for i in range(300)))]
+        make_jic("f.jic", fpga, "VQ64A", 8 << 20, loader, (0x80, b"\x5a\x00\xa5"), blocks)
         flash_image = bytearray(b"\xff" * 0x20000)
-        for address, data in [(0x80, b"\x5a\x00\xa5"), (0x100, block_a), (0x10010, block_b)]:
+        for address, data in [(0x80, b"\x5a\x00\xa5")] + blocks:
             flash_image[address:address + len(data)] = data
 
         # name, chain (device, file, actions), flash device, expected (device index, field, value)
         cases = [
-            ("config", [("7TR440PA3R1", "a.sof", "program,verify")], None,
-             [(0, "config", config), (0, "user_mode", True)]),
-            ("chain", [("9RX027R1B", None, None), ("7TR440PA3R1", "a.sof", "program,verify")], None,
+            ("config", [(fpga, "a.sof", "program,verify")], None, [(0, "config", config), (0, "user_mode", True)]),
+            ("chain", [("9RX027R1B", None, None), (fpga, "a.sof", "program,verify")], None,
              [(1, "config", config), (0, "config", b"")]),
-            ("key", [("7TR440PA3R1", "k.ekp", "program,verify"), ("6DS250M2", None, None)], None,
+            ("key", [(fpga, "k.ekp", "program,verify"), ("6DS250M2", None, None)], None,
              [(0, "keys", [[1, 1, key.hex()], [2, 2, owner_hash.hex()]])]),
-            ("helper", [("7TR440PA3R1", "k.fuse", "program")], None,
-             [(0, "user_mode", True), (0, "mailbox", [fuses.hex()])]),
-            ("jic", [("7TR440PA3R1", "f.jic", "program,verify,blank-check")], "VQ64A",
+            ("helper", [(fpga, "k.fuse", "program")], None, [(0, "user_mode", True), (0, "mailbox", [fuses.hex()])]),
+            ("jic", [(fpga, "f.jic", "program,verify,blank-check")], "VQ64A",
              [(0, "config", loader), (0, "flash", (0, bytes(flash_image)))]),
         ]
         for name, chain, flash, expected in cases:
-            cdf = inputs.path(name + ".cdf")
-            with open(cdf, "w") as f:
-                f.write("corvane-cdf 1\n")
-                for device, file, actions in chain:
-                    f.write(f"device {device}" + (f" file {file} actions {actions}" if file else "") + "\n")
+            write(name + ".cdf", "corvane-cdf 1\n" + "".join(
+                f"device {device}" + (f" file {file} actions {actions}" if file else "") + "\n"
+                for device, file, actions in chain))
             devices = [device for device, _, _ in chain]
             logs = []
             for extension in ("svf", "jam", "jbc"):
-                out = inputs.path(f"{name}.{extension}")
-                run(CORVANE, "--make-player", "--frequency", "100KHz", cdf, out)
+                out = f"{name}.{extension}"
+                run(CORVANE, "--make-player", "--frequency", "100KHz", name + ".cdf", out)
                 if flash and extension == "jam":  # each erase and page waits the catalogue's time
-                    text = open(out).read()
                     for key in ("sector_erase_us", "page_program_us"):
-                        if f"WAIT IDLE, 0 CYCLES, {FLASH[flash][key]} USEC, IDLE;" not in text:
+                        if f"WAIT IDLE, 0 CYCLES, {FLASH[flash][key]} USEC, IDLE;" not in open(out).read():
                             raise AssertionError(f"{name}.jam does not wait the flash's {key}")
                 player = openocd(work, devices, out) if extension == "svf" else stapl(out)
                 (ok, log), state = simulate(work, devices, flash, player)
                 if not ok:
-                    raise AssertionError(f"{name}.{extension} failed:\n{log[-3000:]}")
-                check_state(f"{name}.{extension}", state, expected)
+                    raise AssertionError(f"{out} failed:\n{log[-3000:]}")
+                check_state(out, state, expected)
                 logs.append(state["log"])
             if not logs[0] or logs[1] != logs[0] or logs[2] != logs[0]:
                 raise AssertionError(f"{name}: the .jam or .jbc shifts other scans than the .svf")
             print(f"ok {name}")
 
         # Generation from a setup document: the conversion's chain with the document's SVF options.
-        with open(inputs.path("gen.zeb"), "w") as f:
-            f.write('<zeb version="1"><settings mode="AVSTX8"/><bitstreams><bitstream id="Bitstream_1">'
-                    f'<path>{inputs.path("a.sof")}</path></bitstream></bitstreams><output_files>'
-                    f'<output_file name="gen" directory="{work}" type="SVF">'
-                    '<file_options frequency="100KHz" operation="P"/>'
-                    '<bitstream_id>Bitstream_1</bitstream_id></output_file></output_files></zeb>\n')
-        run(CORVANE, inputs.path("gen.zeb"))
-        (ok, log), state = simulate(work, ["7TR440PA3R1"], None, openocd(work, ["7TR440PA3R1"], inputs.path("gen.svf")))
-        if not ok:
-            raise AssertionError(f"generated gen.svf failed:\n{log[-3000:]}")
-        check_state("gen.svf", state, [(0, "config", config), (0, "user_mode", True)])
-        print("ok generated svf")
-
+        write("gen.zeb", '<zeb version="1"><settings mode="AVSTX8"/><bitstreams><bitstream id="Bitstream_1">'
+              '<path>a.sof</path></bitstream></bitstreams><output_files><output_file name="gen" directory="." '
+              'type="SVF"><file_options frequency="100KHz" operation="P"/><bitstream_id>Bitstream_1</bitstream_id>'
+              '</output_file></output_files></zeb>\n')
+        run(CORVANE, "gen.zeb")
         # One bit of the configuration data flipped: the device's status check must fail in OpenOCD.
-        svf = open(inputs.path("config.svf")).read()
+        svf = open("config.svf").read()
         at = svf.index("TDI(", svf.index("SDR", svf.index("under PROGRAM"))) + 20
-        flipped = svf[:at] + "%X" % (int(svf[at], 16) ^ 1) + svf[at + 1:]
-        bad = inputs.path("bad.svf")
-        open(bad, "w").write(flipped)
-        (ok, _), _ = simulate(work, ["7TR440PA3R1"], None, openocd(work, ["7TR440PA3R1"], bad))
-        if ok:
-            raise AssertionError("OpenOCD accepted an .svf with a flipped bit in a checked scan")
-        print("ok corrupted svf fails")
+        write("bad.svf", svf[:at] + "%X" % (int(svf[at], 16) ^ 1) + svf[at + 1:])
+        for svf, good in [("gen.svf", True), ("bad.svf", False)]:
+            (ok, log), state = simulate(work, [fpga], None, openocd(work, [fpga], svf))
+            if ok != good:
+                raise AssertionError(f"OpenOCD {'failed on' if good else 'accepted'} {svf}:\n{log[-3000:]}")
+            if good:
+                check_state(svf, state, [(0, "config", config), (0, "user_mode", True)])
+        print("ok generated svf plays, corrupted svf fails")
 
         # A chain description file with a missing file or an unknown device is refused, nothing written.
-        for text, reason in [("device 7TR440PA3R1 file missing.sof actions program", "file not found"),
+        for text, reason in [(f"device {fpga} file missing.sof actions program", "file not found"),
                              ("device NOPE9 file a.sof actions program", "unknown device")]:
-            with open(inputs.path("bad.cdf"), "w") as f:
-                f.write("corvane-cdf 1\n" + text + "\n")
-            result = run(CORVANE, "--make-player", inputs.path("bad.cdf"), inputs.path("bad.jam"), expect=1)
-            if reason not in result.stderr or os.path.exists(inputs.path("bad.jam")):
+            write("bad.cdf", "corvane-cdf 1\n" + text + "\n")
+            result = run(CORVANE, "--make-player", "bad.cdf", "bad.jam", expect=1)
+            if reason not in result.stderr or os.path.exists("bad.jam"):
                 raise AssertionError(f"bad chain: expected '{reason}', got {result.stderr}")
         print("ok bad chains refused")
     finally:

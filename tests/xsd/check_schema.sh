@@ -12,14 +12,8 @@ schema="$src/xsd/zeb.xsd"
 tests="$src/tests/xsd"
 examples="$src/examples"
 
-if ! command -v xmllint >/dev/null 2>&1; then
-    echo "check_schema: xmllint not found (install libxml2-utils, see scripts/bootstrap.sh)" >&2
-    exit 1
-fi
-if [ ! -s "$schema" ]; then
-    echo "check_schema: missing or empty schema $schema" >&2
-    exit 1
-fi
+[ -s "$schema" ] || { echo "check_schema: missing or empty schema $schema" >&2; exit 1; }
+command -v xmllint >/dev/null || { echo "check_schema: xmllint not found (scripts/bootstrap.sh)" >&2; exit 1; }
 
 failures=0
 checked=0
@@ -28,39 +22,23 @@ fail() {
     failures=$((failures + 1))
 }
 
-# Validates one document; leaves xmllint's report in $report and returns its status.
-validate() {
-    report=$(xmllint --noout --schema "$schema" "$1" 2>&1)
-}
-
-# expect_valid FILE [NAME]: FILE must validate; NAME (default: FILE's name) is shown.
-expect_valid() {
-    local f=$1 name=${2:-$(basename "$1")}
+# check FILE [NAME]: a valid_ document, an example or a docs block validates; an invalid_ one is
+# rejected with the text of its expect comment in xmllint's report.
+check() {
+    local f=$1 name=${2:-$1} expected report
     checked=$((checked + 1))
-    if validate "$f"; then
-        echo "ok:   $name accepted"
-    else
-        fail "$name should validate:"
-        printf '%s\n' "$report" | sed 's/^/      /'
-    fi
-}
-
-expect_invalid() {
-    local f=$1 expected
-    checked=$((checked + 1))
-    expected=$(sed -n 's/^<!-- expect: \(.*\) -->$/\1/p' "$f" | head -n 1)
-    if [ -z "$expected" ]; then
-        fail "$f has no '<!-- expect: ... -->' line"
-        return
-    fi
-    if validate "$f"; then
-        fail "$f should be rejected but validates"
-    elif ! printf '%s\n' "$report" | grep -qF -- "$expected"; then
-        fail "$f rejected for another reason; expected \"$expected\", got:"
-        printf '%s\n' "$report" | sed 's/^/      /'
-    else
-        echo "ok:   $(basename "$f") rejected"
-    fi
+    report=$(xmllint --noout --schema "$schema" "$f" 2>&1)
+    local status=$?
+    case $(basename "$f") in
+        invalid_*)
+            expected=$(sed -n 's/^<!-- expect: \(.*\) -->$/\1/p' "$f" | head -n 1)
+            [ -n "$expected" ] || { fail "$name has no '<!-- expect: ... -->' line"; return; }
+            [ $status -ne 0 ] || { fail "$name should be rejected but validates"; return; }
+            printf '%s\n' "$report" | grep -qF -- "$expected" && return
+            fail "$name rejected for another reason; expected \"$expected\", got:" ;;
+        *) [ $status -eq 0 ] && return; fail "$name should validate:" ;;
+    esac
+    printf '%s\n' "$report" | sed 's/^/      /'
 }
 
 # -- the schema itself ---------------------------------------------------------------------------
@@ -70,18 +48,18 @@ xpath() {
 if echo '<zeb/>' | xmllint --noout --schema "$schema" - 2>&1 | grep -q 'failed to compile\|Schemas parser error'; then
     fail "the schema does not compile"
 fi
-n=$(xpath "count(//*[local-name()='attribute'][@use='required'][@default])")
-[ "$n" = "0" ] || fail "$n required attribute(s) carry a default"
-n=$(xpath "count(//*[local-name()='attribute'][not(@use)])")
-[ "$n" = "0" ] || fail "$n attribute(s) without an explicit use="
-n=$(xpath "count(//*[local-name()='simpleType'][@name='zebFileType']//*[local-name()='enumeration'])")
-[ "$n" = "23" ] || fail "zebFileType has $n names, expected 23"
-n=$(xpath "count(//*[local-name()='simpleType'][@name='zebConfigMode']//*[local-name()='enumeration'])")
-[ "$n" = "8" ] || fail "zebConfigMode has $n names, expected 8"
-n=$(xpath "count(/*/*[local-name()='element'])")
-[ "$n" = "1" ] || fail "$n global elements, expected only zeb"
-n=$(xpath "count(//*[local-name()='complexType'][not(@name)])")
-[ "$n" = "0" ] || fail "$n anonymous complex type(s); every element has a named type"
+# XPath count, expected value, what the count is of.
+while IFS='|' read -r expression expected what; do
+    n=$(xpath "count($expression)")
+    [ "$n" = "$expected" ] || fail "$what: $n, expected $expected"
+done <<'EOF_RULES'
+//*[local-name()='attribute'][@use='required'][@default]|0|required attributes with a default
+//*[local-name()='attribute'][not(@use)]|0|attributes without an explicit use=
+//*[local-name()='simpleType'][@name='zebFileType']//*[local-name()='enumeration']|23|names of zebFileType
+//*[local-name()='simpleType'][@name='zebConfigMode']//*[local-name()='enumeration']|8|names of zebConfigMode
+/*/*[local-name()='element']|1|global elements (only zeb)
+//*[local-name()='complexType'][not(@name)]|0|anonymous complex types
+EOF_RULES
 
 # Every element the schema declares appears in examples/full.zeb.
 names=$(xpath "//*[local-name()='element']/@name" | sed -n 's/.*name="\([^"]*\)".*/\1/p' | sort -u)
@@ -94,40 +72,27 @@ done
 
 # -- the documents -------------------------------------------------------------------------------
 shopt -s nullglob
-valid=("$tests"/valid_*.zeb "$examples"/*.zeb)
 invalid=("$tests"/invalid_*.zeb)
 [ ${#invalid[@]} -gt 0 ] || fail "no invalid_*.zeb documents in $tests"
-[ ${#valid[@]} -gt 0 ] || fail "no valid documents"
-
 for f in "$tests"/*.zeb; do
-    case $(basename "$f") in
-        valid_*.zeb | invalid_*.zeb) ;;
-        *) fail "$f is neither valid_*.zeb nor invalid_*.zeb" ;;
-    esac
+    case $(basename "$f") in valid_*.zeb | invalid_*.zeb) ;; *) fail "$f is neither valid_*.zeb nor invalid_*.zeb" ;; esac
 done
-
-for f in "${valid[@]}"; do expect_valid "$f"; done
-for f in "${invalid[@]}"; do expect_invalid "$f"; done
+for f in "$tests"/valid_*.zeb "$examples"/*.zeb "${invalid[@]}"; do check "$f"; done
 
 # -- the XML examples of the user documentation --------------------------------------------------
 # Each ```xml block of docs/setup-document.md must validate; a block without a <zeb> root is a
 # fragment of root-level containers and is checked inside <zeb>...</zeb>.
 doc="$src/docs/setup-document.md"
-if [ -f "$doc" ]; then
-    tmp=$(mktemp -d)
-    trap 'rm -rf "$tmp"' EXIT
-    awk -v dir="$tmp" '/^```xml/ { n++; f = 1; next } /^```/ { f = 0 } f { print > (dir "/block" n ".xml") }' "$doc"
-    blocks=("$tmp"/block*.xml)
-    [ ${#blocks[@]} -gt 0 ] || fail "no xml examples found in $doc"
-    for b in "${blocks[@]}"; do
-        if ! grep -q '<zeb' "$b"; then
-            { echo '<zeb>'; cat "$b"; echo '</zeb>'; } > "$b.wrapped" && mv "$b.wrapped" "$b"
-        fi
-        expect_valid "$b" "docs/setup-document.md example $(basename "$b" .xml)"
-    done
-else
-    fail "missing $doc"
-fi
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+awk -v dir="$tmp" '/^```xml/ { n++; f = 1; next } /^```/ { f = 0 } f { print > (dir "/block" n ".xml") }' "$doc" ||
+    fail "cannot read $doc"
+blocks=("$tmp"/block*.xml)
+[ ${#blocks[@]} -gt 0 ] || fail "no xml examples found in $doc"
+for b in "${blocks[@]}"; do
+    if ! grep -q '<zeb' "$b"; then { echo '<zeb>'; cat "$b"; echo '</zeb>'; } >"$b.x" && mv "$b.x" "$b"; fi
+    check "$b" "docs/setup-document.md example $(basename "$b" .xml)"
+done
 
 echo "check_schema: $checked documents, $failures failure(s)"
 [ "$failures" -eq 0 ]

@@ -145,23 +145,10 @@ class ZebDbUtilSwitches : public ::testing::Test
 protected:
     void SetUp() override { PGM_COMMON_INI::reload(); }
     void TearDown() override { PGM_COMMON_INI::reload(); }
-
-    // The documented name of the switch that gates `param`.
-    static std::string switch_name(PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM param, bool legacy = false)
-    {
-        const PGM_COMMON_INI_KEYED_SWITCH* row =
-            PGM_COMMON_INI::find_keyed_switch(ZEB_DB::get_ini_type(param), ZEB_DB::get_ini_key(param));
-        EXPECT_NE(row, nullptr);
-        if (row == nullptr)
-            return {};
-        const char* name = legacy ? row->legacy_name : row->name;
-        EXPECT_NE(name, nullptr);
-        return name != nullptr ? name : "";
-    }
 };
 
 // Ungated and unknown parameters are always offered; a plain switch gates its parameters (one
-// switch, type 0 key 6, gates three; key 7 is another); the encrypted switch is honoured under
+// switch gates three; the power-on scheme has its own); the encrypted switch is honoured under
 // either name; an expired timing switch reads as off.
 TEST_F(ZebDbUtilSwitches, SwitchesGateTheirParams)
 {
@@ -170,19 +157,19 @@ TEST_F(ZebDbUtilSwitches, SwitchesGateTheirParams)
     EXPECT_TRUE(ZEB_DB_UTIL::param_enabled_by_ini(static_cast<PGM_COMMON_XML_ZEB_CMD_PARAM_ENUM>(119)));
 
     EXPECT_FALSE(ZEB_DB_UTIL::param_enabled_by_ini(ZEB_CMD_PARAM_FLASH_DEVICE_ENABLE_SPI_MODE));
-    PGM_COMMON_INI::set_value(switch_name(ZEB_CMD_PARAM_FLASH_DEVICE_ENABLE_SPI_MODE), "ON");
+    PGM_COMMON_INI::set_value("ZEB_ENABLE_BOOT_CONTROL_OPTIONS", "ON");
     EXPECT_TRUE(ZEB_DB_UTIL::param_enabled_by_ini(ZEB_CMD_PARAM_FLASH_DEVICE_ENABLE_SPI_MODE));
     EXPECT_TRUE(ZEB_DB_UTIL::param_enabled_by_ini(ZEB_CMD_PARAM_FLASH_DEVICE_FALLBACK_ADDRESS));
     EXPECT_FALSE(ZEB_DB_UTIL::param_enabled_by_ini(ZEB_CMD_PARAM_FLASH_DEVICE_POWER_ON_SCHEME));
 
     EXPECT_FALSE(ZEB_DB_UTIL::param_enabled_by_ini(ZEB_CMD_PARAM_BITSTREAM_PATH_APP_IMAGE));
-    PGM_COMMON_INI::set_value(switch_name(ZEB_CMD_PARAM_BITSTREAM_PATH_APP_IMAGE, true), "ON");
+    PGM_COMMON_INI::set_value("ZEB_RSU_APP_IMAGE_UPGRADE", "ON");
     EXPECT_TRUE(ZEB_DB_UTIL::param_enabled_by_ini(ZEB_CMD_PARAM_BITSTREAM_PATH_APP_IMAGE));
     PGM_COMMON_INI::reload();
-    PGM_COMMON_INI::set_value(switch_name(ZEB_CMD_PARAM_BITSTREAM_PATH_APP_IMAGE), "ON");
+    PGM_COMMON_INI::set_value("ZEB_ENABLE_RSU_APP_IMAGE_OPTIONS", "ON");
     EXPECT_TRUE(ZEB_DB_UTIL::param_enabled_by_ini(ZEB_CMD_PARAM_BITSTREAM_PATH_APP_IMAGE_ONLY));
 
-    const std::string timing = switch_name(ZEB_CMD_PARAM_FLASH_DEVICE_ENABLE_TEST);
+    const std::string timing = "ZEB_ENABLE_TEST_MODE_OPTIONS";
     PGM_COMMON_INI::set_value(timing, "ON@2000-01-01");
     EXPECT_FALSE(ZEB_DB_UTIL::param_enabled_by_ini(ZEB_CMD_PARAM_FLASH_DEVICE_ENABLE_TEST));
     PGM_COMMON_INI::set_value(timing, "ON");

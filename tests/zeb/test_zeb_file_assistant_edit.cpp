@@ -123,32 +123,24 @@ TEST_F(ZebAssistantSet, OutputFileIsKeyedByTypeAndCollectsReferences)
     ASSERT_EQ(output_file->get_flash_device_id_list().size(), 1u); // the last id, already present
     ASSERT_EQ(output_file->get_bitstream_id_list().size(), 1u);    // the section alone made none
     EXPECT_EQ(ZFA::get_bitstream_id_element(output_file, "b")->get_section(), PGM_COMMON_XML_ENUM_HPS);
-    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{OF(TYPE), "350"}, {OF(FLASH_DEVICE_ID), "f2"}}));
+    // A secondary file is keyed by its type and has options of its own.
+    for (const char* name : {"m1", "m2"})
+        ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{OF(TYPE), "350"},
+                                                  {OF(FLASH_DEVICE_ID), "f2"},
+                                                  {OF(SECONDARY_FILE_TYPE), "360"},
+                                                  {OF(SECONDARY_FILE_NAME), name},
+                                                  {OF(SECONDARY_FILE_FILE_OPTIONS_VOLTAGE), "378"}}));
     EXPECT_EQ(output_file->get_flash_device_id_list().size(), 2u);
     const PGM_COMMON_XML_ZEB_FILE_OPTIONS* options = ZFA::get_file_options_element(output_file);
     EXPECT_EQ(options->get_s_addr(), "0x10");
     EXPECT_EQ(options->get_operation(), PGM_COMMON_XML_ENUM_PB);
-    EXPECT_EQ(ZFA::get_output_file_element(&document, ZEB_FILE_TYPE_POF), nullptr);
-}
-
-TEST_F(ZebAssistantSet, SecondaryFileIsKeyedByTypeWithOptionsOfItsOwn)
-{
-    const PARAMS secondary = {{OF(TYPE), "350"},
-                              {OF(SECONDARY_FILE_TYPE), "360"},
-                              {OF(SECONDARY_FILE_NAME), "m1"},
-                              {OF(SECONDARY_FILE_FILE_OPTIONS_VOLTAGE), "378"}};
-    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, secondary));
-    ASSERT_TRUE(set(ZEB_CMD_OPT_OUTPUT_FILE, {{OF(TYPE), "350"},
-                                              {OF(SECONDARY_FILE_TYPE), "360"},
-                                              {OF(SECONDARY_FILE_NAME), "m2"},
-                                              {OF(FILE_OPTIONS_VOLTAGE), "377"}}));
-    PGM_COMMON_XML_ZEB_OUTPUT_FILE* output_file = ZFA::get_output_file_element(&document, ZEB_FILE_TYPE_JIC);
+    EXPECT_NE(options->get_voltage(), PGM_COMMON_XML_ENUM_1_8V); // the secondary file's own
     const auto secondaries = ZFA::get_secondary_file_elements(output_file);
     ASSERT_EQ(secondaries.size(), 1u);
     EXPECT_EQ(secondaries[0]->get_type(), PGM_COMMON_XML_ENUM_MAP);
     EXPECT_EQ(secondaries[0]->get_name(), "m2");
     EXPECT_EQ(ZFA::get_file_options_element(secondaries[0])->get_voltage(), PGM_COMMON_XML_ENUM_1_8V);
-    EXPECT_EQ(ZFA::get_file_options_element(output_file)->get_voltage(), PGM_COMMON_XML_ENUM_1_5V);
+    EXPECT_EQ(ZFA::get_output_file_element(&document, ZEB_FILE_TYPE_POF), nullptr);
 }
 
 TEST_F(ZebAssistantSet, FlashDeviceCarriesOnePartitionMbrAndMbrPartitionPerCall)

@@ -37,6 +37,14 @@ TEST_F(ZebAssistantLookup, OnlyTheFirstContainerOfAKindCounts)
     EXPECT_TRUE(ZFA::get_output_file_elements(&document).empty());
     EXPECT_TRUE(ZFA::get_path_elements(&document, "b1").empty());
     EXPECT_FALSE(ZFA::get_input_file_exists(&document));
+    // Settings queries need settings, and leave their results alone without.
+    PGMIO_CONFIG_SCHEME scheme = PGMIO_CONFIG_SCHEME_PS_X2;
+    std::string directory = "kept";
+    EXPECT_FALSE(ZFA::get_config_mode(&document, scheme) || ZFA::get_custom_db_dir(&document, directory));
+    EXPECT_TRUE(scheme == PGMIO_CONFIG_SCHEME_PS_X2 && directory == "kept");
+    set(ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_CUSTOM_DB_DIR, "/db"}});
+    ASSERT_TRUE(ZFA::get_config_mode(&document, scheme));
+    EXPECT_EQ(scheme, PGMIO_CONFIG_SCHEME_ILLEGAL); // no mode yet
 
     set(ZEB_CMD_OPT_BITSTREAM, {{BS(ID), "b1"}, {BS(PATH), "a.sof"}});
     PGM_COMMON_XML_ELEMENT* second = add(&document, PGM_COMMON_XML_ENUM_ZEB_BITSTREAMS, nullptr);
@@ -137,19 +145,6 @@ TEST_F(ZebAssistantLookup, PartitionIdsOfAnInputComeFromTheAssignments)
     EXPECT_EQ(ZFA::get_partition_ids(&document, "r1", "b1"), IDS{}); // each string names its own kind
     EXPECT_EQ(ZFA::get_partition_ids(&document, "", ""), IDS{});
     EXPECT_EQ(ZFA::get_partition_ids(&document, "B1", ""), IDS{});
-}
-
-TEST_F(ZebAssistantLookup, SettingsQueriesNeedSettings)
-{
-    PGMIO_CONFIG_SCHEME scheme = PGMIO_CONFIG_SCHEME_PS_X2;
-    std::string directory = "kept";
-    EXPECT_FALSE(ZFA::get_config_mode(&document, scheme));
-    EXPECT_FALSE(ZFA::get_custom_db_dir(&document, directory));
-    EXPECT_EQ(scheme, PGMIO_CONFIG_SCHEME_PS_X2);
-    EXPECT_EQ(directory, "kept");
-    set(ZEB_CMD_OPT_SETTINGS, {{ZEB_CMD_PARAM_SETTINGS_CUSTOM_DB_DIR, "/db"}});
-    ASSERT_TRUE(ZFA::get_config_mode(&document, scheme));
-    EXPECT_EQ(scheme, PGMIO_CONFIG_SCHEME_ILLEGAL); // no mode yet
 }
 
 TEST_F(ZebAssistantLookup, InternalConfigurationOptionsComeFromTheFlashDevice)
