@@ -4,7 +4,7 @@
 three images, a VQ1024A flash, the factory and two application partitions. A deliberate overlap
 is reported beside its partition and goes when fixed; the page generates, saves, and the files
 equal, byte for byte, what `corvane` makes from the saved document.
-Usage: test_web_browser.py CORVANE"""
+Usage: test_web_browser.py CORVANE [SCREENSHOT_DIR]"""
 import filecmp
 import os
 import subprocess
@@ -90,7 +90,7 @@ def build_by_clicking(page):
         page.type('page-' + partition, number, commit=True)
 
 
-def main(corvane):
+def main(corvane, screenshots):
     failures = []
     with tempfile.TemporaryDirectory() as top:
         work = os.path.join(top, 'page')
@@ -123,6 +123,10 @@ def main(corvane):
             if page.text(beside):
                 failures.append('the overlap message stayed: %r' % page.text(beside))
             page.find('layout-picture')
+            if screenshots:
+                for name in ['input', 'output', 'device']:
+                    page.tab(name)
+                    driver.save_screenshot(os.path.join(screenshots, 'web-%s.png' % name))
             page.click('generate')
             result = page.find('generation-result')
             if result.get_attribute('data-ok') != 'true' or 'FAILED' in result.text:
@@ -152,4 +156,4 @@ def main(corvane):
 
 
 if __name__ == '__main__':
-    sys.exit(main(sys.argv[1]))
+    sys.exit(main(sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else None))
