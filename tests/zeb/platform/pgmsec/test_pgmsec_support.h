@@ -51,6 +51,24 @@ struct SECURITY_FIXTURE
     }
     std::string file(const std::string& name) const { return dir.file(name); }
 
+    // An SRAM object file of 4 KiB of the fixture's device, for the conversion engine.
+    void write_sof(const std::string& name) const
+    {
+        PGMIO_SOF_IMAGE sof;
+        BITASM_OPTIONS options;
+        options.size = 4096;
+        std::string error;
+        EXPECT_TRUE(BITASM_MGR::assemble_sof(*device, options, sof, error) && PGMIO_SOF::write(file(name), sof, error))
+            << error;
+    }
+
+    // "k.hek", a key-encryption key behind the password that the file "pw" holds.
+    void make_hek(const std::string& password) const
+    {
+        write_file(file("pw"), password + "\n");
+        EXPECT_EQ(corvane("--make-hek '" + file("k.hek") + "' --password-file '" + file("pw") + "'").status, 0);
+    }
+
     PGMIO_SECURITY_SETTINGS encrypted() const
     {
         PGMIO_SECURITY_SETTINGS s;
