@@ -310,6 +310,8 @@ TEST_F(DevCustomDir, DuplicatesAndMissingDirectories)
     EXPECT_NE(error.find(m_dir.file("missing") + ": custom database directory does not exist"), std::string::npos);
     EXPECT_FALSE(GFPDB_QSPI_MGR::set_db_custom_dir(m_dir.file("one.json"), &error));
     EXPECT_NE(error.find("is not a directory"), std::string::npos) << error;
+    // A directory without database files is valid.
+    EXPECT_TRUE(GFPDB_QSPI_MGR::set_db_custom_dir(SCRATCH_DIR().path().string(), &error)) << error;
 }
 
 // ---- The executable ----------------------------------------------------------------------------
