@@ -142,11 +142,7 @@ TEST(PgmsecCli, SignAndFinalizeLaterMatchOneStepGeneration)
     const std::string key = " --key '" + f.file("key.pem") + "'";
     PGMIO_SECURITY_SETTINGS s;
     s.compression = true;
-    s.signing = PGMIO_SIGNING_ON;
-    s.signing_pem_file = f.file("key.pem");
-    ASSERT_EQ(f.generate(s, "one.rbf"), "");
-    s.signing = PGMIO_SIGNING_OFF;
-    s.signing_pem_file.clear();
+    ASSERT_EQ(f.generate(f.signed_settings(s), "one.rbf"), "");
     s.sign_later = true;
     for (const char* form : {"key", "digest"})
     {
@@ -183,20 +179,13 @@ TEST(PgmsecCli, SignAndFinalizeLaterMatchOneStepGeneration)
     struct stat mode = {};
     ASSERT_EQ(::stat(f.file("k.hek").c_str(), &mode), 0);
     EXPECT_EQ(mode.st_mode & 0777, 0600u);
-    s = f.encrypted();
+    s = f.signed_settings(f.encrypted());
     s.finalize_encryption = true;
     s.hek_file = f.file("k.hek");
     s.password = "s3cret-pass";
-    s.signing = PGMIO_SIGNING_ON;
-    s.signing_pem_file = f.file("key.pem");
     ASSERT_EQ(f.generate(s, "one.rbf"), "");
-    s.finalize_encryption = false;
-    s.hek_file.clear();
-    s.password.clear();
-    s.finalize_encryption_later = true;
-    s.signing = PGMIO_SIGNING_OFF;
-    s.signing_pem_file.clear();
-    s.sign_later = true;
+    s = f.encrypted();
+    s.finalize_encryption_later = s.sign_later = true;
     ASSERT_EQ(f.generate(s, "later.rbf"), "");
     const std::string finalize = "--finalize-encryption '" + f.file("later.rbf") + "' --hek '" + f.file("k.hek") +
                                  "' --key-file '" + f.file("keys.txt") + "' --password-file '" + f.file("pw") + "'";

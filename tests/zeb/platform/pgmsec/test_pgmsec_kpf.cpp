@@ -18,10 +18,8 @@ TEST(PgmsecKeyProgramming, EkpAndFuseFilesHoldWhatTheSettingsName)
     std::string error;
     PGMIO_CCF ccf("kpf", "", new PGMIO_FILE_OPTIONS, 1, 0, false, 10.0, 1.0, false, true);
     ASSERT_TRUE(ccf.add_sof_file(FIO_PATH(f.file("d.sof")), 0, 0, 0));
-    PGMIO_SECURITY_SETTINGS s = f.encrypted();
+    PGMIO_SECURITY_SETTINGS s = f.signed_settings(f.encrypted());
     s.non_volatile_key = true;
-    s.signing = PGMIO_SIGNING_ON;
-    s.signing_pem_file = f.file("key.pem");
     s.options[PGMIO_SECURITY_OPT_NO_JTAG] = 1;
     ccf.set_security_settings(s, 0);
     // Unasked, nothing is written; asked with a configuration output's path, the keys go beside it.

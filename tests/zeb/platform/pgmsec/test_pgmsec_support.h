@@ -78,6 +78,14 @@ struct SECURITY_FIXTURE
         return s;
     }
 
+    // Signing with the fixture's key.pem.
+    PGMIO_SECURITY_SETTINGS signed_settings(PGMIO_SECURITY_SETTINGS s) const
+    {
+        s.signing = PGMIO_SIGNING_ON;
+        s.signing_pem_file = file("key.pem");
+        return s;
+    }
+
     // Encodes `plain` with the settings into `name`; the error text when that fails, else "".
     std::string generate(const PGMIO_SECURITY_SETTINGS& settings, const std::string& name) const
     {
