@@ -95,15 +95,14 @@ TEST(Cli, InfoReportsDamageAndUnknownFiles)
     EXPECT_EQ(integrity["reason"].get<std::string>().rfind("CRC mismatch", 0), 0u) << run.output();
 
     write_file(dir.file("bad.hex"), ":0400000001020304F2\n:00000001FE\n");
-    run = corvane("--info " + quote(dir.file("bad.hex")));
-    EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(contains(run.output(), "bad.hex:2: checksum error")) << run.output();
-
     write_file(dir.file("notes.txt"), "plain words");
-    run = corvane("--info " + quote(dir.file("notes.txt")));
-    EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(contains(run.output(), "is not a file of a known format")) << run.output();
-    run = corvane("--info " + quote(dir.file("missing.sof")));
-    EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(contains(run.output(), "cannot open")) << run.output();
+    const std::pair<const char*, const char*> refused[] = {{"bad.hex", "bad.hex:2: checksum error"},
+                                                           {"notes.txt", "is not a file of a known format"},
+                                                           {"missing.sof", "cannot open"}};
+    for (const auto& [file, reason] : refused)
+    {
+        run = corvane("--info " + quote(dir.file(file)));
+        EXPECT_EQ(run.status, 1) << file;
+        EXPECT_TRUE(contains(run.output(), reason)) << run.output();
+    }
 }

@@ -6,12 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <set>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
