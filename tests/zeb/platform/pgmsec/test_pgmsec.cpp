@@ -88,9 +88,8 @@ TEST(PgmsecImage, IndependentToolsReadBackEverySectionAndSignature)
         {
             if (!section.contains("plain_size"))
                 continue;
-            const PGMIO_CONFIG_SECTION* expected = f.plain.find(
-                pgmio_tag({section["tag"].get<std::string>()[0], section["tag"].get<std::string>()[1],
-                           section["tag"].get<std::string>()[2], section["tag"].get<std::string>()[3], 0}));
+            const std::string tag = section["tag"];
+            const PGMIO_CONFIG_SECTION* expected = f.plain.find(pgmio_tag({tag[0], tag[1], tag[2], tag[3], 0}));
             ASSERT_NE(expected, nullptr);
             ++payloads;
             EXPECT_EQ(section["plain_size"], expected->data.size());
