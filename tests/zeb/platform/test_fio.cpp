@@ -105,59 +105,47 @@ TEST(FioTable, EveryEnumeratorHasOneConsistentRowAndLookupIgnoresCase)
 
 // ---- Paths -------------------------------------------------------------------------------------
 
-TEST_F(FioTest, PathDecomposition)
+// Paths are made absolute against the working directory and normalised; a leading dot names a hidden
+// file, it does not start an extension.
+TEST_F(FioTest, PathDecompositionAndNormalisation)
 {
-    // A leading dot names a hidden file; it does not start an extension.
+    const std::string cwd = fs::current_path().string();
     const struct
     {
-        const char* path;
-        const char* directory;
-        const char* file_name;
-        const char* base_name;
-        const char* extension;
+        std::string path, full, directory, file_name, base_name, extension;
         FIO_EXTENSION_TYPE type;
     } cases[] = {
-        {"/x/y/design.sof", "/x/y", "design.sof", "design", "sof", FIO_EXTENSION_TYPE_SOF},
-        {"/x/top.rev2.tar.gz", "/x", "top.rev2.tar.gz", "top.rev2.tar", "gz", FIO_EXTENSION_TYPE_NONE},
-        {"/x/Makefile", "/x", "Makefile", "Makefile", "", FIO_EXTENSION_TYPE_NONE},
-        {"/x/.corvane", "/x", ".corvane", ".corvane", "", FIO_EXTENSION_TYPE_NONE},
-        {"/x/.corvane.INI", "/x", ".corvane.INI", ".corvane", "INI", FIO_EXTENSION_TYPE_INI},
-        {"/top.pof", "/", "top.pof", "top", "pof", FIO_EXTENSION_TYPE_POF},
+        {"/x/y/design.sof", "/x/y/design.sof", "/x/y", "design.sof", "design", "sof", FIO_EXTENSION_TYPE_SOF},
+        {"/x/top.rev2.tar.gz", "/x/top.rev2.tar.gz", "/x", "top.rev2.tar.gz", "top.rev2.tar", "gz",
+         FIO_EXTENSION_TYPE_NONE},
+        {"/x/Makefile", "/x/Makefile", "/x", "Makefile", "Makefile", "", FIO_EXTENSION_TYPE_NONE},
+        {"/x/.corvane", "/x/.corvane", "/x", ".corvane", ".corvane", "", FIO_EXTENSION_TYPE_NONE},
+        {"/x/.corvane.INI", "/x/.corvane.INI", "/x", ".corvane.INI", ".corvane", "INI", FIO_EXTENSION_TYPE_INI},
+        {"/top.pof", "/top.pof", "/", "top.pof", "top", "pof", FIO_EXTENSION_TYPE_POF},
+        {"sub/../a/./f.rbf", cwd + "/a/f.rbf", cwd + "/a", "f.rbf", "f", "rbf", FIO_EXTENSION_TYPE_RBF},
+        {".", cwd, fs::path(cwd).parent_path().string(), fs::path(cwd).filename().string(),
+         fs::path(cwd).filename().string(), "", FIO_EXTENSION_TYPE_NONE},
+        {"/x//y///", "/x/y", "/x", "y", "y", "", FIO_EXTENSION_TYPE_NONE},
+        {"/", "/", "/", "", "", "", FIO_EXTENSION_TYPE_NONE},
+        {"/..", "/", "/", "", "", "", FIO_EXTENSION_TYPE_NONE},
+        {"/a/b/..", "/a", "/", "a", "a", "", FIO_EXTENSION_TYPE_NONE},
+        {"", "", "", "", "", "", FIO_EXTENSION_TYPE_NONE},
     };
     for (const auto& c : cases)
     {
+        SCOPED_TRACE(c.path);
         const FIO_PATH path(c.path);
-        EXPECT_EQ(path.get_full_path(), c.path);
-        EXPECT_EQ(path.get_directory(), c.directory) << c.path;
-        EXPECT_EQ(path.get_file_name(), c.file_name) << c.path;
-        EXPECT_EQ(path.get_base_name(), c.base_name) << c.path;
-        EXPECT_EQ(path.get_extension(), c.extension) << c.path;
-        EXPECT_EQ(path.get_extension_type(), c.type) << c.path;
+        EXPECT_EQ(path.get_full_path(), c.full);
+        EXPECT_EQ(path.is_empty(), c.full.empty());
+        EXPECT_EQ(path.get_directory(), c.directory);
+        EXPECT_EQ(path.get_file_name(), c.file_name);
+        EXPECT_EQ(path.get_base_name(), c.base_name);
+        EXPECT_EQ(path.get_extension(), c.extension);
+        EXPECT_EQ(path.get_extension_type(), c.type);
     }
-}
-
-TEST_F(FioTest, PathNormalisation)
-{
-    const std::string cwd = fs::current_path().string();
-    EXPECT_EQ(FIO_PATH("sub/../a/./f.rbf").get_full_path(), cwd + "/a/f.rbf");
-    EXPECT_EQ(FIO_PATH("f.rbf").get_directory(), cwd);
-    EXPECT_EQ(FIO_PATH(".").get_full_path(), cwd);
-    EXPECT_EQ(FIO_PATH("/x/y/").get_full_path(), "/x/y");
-    EXPECT_EQ(FIO_PATH("/x//y///").get_full_path(), "/x/y");
-    EXPECT_EQ(FIO_PATH("/x/y/").get_file_name(), "y");
-    EXPECT_EQ(FIO_PATH("/").get_full_path(), "/");
-    EXPECT_EQ(FIO_PATH("/..").get_full_path(), "/");
-    EXPECT_EQ(FIO_PATH("/a/b/..").get_full_path(), "/a");
-    EXPECT_EQ(FIO_PATH("/").get_file_name(), "");
+    EXPECT_TRUE(FIO_PATH().is_empty());
     EXPECT_TRUE(FIO_PATH("/a/b/../c") == FIO_PATH("/a/c"));
     EXPECT_FALSE(FIO_PATH("/a/c") == FIO_PATH("/a/C"));
-
-    const FIO_PATH empty("");
-    EXPECT_TRUE(empty.is_empty());
-    EXPECT_TRUE(FIO_PATH().is_empty());
-    EXPECT_EQ(empty.get_directory(), "");
-    EXPECT_EQ(empty.get_base_name(), "");
-    EXPECT_EQ(empty.get_extension(), "");
 }
 
 // ---- File system -------------------------------------------------------------------------------

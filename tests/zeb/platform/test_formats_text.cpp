@@ -109,7 +109,7 @@ TEST(HexReader, FileErrorsAndImage)
     EXPECT_NE(error.find("(0x00000000..0x00000004) is too large, at most 4 bytes"), std::string::npos) << error;
 }
 
-TEST(ChainDescription, RoundTrip)
+TEST(ChainDescription, WriterAndReaderAgree)
 {
     SCRATCH_DIR dir;
     PGMIO_CDF_CHAIN chain;
@@ -134,6 +134,20 @@ TEST(ChainDescription, RoundTrip)
     EXPECT_EQ(read.mode, "PS");
     EXPECT_EQ(read.devices[0].actions, PGMIO_CDF_EXAMINE);
     EXPECT_EQ(PGMIO_CDF::resolve_file(path, read.devices[0]).get_full_path(), "/abs/x.sof");
+
+    // The writer refuses what the reader would, and leaves no file.
+    const FIO_PATH refused(dir.file("a.cdf"));
+    chain = PGMIO_CDF_CHAIN{};
+    EXPECT_FALSE(PGMIO_CDF::write(refused, chain, error));
+    EXPECT_EQ(error, "the chain has no device");
+    chain.devices.push_back({"7TR440PA3R1", "", PGMIO_CDF_VERIFY});
+    EXPECT_FALSE(PGMIO_CDF::write(refused, chain, error));
+    chain.devices[0] = {"7TR440PA3R1", "a\nb", 0};
+    EXPECT_FALSE(PGMIO_CDF::write(refused, chain, error));
+    chain.devices[0] = {"7TR440PA3R1", "a.sof", 0};
+    chain.mode = "SPI";
+    EXPECT_FALSE(PGMIO_CDF::write(refused, chain, error));
+    EXPECT_FALSE(std::filesystem::exists(dir.file("a.cdf")));
 }
 
 TEST(ChainDescription, ErrorsNameTheLine)
@@ -170,21 +184,4 @@ TEST(ChainDescription, ErrorsNameTheLine)
         const std::string error = cdf_error(c.text);
         EXPECT_EQ(error.substr(0, c.expected.size()), c.expected) << c.text << " gave " << error;
     }
-}
-
-TEST(ChainDescription, WriterRefusesWhatTheReaderWould)
-{
-    SCRATCH_DIR dir;
-    std::string error;
-    PGMIO_CDF_CHAIN chain;
-    EXPECT_FALSE(PGMIO_CDF::write(FIO_PATH(dir.file("a.cdf")), chain, error));
-    EXPECT_EQ(error, "the chain has no device");
-    chain.devices.push_back({"7TR440PA3R1", "", PGMIO_CDF_VERIFY});
-    EXPECT_FALSE(PGMIO_CDF::write(FIO_PATH(dir.file("a.cdf")), chain, error));
-    chain.devices[0] = {"7TR440PA3R1", "a\nb", 0};
-    EXPECT_FALSE(PGMIO_CDF::write(FIO_PATH(dir.file("a.cdf")), chain, error));
-    chain.devices[0] = {"7TR440PA3R1", "a.sof", 0};
-    chain.mode = "SPI";
-    EXPECT_FALSE(PGMIO_CDF::write(FIO_PATH(dir.file("a.cdf")), chain, error));
-    EXPECT_FALSE(std::filesystem::exists(dir.file("a.cdf")));
 }

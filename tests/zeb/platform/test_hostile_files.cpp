@@ -148,6 +148,7 @@ TEST(HostileFiles, PayloadFreeDecodeChecksWhatTheFullDecodeChecks)
         {0x0A445EE0, 0, {{core, &data}}, "bit 0 is clear"},
         {0x0A445EE1, 0x80000000, {{core, &data}}, "unknown design flags"},
         {0x0A445EE1, 0, {{core, &data}, {firm, &data}}, "out of order"},
+        {0x0A445EE1, 0, {{firm, &data}, {core, &data}, {core, &data}}, "out of order or repeated"},
         {0x0A445EE1, 0, {{firm, &data}, {core, &none}}, "'CORE' is empty"},
         {0x0A445EE1, 0, {{firm, &data}}, "'CORE' is missing"},
         {0x0A445EE1, PGMIO_DESIGN_CVP, {{core, &data}}, "separate 'PERI'"},

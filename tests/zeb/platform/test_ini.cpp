@@ -6,12 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <set>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -102,18 +98,13 @@ TEST_F(IniTest, LineSyntax)
                          "REPEATED=1\n"
                          "REPEATED=2\n"
                          "LAST=no newline at end");
-    EXPECT_EQ(PGM_COMMON_INI::get_value("SPACED"), "value with inner blanks");
-    EXPECT_EQ(PGM_COMMON_INI::get_value("EQUALS"), "a=b");
-    EXPECT_EQ(PGM_COMMON_INI::get_value("EMPTY"), "");
-    EXPECT_EQ(PGM_COMMON_INI::get_value("REPEATED"), "2");
-    EXPECT_EQ(PGM_COMMON_INI::get_value("LAST"), "no newline at end");
-    EXPECT_FALSE(PGM_COMMON_INI::get_value("NO_EQUALS_SIGN").has_value());
-    EXPECT_FALSE(PGM_COMMON_INI::get_value("").has_value());
-    EXPECT_FALSE(PGM_COMMON_INI::get_value("# indented comment").has_value());
-    EXPECT_FALSE(PGM_COMMON_INI::get_value("#HASH").has_value());
-    EXPECT_FALSE(PGM_COMMON_INI::get_value("; SEMI").has_value());
-    // Names are case-sensitive.
-    EXPECT_FALSE(PGM_COMMON_INI::get_value("spaced").has_value());
+    // nullptr: no such switch (names are case-sensitive).
+    const std::pair<const char*, const char*> switches[] = {
+        {"SPACED", "value with inner blanks"}, {"EQUALS", "a=b"}, {"EMPTY", ""}, {"REPEATED", "2"},
+        {"LAST", "no newline at end"}, {"NO_EQUALS_SIGN", nullptr}, {"", nullptr}, {"# indented comment", nullptr},
+        {"#HASH", nullptr}, {"; SEMI", nullptr}, {"spaced", nullptr}};
+    for (const auto& [name, value] : switches)
+        EXPECT_EQ(PGM_COMMON_INI::get_value(name), value ? std::optional<std::string>(value) : std::nullopt) << name;
 }
 
 TEST(IniText, OnTexts)

@@ -79,10 +79,7 @@ TEST(PgmsecImage, IndependentToolsReadBackEverySectionAndSignature)
         s.compression = c.compression;
         s.enhanced_compression = c.enhanced;
         if (c.signing)
-        {
-            s.signing = PGMIO_SIGNING_ON;
-            s.signing_pem_file = f.file("key.pem");
-        }
+            s = f.signed_settings(s);
         ASSERT_EQ(f.generate(s, "out.rbf"), "");
         const nlohmann::json info = info_json(f.file("out.rbf"));
         const std::string file = "'" + f.file("out.rbf") + "'";
@@ -91,9 +88,8 @@ TEST(PgmsecImage, IndependentToolsReadBackEverySectionAndSignature)
         {
             if (!section.contains("plain_size"))
                 continue;
-            const PGMIO_CONFIG_SECTION* expected = f.plain.find(
-                pgmio_tag({section["tag"].get<std::string>()[0], section["tag"].get<std::string>()[1],
-                           section["tag"].get<std::string>()[2], section["tag"].get<std::string>()[3], 0}));
+            const std::string tag = section["tag"];
+            const PGMIO_CONFIG_SECTION* expected = f.plain.find(pgmio_tag({tag[0], tag[1], tag[2], tag[3], 0}));
             ASSERT_NE(expected, nullptr);
             ++payloads;
             EXPECT_EQ(section["plain_size"], expected->data.size());
@@ -189,10 +185,7 @@ TEST(PgmsecImage, PlainIdentityRepeatabilityAndRefusals)
     }
 
     // A tampered signed byte, with every CRC made right again, fails the signature alone.
-    s = PGMIO_SECURITY_SETTINGS{};
-    s.signing = PGMIO_SIGNING_ON;
-    s.signing_pem_file = f.file("key.pem");
-    ASSERT_TRUE(pgmsec_encode_configuration(f.plain, s, *f.device, image, error)) << error;
+    ASSERT_TRUE(pgmsec_encode_configuration(f.plain, f.signed_settings({}), *f.device, image, error)) << error;
     PGMIO_CONFIG_DATA data;
     ASSERT_TRUE(PGMIO_RBF::decode(image, data, error)) << error;
     data.sections.back().data[3] ^= 0x40;

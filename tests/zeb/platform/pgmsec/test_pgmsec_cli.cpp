@@ -39,9 +39,8 @@ PGMIO_CONFIG_DATA unsigned_content(const std::string& path)
 TEST(PgmsecOptions, EveryOptionActsOrIsRefusedNamingIt)
 {
     SECURITY_FIXTURE f;
-    write_file(f.file("pw"), "correct horse\n");
+    f.make_hek("correct horse");
     std::string error;
-    ASSERT_TRUE(pgmsec_make_hek(f.file("k.hek"), "correct horse", error)) << error;
     ASSERT_TRUE(pgmsec_make_hky(f.file("pub.pem"), f.file("owner.hky"), error)) << error;
     // The same key file asking for 2^32-1 key derivation rounds (CRC kept valid): refused, not run.
     std::string slow = read_file(f.file("k.hek"));
@@ -143,11 +142,7 @@ TEST(PgmsecCli, SignAndFinalizeLaterMatchOneStepGeneration)
     const std::string key = " --key '" + f.file("key.pem") + "'";
     PGMIO_SECURITY_SETTINGS s;
     s.compression = true;
-    s.signing = PGMIO_SIGNING_ON;
-    s.signing_pem_file = f.file("key.pem");
-    ASSERT_EQ(f.generate(s, "one.rbf"), "");
-    s.signing = PGMIO_SIGNING_OFF;
-    s.signing_pem_file.clear();
+    ASSERT_EQ(f.generate(f.signed_settings(s), "one.rbf"), "");
     s.sign_later = true;
     for (const char* form : {"key", "digest"})
     {
@@ -180,25 +175,17 @@ TEST(PgmsecCli, SignAndFinalizeLaterMatchOneStepGeneration)
     }
 
     // Finalising later with a password-protected .hek, then signing, against one step.
-    write_file(f.file("pw"), "s3cret-pass\n");
-    ASSERT_EQ(corvane("--make-hek '" + f.file("k.hek") + "' --password-file '" + f.file("pw") + "'").status, 0);
+    f.make_hek("s3cret-pass");
     struct stat mode = {};
     ASSERT_EQ(::stat(f.file("k.hek").c_str(), &mode), 0);
     EXPECT_EQ(mode.st_mode & 0777, 0600u);
-    s = f.encrypted();
+    s = f.signed_settings(f.encrypted());
     s.finalize_encryption = true;
     s.hek_file = f.file("k.hek");
     s.password = "s3cret-pass";
-    s.signing = PGMIO_SIGNING_ON;
-    s.signing_pem_file = f.file("key.pem");
     ASSERT_EQ(f.generate(s, "one.rbf"), "");
-    s.finalize_encryption = false;
-    s.hek_file.clear();
-    s.password.clear();
-    s.finalize_encryption_later = true;
-    s.signing = PGMIO_SIGNING_OFF;
-    s.signing_pem_file.clear();
-    s.sign_later = true;
+    s = f.encrypted();
+    s.finalize_encryption_later = s.sign_later = true;
     ASSERT_EQ(f.generate(s, "later.rbf"), "");
     const std::string finalize = "--finalize-encryption '" + f.file("later.rbf") + "' --hek '" + f.file("k.hek") +
                                  "' --key-file '" + f.file("keys.txt") + "' --password-file '" + f.file("pw") + "'";
@@ -215,19 +202,14 @@ TEST(PgmsecCli, SignAndFinalizeLaterMatchOneStepGeneration)
 TEST(PgmsecCli, SecretsStayOutOfOutputsAndLogs)
 {
     SECURITY_FIXTURE f;
-    write_file(f.file("pw"), "s3cret-pass\n");
-    ASSERT_EQ(corvane("--make-hek '" + f.file("k.hek") + "' --password-file '" + f.file("pw") + "'").status, 0);
+    f.make_hek("s3cret-pass");
     PGMIO_SECURITY_SETTINGS s = f.encrypted();
     s.compression = true;
     s.finalize_encryption_later = true;
     s.sign_later = true;
     // The engine's generation of a .rbf, with every debug line captured.
-    PGMIO_SOF_IMAGE sof;
-    BITASM_OPTIONS options;
-    options.size = 4096;
-    std::string error, logs;
-    ASSERT_TRUE(BITASM_MGR::assemble_sof(*f.device, options, sof, error) &&
-                PGMIO_SOF::write(f.file("d.sof"), sof, error));
+    f.write_sof("d.sof");
+    std::string logs;
     {
         MSG_CAPTURE_SINK capture;
         PGMIO_CCF ccf("secrets", "", new PGMIO_FILE_OPTIONS, 1, 0, false, 10.0, 1.0, false, true);

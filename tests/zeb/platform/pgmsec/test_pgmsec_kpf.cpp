@@ -14,19 +14,12 @@ using namespace corvane_test;
 TEST(PgmsecKeyProgramming, EkpAndFuseFilesHoldWhatTheSettingsName)
 {
     SECURITY_FIXTURE f;
-    PGMIO_SOF_IMAGE sof;
-    BITASM_OPTIONS options;
-    options.size = 4096;
+    f.write_sof("d.sof");
     std::string error;
-    ASSERT_TRUE(BITASM_MGR::assemble_sof(*f.device, options, sof, error) &&
-                PGMIO_SOF::write(f.file("d.sof"), sof, error))
-        << error;
     PGMIO_CCF ccf("kpf", "", new PGMIO_FILE_OPTIONS, 1, 0, false, 10.0, 1.0, false, true);
     ASSERT_TRUE(ccf.add_sof_file(FIO_PATH(f.file("d.sof")), 0, 0, 0));
-    PGMIO_SECURITY_SETTINGS s = f.encrypted();
+    PGMIO_SECURITY_SETTINGS s = f.signed_settings(f.encrypted());
     s.non_volatile_key = true;
-    s.signing = PGMIO_SIGNING_ON;
-    s.signing_pem_file = f.file("key.pem");
     s.options[PGMIO_SECURITY_OPT_NO_JTAG] = 1;
     ccf.set_security_settings(s, 0);
     // Unasked, nothing is written; asked with a configuration output's path, the keys go beside it.

@@ -51,12 +51,38 @@ struct SECURITY_FIXTURE
     }
     std::string file(const std::string& name) const { return dir.file(name); }
 
+    // An SRAM object file of 4 KiB of the fixture's device, for the conversion engine.
+    void write_sof(const std::string& name) const
+    {
+        PGMIO_SOF_IMAGE sof;
+        BITASM_OPTIONS options;
+        options.size = 4096;
+        std::string error;
+        EXPECT_TRUE(BITASM_MGR::assemble_sof(*device, options, sof, error) && PGMIO_SOF::write(file(name), sof, error))
+            << error;
+    }
+
+    // "k.hek", a key-encryption key behind the password that the file "pw" holds.
+    void make_hek(const std::string& password) const
+    {
+        write_file(file("pw"), password + "\n");
+        EXPECT_EQ(corvane("--make-hek '" + file("k.hek") + "' --password-file '" + file("pw") + "'").status, 0);
+    }
+
     PGMIO_SECURITY_SETTINGS encrypted() const
     {
         PGMIO_SECURITY_SETTINGS s;
         s.encryption = true;
         s.key_file1 = file("keys.txt");
         s.key1 = "main";
+        return s;
+    }
+
+    // Signing with the fixture's key.pem.
+    PGMIO_SECURITY_SETTINGS signed_settings(PGMIO_SECURITY_SETTINGS s) const
+    {
+        s.signing = PGMIO_SIGNING_ON;
+        s.signing_pem_file = file("key.pem");
         return s;
     }
 
