@@ -22,8 +22,9 @@ struct PGMCONV_PAGE_IMAGE
 {
     const PGM_DEVICE* device = nullptr;
     uint32_t design_flags = 0;
-    // Before the security settings were applied; without payload sections when `bytes` are the
-    // input's configuration data as stored (`source_offset` set).
+    // Before the security settings were applied. Whole only for a split configuration: without
+    // payload sections when `bytes` are the input's configuration data as stored (`source_offset`
+    // set), and without section data when they went into `bytes`.
     PGMIO_CONFIG_DATA plain;
     // The page's bytes from `skip` on: when they lie unchanged in the input, `bytes` is the whole
     // file as read and `skip` equals `source_offset`, so that nothing is moved or copied.

@@ -118,13 +118,17 @@ bool pgmconv_page_image(const PGMIO_CCF::STATE& state, uint32_t index, PGMCONV_P
         image.crc = pgmio_crc32(trailer, image.body_crc);
         return true;
     }
+    // The data were decoded from the file: it need not stay beside them and the image made of them.
+    PGMIO_BYTES().swap(file);
     // A split configuration (CvP, HPS I/O first): the flash and the .rbf hold the first half.
     PGMIO_CONFIG_DATA first;
     PGMIO_CONFIG_DATA core;
     if (split)
         pgmconv_split_configuration(image.plain, first, core);
-    const PGMIO_CONFIG_DATA& encoded = split ? first : image.plain;
-    if (!pgmsec_encode_configuration(encoded, page.security, *image.device, image.bytes, error))
+    const bool encoded = split ? pgmsec_encode_configuration(first, page.security, *image.device, image.bytes, error)
+                               : pgmsec_encode_configuration(std::move(image.plain), page.security, *image.device,
+                                                             image.bytes, error);
+    if (!encoded)
     {
         error = "page " + std::to_string(page.number) + " ('" + path + "'): " + error;
         return false;

@@ -55,9 +55,10 @@ void check_image(std::span<const uint8_t> flash, PGMIO_FLASH_WALK_IMAGE& image)
     }
     if (image.kind == "image")
     {
+        // Checked as a whole, payload included, without copying the payload: only the header is used.
         PGMIO_CONFIG_DATA config;
         std::string error;
-        if (!PGMIO_RBF::decode(bytes, config, error))
+        if (!PGMIO_RBF::decode(bytes, config, error, false))
         {
             image.problem = "configuration data does not check: " + error;
             return;

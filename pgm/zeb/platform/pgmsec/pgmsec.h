@@ -78,6 +78,10 @@ struct PGMIO_SECURITY_SETTINGS
 // with the reason in `error`, which names the option, key id or file, never key bytes.
 bool pgmsec_encode_configuration(const PGMIO_CONFIG_DATA& plain, const PGMIO_SECURITY_SETTINGS& settings,
                                  const PGM_DEVICE& device, PGMIO_BYTES& image, std::string& error);
+// The same, taking over the section data of `plain` where they go into the image unchanged, so
+// that a large image is not held twice; `plain` is left without them.
+bool pgmsec_encode_configuration(PGMIO_CONFIG_DATA&& plain, const PGMIO_SECURITY_SETTINGS& settings,
+                                 const PGM_DEVICE& device, PGMIO_BYTES& image, std::string& error);
 
 // ---- Reading secured configuration data ---------------------------------------------------------
 

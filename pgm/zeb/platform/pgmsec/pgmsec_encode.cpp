@@ -129,10 +129,11 @@ bool store_section(const PGMIO_CONFIG_SECTION& section, const PGMIO_SECURITY_SET
     return true;
 }
 
-} // namespace
-
-bool pgmsec_encode_configuration(const PGMIO_CONFIG_DATA& plain, const PGMIO_SECURITY_SETTINGS& settings,
-                                 const PGM_DEVICE& device, PGMIO_BYTES& image, std::string& error)
+// Encodes `plain` with the settings applied; `sections` are plain's own section data, moved into
+// the image when they go there unchanged, else copied.
+template <typename SECTIONS>
+bool encode(const PGMIO_CONFIG_DATA& plain, SECTIONS& sections, const PGMIO_SECURITY_SETTINGS& settings,
+            const PGM_DEVICE& device, PGMIO_BYTES& image, std::string& error)
 {
     // The key programming file is the only reader of ekp_file; the image does not change with it.
     PGMIO_SECURITY_SETTINGS image_settings = settings;
@@ -176,14 +177,14 @@ bool pgmsec_encode_configuration(const PGMIO_CONFIG_DATA& plain, const PGMIO_SEC
     data.encryption = s.encryption ? PGMSEC_ENCRYPTION_AES_GCM : 0;
     const bool framed = data.compression || data.encryption;
     uint64_t stored_total = 0;
-    for (const PGMIO_CONFIG_SECTION& section : plain.sections)
+    for (auto& section : sections)
     {
         PGMIO_CONFIG_SECTION out{section.tag, {}};
         const PGMSEC_SECRET* key = !s.encryption                                       ? nullptr
                                    : section.tag == PGMIO_SECTION_HPS && !key2.empty() ? &key2
                                                                                        : &key1;
         if (!framed)
-            out.data = section.data;
+            out.data = std::move(section.data); // a copy when the sections are const
         else if (!store_section(section, s, key, out.data, error))
             return false;
         stored_total += out.data.size();
@@ -218,4 +219,18 @@ bool pgmsec_encode_configuration(const PGMIO_CONFIG_DATA& plain, const PGMIO_SEC
         !pgmsec_public_key_der(key.get(), block.public_key, error))
         return false;
     return pgmsec_store_sign_block(image, block, error);
+}
+
+} // namespace
+
+bool pgmsec_encode_configuration(const PGMIO_CONFIG_DATA& plain, const PGMIO_SECURITY_SETTINGS& settings,
+                                 const PGM_DEVICE& device, PGMIO_BYTES& image, std::string& error)
+{
+    return encode(plain, plain.sections, settings, device, image, error);
+}
+
+bool pgmsec_encode_configuration(PGMIO_CONFIG_DATA&& plain, const PGMIO_SECURITY_SETTINGS& settings,
+                                 const PGM_DEVICE& device, PGMIO_BYTES& image, std::string& error)
+{
+    return encode(plain, plain.sections, settings, device, image, error);
 }
