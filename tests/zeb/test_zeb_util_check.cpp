@@ -40,10 +40,6 @@ protected:
         for (PGM_COMMON_XML_ENUM type : types)
             add_output_for_bitstream(d, type, "b1", more);
     }
-    static void feed(DOC d, const std::string& input, PGM_COMMON_XML_ENUM type, const PARAMS& more = {})
-    {
-        feed(d, input, std::vector{type}, more);
-    }
 
     // A helper image output of `subtype` for `device` (either left out when NO_MODE or ""), beside the
     // bitstream of the device with helper images.
@@ -87,26 +83,28 @@ TEST_F(ZebCheck, EachRuleNamesTheFirstProblem)
                                   "Configuration File (.jic)'";
     // clang-format off
     std::vector<CHECK_ROW> rows = {
+        // The flags are cleared at entry even when the check stops before the output files.
         {"no output file", PS, [&](DOC d) { add_bitstream(d, "b1", ps_sof); },
-         "Missing output file setting. Please select the output file type in Output Files tab.", true},
+         "Missing output file setting. Please select the output file type in Output Files tab.", true, 0},
         {"missing input comes before the mode rule", PS, [&](DOC d) { add_output_file(d, JIC); },
          "Missing input file setting. Please add the input file(s) into Input Files tab.", true},
         {"a raw file alone counts as input", PS,
          [&](DOC d) { add_raw_file(d, "r1", hex, PGM_COMMON_XML_ENUM_HEX); add_output_file(d, RBF); },
          k_missing_input_in_output},
-        {"the mode must support the type", ASX4, [&](DOC d) { feed(d, as_sof, RBF); },
+        {"the mode must support the type", ASX4, [&](DOC d) { feed(d, as_sof, {RBF}); },
          "Configuration mode 'Active Serial x4' does not support output file type 'Raw Binary File (.rbf)'"},
         {"the first unsupported output in document order", PS,
          [&](DOC d) { feed(d, ps_sof, {RBF, PGM_COMMON_XML_ENUM_CVP_CORE_RBF, PGM_COMMON_XML_ENUM_HPS_CORE_RBF}); },
          "Configuration mode '1-bit Passive Serial' does not support output file type 'Raw Binary File for CvP Core "
          "Configuration (.rbf)'"},
-        {"no settings: scheme 20", NO_MODE, [&](DOC d) { feed(d, as_sof, JIC); }, scheme_20},
+        {"no settings: scheme 20", NO_MODE, [&](DOC d) { feed(d, as_sof, {JIC}); }, scheme_20},
         {"settings without a mode: scheme 20", NO_MODE,
-         [&](DOC d) { set(d, ZEB_CMD_OPT_SETTINGS, custom_db); feed(d, as_sof, JIC); }, scheme_20},
-        {"scheme 20 writes raw binary files", NO_MODE, [&](DOC d) { feed(d, as_sof, RBF); }, "", false, 0},
-        {"an unknown helper device on any type", PS, [&](DOC d) { feed(d, ps_sof, RBF, device("NO_SUCH_FPGA")); },
+         [&](DOC d) { set(d, ZEB_CMD_OPT_SETTINGS, custom_db); feed(d, as_sof, {JIC}); }, scheme_20},
+        {"scheme 20 writes raw binary files", NO_MODE, [&](DOC d) { feed(d, as_sof, {RBF}); }, "", false, 0},
+        {"scheme 20 writes the mode-independent types", NO_MODE,
+         [&](DOC d) { feed(d, as_sof, {EKP, PGM_COMMON_XML_ENUM_JAM, PGM_COMMON_XML_ENUM_SOF}); }, ""},
+        {"an unknown helper device on any type", PS, [&](DOC d) { feed(d, ps_sof, {RBF}, device("NO_SUCH_FPGA")); },
          "Helper device 'NO_SUCH_FPGA' is not supported."},
-        {"a known helper device", PS, [&](DOC d) { feed(d, ps_sof, RBF, device("5ZV066H2")); }, ""},
         {"helper image without subtype", ASX4, [&](DOC d) { helper(d, NO_MODE, "7TR440PA3R1"); }, k_no_subtype},
         {"helper image of another subtype", ASX4, [&](DOC d) { helper(d, PGM_COMMON_XML_ENUM_HEX, "7TR440PA3R1"); },
          k_no_subtype},
@@ -115,10 +113,10 @@ TEST_F(ZebCheck, EachRuleNamesTheFirstProblem)
          "Helper device 'NO_SUCH_FPGA' is not supported."},
         {"helper image on a device without", ASX4, [&](DOC d) { helper(d, QSPI, "5ZV066H2"); },
          "Helper image is not supported on device '5ZV066H2'."},
-        {"partial-masked input alone", PS, [&](DOC d) { feed(d, pmsf, PGM_COMMON_XML_ENUM_PRRBF); }, ""},
+        {"helper image to SD/MMC", ASX4, [&](DOC d) { helper(d, PGM_COMMON_XML_ENUM_SDMMC, "7TR440PA3R1"); }, ""},
         {"outputs without a common input type", PS, [&](DOC d)
          {
-             feed(d, ps_sof, RBF);
+             feed(d, ps_sof, {RBF});
              add_bitstream(d, "pr", pmsf);
              add_output_for_bitstream(d, PGM_COMMON_XML_ENUM_PRRBF, "pr");
          },
@@ -129,15 +127,14 @@ TEST_F(ZebCheck, EachRuleNamesTheFirstProblem)
          [&](DOC d) { jic(d); add_output_for_bitstream(d, RPD, "b2"); },
          "Input file type 'rbf' is not supported by the specified output file type."},
         {"a secondary file first stays out of the merge", PS, [&](DOC d) { feed(d, ps_sof, {MAP, RBF}); }, ""},
-        {"a secondary file last stays out of the merge", PS, [&](DOC d) { feed(d, ps_sof, {RBF, MAP}); }, ""},
-        {"with secondary files only no input suits", PS, [&](DOC d) { feed(d, ps_sof, MAP); },
+        {"with secondary files only no input suits", PS, [&](DOC d) { feed(d, ps_sof, {MAP}); },
          "Input file type 'sof' is not supported by the specified output file type."},
         {"a helper image stays out of the merge", ASX4,
          [&](DOC d) { helper(d, PGM_COMMON_XML_ENUM_FUSE, "9RX027R1B"); add_output_for_bitstream(d, EKP, "b1"); }, ""},
         {"the directory before the name", PS, [&](DOC d)
-         { feed(d, ps_sof, RBF, {{ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, ""}, {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, ""}}); },
+         { feed(d, ps_sof, {RBF}, {{ZEB_CMD_PARAM_OUTPUT_FILE_DIRECTORY, ""}, {ZEB_CMD_PARAM_OUTPUT_FILE_NAME, ""}}); },
          "Missing output file directory"},
-        {"no name", PS, [&](DOC d) { feed(d, ps_sof, RBF, {{ZEB_CMD_PARAM_OUTPUT_FILE_NAME, ""}}); },
+        {"no name", PS, [&](DOC d) { feed(d, ps_sof, {RBF}, {{ZEB_CMD_PARAM_OUTPUT_FILE_NAME, ""}}); },
          "Missing output file name"},
         {"both references", PS, [&](DOC d)
          {
@@ -149,59 +146,45 @@ TEST_F(ZebCheck, EachRuleNamesTheFirstProblem)
          [&](DOC d) { add_bitstream(d, "b1", ps_sof); add_output_for_flash_device(d, RBF, "flash"); },
          "Conflict input setting in output element, flash_device_id is set, however the output file is not flash "
          "programming file."},
-        {"a bitstream for a flash file", PS, [&](DOC d) { feed(d, ps_sof, POF); },
+        {"a bitstream for a flash file", PS, [&](DOC d) { feed(d, ps_sof, {POF}); },
          "Conflict input setting in output element, bitstream_id is set, however the output file is flash "
          "programming file.", false, 2},
         // A JIC needs a flash loader and programs a flash device; the loop over the output files sets
         // both flags before the missing flash loader ends the check.
-        {"the flash loader before any target", ASX4, [&](DOC d) { feed(d, as_sof, JIC); },
+        {"the flash loader before any target", ASX4, [&](DOC d) { feed(d, as_sof, {JIC}); },
          "Missing configuration device setting. Please add the device into Configuration Device tab.", false, 3},
-        {"no flash loader asked for", ASX4, [&](DOC d) { feed(d, as_sof, RPD); }, ""},
         {"targets in document order", PS, [&](DOC d)
          {
-             feed(d, ps_sof, RBF);
+             feed(d, ps_sof, {RBF});
              add_output_for_bitstream(d, PGM_COMMON_XML_ENUM_TTF, "b9");
              add_output_file(d, PGM_COMMON_XML_ENUM_HEX);
          },
          "Missing settings for bitstream ID b9.", true},
     };
     // clang-format on
-    // Types independent of the mode pass in any mode.
-    for (PGM_COMMON_XML_ENUM mode : {NO_MODE, PS, ASX4, PGM_COMMON_XML_ENUM_INTERNAL})
-        for (PGM_COMMON_XML_ENUM type : {PGM_COMMON_XML_ENUM_EKP, PGM_COMMON_XML_ENUM_JAM, PGM_COMMON_XML_ENUM_SOF})
-            rows.push_back({"mode-independent type", mode, [&, type](DOC d) { feed(d, as_sof, type); }, ""});
-    // Every helper-image subtype on the devices that have helper images.
-    for (PGM_COMMON_XML_ENUM subtype : {QSPI, PGM_COMMON_XML_ENUM_FUSE, PGM_COMMON_XML_ENUM_SDMMC})
-        for (const char* name : {"7TR440PA3R1", "9RX027R1B"})
-            rows.push_back({"helper image", ASX4, [&, subtype, name](DOC d) { helper(d, subtype, name); }, ""});
     // A player file of a key input programs it through a helper image on the named device.
-    for (const char* key_file : {"user.hky", "user.hek", "user.fuse"})
+    const std::pair<const char*, PGM_COMMON_XML_ENUM> players[] = {{"user.hky", PGM_COMMON_XML_ENUM_JAM},
+                                                                   {"user.hek", PGM_COMMON_XML_ENUM_JBC},
+                                                                   {"user.fuse", PGM_COMMON_XML_ENUM_SVF}};
+    for (const auto& [key_file, type] : players)
     {
         const std::string key = make_file(dir, key_file, "key material");
-        for (PGM_COMMON_XML_ENUM type : {PGM_COMMON_XML_ENUM_JAM, PGM_COMMON_XML_ENUM_JBC, PGM_COMMON_XML_ENUM_SVF})
-        {
-            rows.push_back({key_file, ASX4, [key, type](DOC d) { feed(d, key, type); }, k_no_helper_device});
-            rows.push_back(
-                {key_file, ASX4, [&device, key, type](DOC d) { feed(d, key, type, device("7TR440PA3R1")); }, ""});
-        }
+        rows.push_back({key_file, ASX4, [key, type](DOC d) { feed(d, key, {type}); }, k_no_helper_device});
+        rows.push_back(
+            {key_file, ASX4, [&device, key, type](DOC d) { feed(d, key, {type}, device("7TR440PA3R1")); }, ""});
     }
     expect_check_rows(rows);
 }
 
 TEST_F(ZebCheck, ReportPostsTheFirstFailure)
 {
-    // The flags are cleared at entry even when the check stops before the output files.
-    DOCUMENT empty(new PGM_COMMON_XML_ZEB_ZEB);
-    const CHECK_RESULT cleared = run_check(empty.get());
-    EXPECT_FALSE(cleared.flash_loader_required || cleared.flash_programming);
-
     // Nothing is posted without report, for a valid document, or for a failure without a message.
     MSG_CAPTURE_SINK sink;
     DOCUMENT no_output = make_document(PS);
     add_bitstream(no_output.get(), "b1", ps_sof);
     EXPECT_FALSE(run_check(no_output.get(), false).valid);
     DOCUMENT valid = make_document(PS);
-    feed(valid.get(), ps_sof, RBF);
+    feed(valid.get(), ps_sof, {RBF});
     EXPECT_TRUE(run_check(valid.get(), true).valid);
     // A raw file reference that names no raw file fails without a message.
     DOCUMENT silent = make_document(PS);
@@ -263,7 +246,7 @@ TEST_F(ZebCheck, BrokenPreconditionsAreInternalErrors)
 
     // A player file is written from one input.
     DOCUMENT player = make_document(PS);
-    feed(player.get(), ps_sof, PGM_COMMON_XML_ENUM_JBC);
+    feed(player.get(), ps_sof, {PGM_COMMON_XML_ENUM_JBC});
     add_bitstream(player.get(), "b2", make_sof(dir, "second.sof", "5ZV066H2", 0, 2));
     EXPECT_EQ(internal_error_of([&] { run_check(player.get()); }), "paths.size() == 1");
 }

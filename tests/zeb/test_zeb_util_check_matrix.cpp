@@ -25,17 +25,6 @@ bool is_periphery_type(ZEB_FILE_TYPE type)
            type == ZEB_FILE_TYPE_RPD_PERIPHERY;
 }
 
-// The design flags of an input for `type`: split configurations come from designs that use the
-// split, partial reconfiguration from designs with regions.
-uint32_t design_flags_for(ZEB_FILE_TYPE type)
-{
-    if (is_periphery_type(type))
-        return PGMIO_DESIGN_CVP;
-    if (type == ZEB_FILE_TYPE_RBF_HPS_CORE)
-        return PGMIO_DESIGN_HPS;
-    return 0;
-}
-
 // Whether the FPGA can be the target of an output of `type` in `mode`; with `any_scheme` the FPGA
 // need not be configured in that mode.
 bool device_suits(const DEV_DEVICE_RECORD& fpga, PGMIO_CONFIG_SCHEME mode, ZEB_FILE_TYPE type, bool any_scheme)
@@ -90,77 +79,49 @@ std::optional<std::string> flash_device_for(const DEV_DEVICE_RECORD& fpga, PGMIO
     return std::nullopt;
 }
 
-// Builds documents for one mode and device, each output file type by its kind of target.
-class DOCUMENT_RECIPE
+// Adds to `document` what an output of `type` needs for `fpga` in `mode`, false when the catalogue
+// lacks a configuration device for it. The bitstream "b1" (an SRAM object file, with the split or
+// HPS that the type writes, or a partial-masked one for an output that takes only those) is the
+// document's one input, as the player files need. A helper image names its device, a flash
+// programming file programs a configuration device whose partition holds "b1".
+bool add_output(PGM_COMMON_XML_ZEB_ZEB* document, const SCRATCH_DIR& dir, PGMIO_CONFIG_SCHEME mode,
+                const DEV_DEVICE_RECORD& fpga, ZEB_FILE_TYPE type)
 {
-public:
-    DOCUMENT_RECIPE(const SCRATCH_DIR& dir, PGMIO_CONFIG_SCHEME mode, const DEV_DEVICE_RECORD& fpga)
-        : m_dir(dir), m_mode(mode), m_fpga(fpga)
+    const PGM_COMMON_XML_ENUM xml_type = ZEB_DB::get_xml_enum(type);
+    const bool helper = ZEB_DB::get_no_input_file(type);
+    const bool flash = !helper && !ZEB_DB::get_config_device_family(type).empty();
+    const std::optional<std::string> flash_device = flash ? flash_device_for(fpga, mode, type) : std::nullopt;
+    if (flash && !flash_device)
+        return false;
+    if (!ZEB_FILE_ASSISTANT::get_bitstream_element(document, "b1"))
     {
-    }
-
-    // Adds what an output of `type` needs: a helper image names its device, an output written from a
-    // bitstream reads "b1", and a flash programming file programs a configuration device whose
-    // partition holds "b1"; false (with the reason) when the catalogue lacks such a device.
-    bool add(PGM_COMMON_XML_ZEB_ZEB* document, ZEB_FILE_TYPE type, std::string& reason)
-    {
-        const PGM_COMMON_XML_ENUM xml_type = ZEB_DB::get_xml_enum(type);
-        const bool helper = ZEB_DB::get_no_input_file(type);
-        const bool flash = !helper && !ZEB_DB::get_config_device_family(type).empty();
-        const std::optional<std::string> flash_device =
-            flash ? flash_device_for(m_fpga, m_mode, type) : std::optional<std::string>();
-        if (flash && !flash_device)
-        {
-            reason = "no configuration device of the catalogue for " + m_fpga.name;
-            return false;
-        }
-        add_input(document, type);
-        if (helper)
-            add_output_file(document, xml_type,
-                            {{ZEB_CMD_PARAM_OUTPUT_FILE_SUBTYPE, value_of(PGM_COMMON_XML_ENUM_QSPI)},
-                             {ZEB_CMD_PARAM_OUTPUT_FILE_DEVICE, m_fpga.name}});
-        else if (!flash)
-            add_output_for_bitstream(document, xml_type, "b1");
-        else
-        {
-            add_flash_device(document, "flash", *flash_device);
-            const std::string partition = *flash_device == m_fpga.name ? "CFM0" : "P1";
-            add_partition(document, "flash", partition, "0x00100000", "auto");
-            assign_bitstream(document, partition, "b1");
-            if (ZEB_DB::get_require_flash_loader(type))
-                set_flash_loader(document, m_fpga.name);
-            add_output_for_flash_device(document, xml_type, "flash");
-        }
-        return true;
-    }
-
-private:
-    // The bitstream "b1": an SRAM object file, or a partial-masked one for an output that takes
-    // only those. A document has one input, which the player files need.
-    void add_input(PGM_COMMON_XML_ZEB_ZEB* document, ZEB_FILE_TYPE type)
-    {
-        if (ZEB_FILE_ASSISTANT::get_bitstream_element(document, "b1"))
-            return;
         const std::vector<FIO_FILE_TYPE> accepted = ZEB_DB::get_input_file_type(type);
-        const std::string stem = m_fpga.name + "_" + std::to_string(type) + "_" + std::to_string(m_mode);
-        const std::string input = !accepted.empty() && !contains(accepted, FIO_FILE_TYPE_SOF)
-                                      ? make_pmsf(m_dir, stem + ".pmsf", m_fpga.name)
-                                      : make_sof(m_dir, stem + ".sof", m_fpga.name, design_flags_for(type));
-        add_bitstream(document, "b1", input);
+        const std::string stem = fpga.name + "_" + std::to_string(type) + "_" + std::to_string(mode);
+        const uint32_t flags = is_periphery_type(type)              ? PGMIO_DESIGN_CVP
+                               : type == ZEB_FILE_TYPE_RBF_HPS_CORE ? PGMIO_DESIGN_HPS
+                                                                    : 0;
+        add_bitstream(document, "b1",
+                      !accepted.empty() && !contains(accepted, FIO_FILE_TYPE_SOF)
+                          ? make_pmsf(dir, stem + ".pmsf", fpga.name)
+                          : make_sof(dir, stem + ".sof", fpga.name, flags));
     }
-
-    const SCRATCH_DIR& m_dir;
-    PGMIO_CONFIG_SCHEME m_mode;
-    const DEV_DEVICE_RECORD& m_fpga;
-};
-
-// The primary type of `mode` that writes the secondary `type` beside it.
-std::optional<ZEB_FILE_TYPE> primary_of(PGMIO_CONFIG_SCHEME mode, ZEB_FILE_TYPE type)
-{
-    for (ZEB_FILE_TYPE primary : ZEB_DB::get_output_file_type(mode))
-        if (!ZEB_DB::get_secondary(primary) && ZEB_DB::supports_secondary_file_type(primary, type))
-            return primary;
-    return std::nullopt;
+    if (helper)
+        add_output_file(document, xml_type,
+                        {{ZEB_CMD_PARAM_OUTPUT_FILE_SUBTYPE, value_of(PGM_COMMON_XML_ENUM_QSPI)},
+                         {ZEB_CMD_PARAM_OUTPUT_FILE_DEVICE, fpga.name}});
+    else if (!flash)
+        add_output_for_bitstream(document, xml_type, "b1");
+    else
+    {
+        add_flash_device(document, "flash", *flash_device);
+        const std::string partition = *flash_device == fpga.name ? "CFM0" : "P1";
+        add_partition(document, "flash", partition, "0x00100000", "auto");
+        assign_bitstream(document, partition, "b1");
+        if (ZEB_DB::get_require_flash_loader(type))
+            set_flash_loader(document, fpga.name);
+        add_output_for_flash_device(document, xml_type, "flash");
+    }
+    return true;
 }
 
 // The first catalogue FPGA that suits every type given in `mode`. When every type is independent
@@ -170,7 +131,6 @@ const DEV_DEVICE_RECORD* device_for(PGMIO_CONFIG_SCHEME mode, const std::vector<
 {
     const bool independent = std::all_of(types.begin(), types.end(), ZEB_DB::get_independent_of_mode);
     for (bool any_scheme : {false, independent})
-    {
         for (const PGM_DEVICE* device : PGM_DEVICE_INDEX::get_all_devices())
         {
             const DEV_DEVICE_RECORD* fpga = device->get_fpga_record();
@@ -178,7 +138,6 @@ const DEV_DEVICE_RECORD* device_for(PGMIO_CONFIG_SCHEME mode, const std::vector<
             if (fpga && std::all_of(types.begin(), types.end(), suits))
                 return fpga;
         }
-    }
     return nullptr;
 }
 
@@ -206,21 +165,20 @@ TEST(ZebCheckMatrix, EveryNameableTypeOfEveryEnabledModeHasAValidDocument)
                          ZEB_DB::get_description(type) + " (" + std::to_string(type) + ")");
             ASSERT_EQ(ZEB_DB_UTIL::get_zeb_file_type_enum(ZEB_DB::get_xml_enum(type)), type);
 
+            // A secondary type is written beside the first primary type of the mode that writes it.
             std::vector<ZEB_FILE_TYPE> types = {type};
-            if (ZEB_DB::get_secondary(type))
-            {
-                const std::optional<ZEB_FILE_TYPE> primary = primary_of(mode, type);
-                ASSERT_TRUE(primary) << "a secondary type without primary in its mode";
-                types.insert(types.begin(), *primary);
-            }
+            for (ZEB_FILE_TYPE primary : ZEB_DB::get_output_file_type(mode))
+                if (types.size() == 1 && ZEB_DB::get_secondary(type) && !ZEB_DB::get_secondary(primary) &&
+                    ZEB_DB::supports_secondary_file_type(primary, type))
+                    types.insert(types.begin(), primary);
+            ASSERT_EQ(types.size(), ZEB_DB::get_secondary(type) ? 2u : 1u) << "a secondary type without primary";
             // Every combination can be built with the shipped catalogue.
-            std::string reason = "no catalogue device supports the mode and the type";
             DOCUMENT document = make_document(xml_mode);
             const DEV_DEVICE_RECORD* fpga = device_for(mode, types);
-            bool built = fpga != nullptr;
-            for (size_t i = 0; built && i < types.size(); ++i)
-                built = DOCUMENT_RECIPE(dir, mode, *fpga).add(document.get(), types[i], reason);
-            ASSERT_TRUE(built) << reason;
+            ASSERT_TRUE(fpga) << "no catalogue device supports the mode and the type";
+            for (ZEB_FILE_TYPE part : types)
+                ASSERT_TRUE(add_output(document.get(), dir, mode, *fpga, part))
+                    << "no configuration device for " << fpga->name;
 
             bool flag1 = false, flag2 = false, error = false;
             std::string message;

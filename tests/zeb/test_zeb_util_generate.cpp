@@ -143,45 +143,49 @@ TEST(GenerateFailures, AFailedOutputFileLeavesNothingBehind)
     EXPECT_FALSE(fs::exists(ws.cwd.path() / "missing_dir"));
 }
 
-// Two bitstream references make two passes; the output file counts as generated when the last one
-// succeeds, even though the first input does not exist.
+// Two bitstream references make two passes, and the last decides: after an input that does not
+// exist, one that does makes the output file; the other way round its one message names the output
+// file and the missing input, and nothing is written.
 TEST(GenerateFailures, TheLastOfTwoPassesDecides)
 {
     WORKSPACE ws;
-    DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
-    add_bitstream(document.get(), "Gone", ws.dir.file("gone.sof"));
-    add_bitstream(document.get(), "Here", make_sof(ws.dir, "design.sof", "7TR440PA3R1"));
-    add_output_for_bitstream(document.get(), PGM_COMMON_XML_ENUM_RBF, "Gone",
-                             {{ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Here"}});
-    MSG_CAPTURE_SINK sink;
-    EXPECT_TRUE(ZEB_UTIL::generate(document.get())) << texts_of(sink.messages());
-    EXPECT_TRUE(fs::exists(ws.output("rbf")));
+    const std::string gone = ws.dir.file("gone.sof"), here = make_sof(ws.dir, "design.sof", "7TR440PA3R1");
+    for (const bool last_exists : {true, false})
+    {
+        DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_AVSTX8);
+        add_bitstream(document.get(), "First", last_exists ? gone : here);
+        add_bitstream(document.get(), "Last", last_exists ? here : gone);
+        for (const char* reference : {"First", "Last"}) // a second call adds the second reference
+            add_output_for_bitstream(document.get(), PGM_COMMON_XML_ENUM_TTF, reference);
+        MSG_CAPTURE_SINK sink;
+        EXPECT_EQ(ZEB_UTIL::generate(document.get()), last_exists) << texts_of(sink.messages());
+        EXPECT_EQ(fs::exists(ws.output("ttf")), last_exists);
+        fs::remove(ws.output("ttf"));
+        if (last_exists)
+            continue;
+        EXPECT_EQ(texts_of(sink.messages()), std::to_string(EZEB_GENERIC_ERROR) + ": Can't generate programming file " +
+                                                 ws.output("ttf") + " - configuration image '" + gone +
+                                                 "' does not exist.\n");
+    }
 }
 
 // Documents that pass their check but cannot be written: the one message names the output file and
-// the reason, and nothing is written. An SRAM object file output has no bootloader to embed; the
-// last of two passes reads an input that does not exist; a flash device with a master boot record
-// gets no partition entries, so the design's partition is not converted.
+// the reason, and nothing is written. An SRAM object file output has no bootloader to embed; a flash
+// device with a master boot record gets no partition entries, so the design's partition is not
+// converted.
 TEST(GenerateFailures, RefusedOutputsSayWhyAndWriteNothing)
 {
     WORKSPACE ws;
     const std::string sof = make_sof(ws.dir, "design.sof", "7TR440PA3R1");
-    struct CASE
-    {
-        PGM_COMMON_XML_ENUM mode;
-        PGM_COMMON_XML_ENUM type;
-        std::vector<std::string> said;
+    const std::pair<PGM_COMMON_XML_ENUM, std::vector<std::string>> cases[] = {
+        {PGM_COMMON_XML_ENUM_SOF, {ws.output("sof"), "No supported option is specified"}},
+        {PGM_COMMON_XML_ENUM_JIC, {"no page with a configuration image"}},
     };
-    const CASE cases[] = {
-        {PGM_COMMON_XML_ENUM_ASX4, PGM_COMMON_XML_ENUM_SOF, {ws.output("sof"), "No supported option is specified"}},
-        {PGM_COMMON_XML_ENUM_AVSTX8, PGM_COMMON_XML_ENUM_TTF, {ws.output("ttf"), "gone.sof"}},
-        {PGM_COMMON_XML_ENUM_ASX4, PGM_COMMON_XML_ENUM_JIC, {"no page with a configuration image"}},
-    };
-    for (const CASE& c : cases)
+    for (const auto& [type, said] : cases)
     {
-        DOCUMENT document = make_document(c.mode);
+        DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
         add_bitstream(document.get(), "Bitstream_1", sof);
-        if (c.type == PGM_COMMON_XML_ENUM_JIC)
+        if (type == PGM_COMMON_XML_ENUM_JIC)
         {
             add_flash_device(document.get(), "Flash_1", "VQ256A");
             add_partition(document.get(), "Flash_1", "P1", "0x00040000", "auto");
@@ -189,23 +193,17 @@ TEST(GenerateFailures, RefusedOutputsSayWhyAndWriteNothing)
             set(document.get(), ZEB_CMD_OPT_FLASH_DEVICE,
                 {{ZEB_CMD_PARAM_FLASH_DEVICE_ID, "Flash_1"}, {ZEB_CMD_PARAM_FLASH_DEVICE_MBR_ID, "MBR_1"}});
             set_flash_loader(document.get(), "7TR440PA3R1");
-            add_output_for_flash_device(document.get(), c.type, "Flash_1");
+            add_output_for_flash_device(document.get(), type, "Flash_1");
         }
-        else if (c.type == PGM_COMMON_XML_ENUM_SOF)
-            add_output_for_bitstream(document.get(), c.type, "Bitstream_1");
         else
-        {
-            add_bitstream(document.get(), "Gone", ws.dir.file("gone.sof"));
-            add_output_for_bitstream(document.get(), c.type, "Bitstream_1",
-                                     {{ZEB_CMD_PARAM_OUTPUT_FILE_BITSTREAM_ID, "Gone"}});
-        }
+            add_output_for_bitstream(document.get(), type, "Bitstream_1");
         MSG_CAPTURE_SINK sink;
         EXPECT_FALSE(ZEB_UTIL::generate(document.get()));
         ASSERT_EQ(sink.messages().size(), 1u) << texts_of(sink.messages());
         EXPECT_EQ(sink.messages()[0].number, EZEB_GENERIC_ERROR);
-        for (const std::string& part : c.said)
+        for (const std::string& part : said)
             EXPECT_NE(sink.messages()[0].text.find(part), std::string::npos) << sink.messages()[0].text;
-        EXPECT_TRUE(fs::is_empty(ws.cwd.path() / "output_dir")) << c.type;
+        EXPECT_TRUE(fs::is_empty(ws.cwd.path() / "output_dir")) << type;
     }
 }
 
