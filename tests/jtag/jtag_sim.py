@@ -62,33 +62,29 @@ def container_ok(data):
 
 
 class Register:
-    """A shift register; `fixed` bits, or an endless one whose output comes from `stream`."""
+    """A shift register holding `bits`; an endless one gives them, then zeros, and keeps what comes in."""
 
-    def __init__(self, fixed=None, stream=None):
-        self.fixed = list(fixed) if fixed is not None else None
-        self.stream = stream
-        self.shifted = []
+    def __init__(self, bits, endless=False):
+        self.bits, self.endless, self.at, self.shifted = list(bits), endless, 0, []
 
     def lsb(self):
-        if self.fixed is not None:
-            return self.fixed[0]
-        at, source = self.stream
-        return source[at] if at < len(source) else 0
+        return self.bits[self.at] if self.at < len(self.bits) else 0
 
     def shift_many(self, bits):
         """Shifts a run of bits; returns the bits that come out."""
-        n = len(bits)
-        if self.fixed is not None:
-            combined = self.fixed + bits
-            self.fixed = combined[n:]
-            out = combined[:n]
-        else:
-            at, source = self.stream
-            out = source[at:at + n]
-            out += [0] * (n - len(out))
-            self.stream[0] += n
+        if not self.endless:
+            self.bits += bits
+        out = self.bits[self.at:self.at + len(bits)]
+        self.at += len(bits)
         self.shifted += bits
-        return out
+        return out + [0] * (len(bits) - len(out))
+
+    def value(self):
+        return self.bits[self.at:]
+
+
+def word(value):
+    return Register(bits_of(value.to_bytes(4, "little")))
 
 
 def hex_id(value):
@@ -111,7 +107,7 @@ class Device:
         self.mailbox = []
         self.flash = flash
         if flash:
-            self.flash_data = bytearray(int(flash["size"], 16) if isinstance(flash["size"], str) else flash["size"])
+            self.flash_data = bytearray(hex_id(flash["size"]))
             self.flash_ops = {hex_id(code): name for name, code in flash["commands"].items()}
             self.wel = False
             self.loader_out = b""
@@ -128,7 +124,7 @@ class Device:
         self.reg = Register([1, 0] + [0] * (self.irlen - 2))
 
     def update_ir(self):
-        self.ir = sum(bit << i for i, bit in enumerate(self.reg.fixed))
+        self.ir = sum(bit << i for i, bit in enumerate(self.reg.value()))
         name = self.instruction()
         if name == "PROGRAM":
             self.config = bytearray()
@@ -142,19 +138,18 @@ class Device:
     def capture_dr(self):
         name = self.instruction()
         if name == "IDCODE":
-            self.reg = Register(list(bits_of(self.idcode.to_bytes(4, "little"))))
+            self.reg = word(self.idcode)
         elif name == "CHECK_STATUS":
-            status = (1 if container_ok(self.config) else 0) | (2 if self.user_mode else 0)
-            self.reg = Register(list(bits_of(status.to_bytes(4, "little"))))
+            self.reg = word(container_ok(self.config) | 2 * self.user_mode)
         elif name == "KEY_VERIFY":
-            self.reg = Register(list(bits_of(self.keys[-1] if self.keys else bytes(KEY_RECORD))))
+            self.reg = Register(bits_of(self.keys[-1] if self.keys else bytes(KEY_RECORD)))
         elif name == "KEY_PROGRAM":
             self.reg = Register([0] * (8 * KEY_RECORD))
         elif name == "LOADER_ACCESS" and self.flash and self.user_mode:
-            self.reg = Register(stream=[0, list(bits_of(self.loader_out))])
+            self.reg = Register(bits_of(self.loader_out), endless=True)
             self.loader_out = b""
         elif name in ("PROGRAM", "LOADER_ACCESS", "SDM_MAILBOX"):
-            self.reg = Register(stream=[0, []])
+            self.reg = Register([], endless=True)
         else:
             self.reg = Register([0])
 
@@ -174,21 +169,17 @@ class Device:
             self.config += bytes_of(self.pending_bits[:whole])
             self.pending_bits = self.pending_bits[whole:]
         elif name == "KEY_PROGRAM":
-            self.keys.append(bytes_of(list(self.reg.fixed)))
-        elif name == "SDM_MAILBOX" and self.user_mode:
+            self.keys.append(bytes_of(self.reg.value()))
+        elif name in ("SDM_MAILBOX", "LOADER_ACCESS") and self.user_mode:
             message = after_mark(bits, bytes([LOADER_MARK]))
-            if message is not None:
-                data = bytes_of(message[: len(message) // 8 * 8])
+            data = bytes_of(message[: len(message) // 8 * 8]) if message is not None else None
+            if data is not None and name == "SDM_MAILBOX":
                 self.mailbox.append(data[4:4 + int.from_bytes(data[:4], "little")].hex())
-        elif name == "LOADER_ACCESS" and self.flash and self.user_mode:
-            command = after_mark(bits, bytes([LOADER_MARK]))
-            if command is not None:
-                self.flash_command(bytes_of(command[: len(command) // 8 * 8]))
+            elif data and self.flash:
+                self.flash_command(data)
         return name, hashlib.sha1(bytes_of(bits) + len(bits).to_bytes(8, "little")).hexdigest()
 
     def flash_command(self, data):
-        if not data:
-            return
         op = self.flash_ops.get(data[0])
         n = self.flash["address_bytes"]
         address = int.from_bytes(data[1:1 + n], "big")
@@ -210,8 +201,7 @@ class Device:
             page = self.flash["page_size"]
             base = address // page * page
             for i, byte in enumerate(payload):
-                at = base + (address + i) % page
-                self.flash_data[at] &= byte
+                self.flash_data[base + (address + i) % page] &= byte
             self.wel = False
 
 
@@ -239,12 +229,9 @@ class Chain:
             for device in self.devices:
                 device.reset()
             self.log = []
-        elif self.state == CAP_IR:
+        elif self.state in (CAP_IR, CAP_DR):
             for device in self.devices:
-                device.capture_ir()
-        elif self.state == CAP_DR:
-            for device in self.devices:
-                device.capture_dr()
+                (device.capture_ir if self.state == CAP_IR else device.capture_dr)()
         elif self.state == UP_IR:
             self.log.append(["IR"] + [device.update_ir() for device in self.devices])
         elif self.state == UP_DR:

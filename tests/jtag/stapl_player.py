@@ -157,8 +157,7 @@ def parse_jbc(data):
         elif op == 4:
             steps += [("PAD", name, r.u(4)) for name in PAD_NAMES]
         elif op == 5:
-            n = r.u(1)
-            steps.append(("IR", n, r.u(4)))
+            steps.append(("IR", r.u(1), r.u(4)))
         elif op == 6:
             n, checked = r.u(8), r.u(1)
             tdi = r.block(n)
@@ -182,36 +181,22 @@ class Bitbang:
         self.sock = socket.create_connection(("127.0.0.1", port))
 
     def run(self, moves):
-        """moves: (tms, tdi, read) triples; returns the bits read."""
-        out = bytearray()
-        reads = 0
-        for tms, tdi, read in moves:
-            out.append(0x30 + (tms << 1 | tdi))
-            if read:
-                out.append(ord("R"))
-                reads += 1
-            out.append(0x34 + (tms << 1 | tdi))
-        self.sock.sendall(bytes(out))
-        got = bytearray()
+        """moves: (tms, tdi, read) triples; returns the bits read, first one lowest, as an int."""
+        out = b"".join(b"%c%s%c" % (0x30 + 2 * tms + tdi, b"R" if read else b"", 0x34 + 2 * tms + tdi)
+                       for tms, tdi, read in moves)
+        self.sock.sendall(out)
+        reads, got = out.count(b"R"), b""
         while len(got) < reads:
             more = self.sock.recv(reads - len(got))
             if not more:
                 raise PlayerError("simulator closed the connection")
             got += more
-        return [1 if c == ord("1") else 0 for c in got]
+        return int(got[::-1] or b"0", 2)
 
     def scan(self, ir, value, n, read=False):
-        path = [(1, 0, False), (1, 0, False), (0, 0, False), (0, 0, False)] if ir else \
-            [(1, 0, False), (0, 0, False), (0, 0, False)]
-        data = value.to_bytes((n + 7) // 8, "little")
-        tdi = [(data[i >> 3] >> (i & 7)) & 1 for i in range(n)]
-        shift = [(0, bit, read) for bit in tdi]
-        shift[-1] = (1, tdi[-1], read)
-        bits = self.run(path + shift + [(1, 0, False), (0, 0, False)])
-        packed = bytearray((len(bits) + 7) // 8)
-        for i, bit in enumerate(bits):
-            packed[i >> 3] |= bit << (i & 7)
-        return int.from_bytes(packed, "little")
+        tdi = [(value >> i) & 1 for i in range(n)]
+        shift = [(int(i == n - 1), bit, read) for i, bit in enumerate(tdi)]
+        return self.run([(1, 0, False)] * (2 if ir else 1) + [(0, 0, False)] * 2 + shift + [(1, 0, False), (0, 0, False)])
 
     def close(self):
         self.sock.sendall(b"Q")

@@ -44,14 +44,11 @@ def container(kind, sections):
     return image + u(zlib.crc32(image), 4)
 
 
-def sections(image):
-    count = int.from_bytes(image[12:16], "little")
-    out = {}
-    for i in range(count):
-        entry = image[32 + 24 * i:56 + 24 * i]
-        offset, length = int.from_bytes(entry[8:16], "little"), int.from_bytes(entry[16:24], "little")
-        out.setdefault(entry[:4].decode(), []).append(image[offset:offset + length])
-    return out
+def section(image, tag):
+    """The first section `tag` of a container."""
+    entries = (image[32 + 24 * i:56 + 24 * i] for i in range(int.from_bytes(image[12:16], "little")))
+    at, n = next((int.from_bytes(e[8:16], "little"), int.from_bytes(e[16:24], "little")) for e in entries if e[:4] == tag)
+    return image[at:at + n]
 
 
 def idcode(name):
@@ -59,8 +56,9 @@ def idcode(name):
 
 
 def run(*command, expect=0):
-    result = subprocess.run(command, capture_output=True, text=True, timeout=300)
-    if result.returncode != expect:
+    """Runs a command; unless `expect` is None, its exit status must be `expect`."""
+    result = subprocess.run(command, capture_output=True, text=True, timeout=600)
+    if expect is not None and result.returncode != expect:
         raise AssertionError(f"{command} exited {result.returncode}:\n{result.stdout}{result.stderr}")
     return result
 
@@ -72,7 +70,7 @@ def write(path, data):
 
 def make_sof(path, device, size, seed):
     run(CORVANE, "--make-sof", "--device", device, "--size", str(size), "--seed", str(seed), path)
-    return sections(open(path, "rb").read())["CDAT"][0]
+    return section(open(path, "rb").read(), b"CDAT")
 
 
 def make_ekp(path, device, keys):
@@ -119,8 +117,7 @@ def openocd(work, devices, svf):
                 irlen = DEVICES[name]["jtag"]["ir_length"]
                 f.write(f"jtag newtap d{i} tap -irlen {irlen} -ircapture 0x1 -irmask 0x3 "
                         f"-expected-id {idcode(name):#x}\n")
-        result = subprocess.run(["openocd", "-f", cfg, "-c", "init", "-c", f"svf {svf} quiet", "-c", "shutdown"],
-                                capture_output=True, text=True, timeout=600)
+        result = run("openocd", "-f", cfg, "-c", "init", "-c", f"svf {svf} quiet", "-c", "shutdown", expect=None)
         log = result.stdout + result.stderr
         failed = [line for line in log.splitlines() if line.startswith("Error:") and "adapter speed" not in line]
         ok = result.returncode == 0 and "svf file programmed successfully" in log and not failed
@@ -130,8 +127,7 @@ def openocd(work, devices, svf):
 
 def stapl(path):
     def play(port):
-        result = subprocess.run([sys.executable, f"{HERE}/stapl_player.py", path, str(port)], capture_output=True,
-                                text=True, timeout=600)
+        result = run(sys.executable, f"{HERE}/stapl_player.py", path, str(port), expect=None)
         return result.returncode == 0, result.stderr
     return play
 
