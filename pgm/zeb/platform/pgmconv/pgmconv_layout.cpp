@@ -109,6 +109,22 @@ private:
     size_t m_count = 0;
 };
 
+// `bytes` as they lie in the flash: bit-reversed into `scratch` when `reverse`.
+std::span<const uint8_t> as_placed(std::span<const uint8_t> bytes, bool reverse, PGMIO_BYTES& scratch)
+{
+    if (!reverse)
+        return bytes;
+    scratch.assign(bytes.begin(), bytes.end());
+    pgmio_reverse_bits(scratch);
+    return scratch;
+}
+
+// A page's bytes from its input file held in memory.
+std::span<const uint8_t> held_page(const PGMCONV_ITEM& item)
+{
+    return std::span<const uint8_t>(*item.held).subspan(item.source_offset, item.size);
+}
+
 // Streams the bytes of a raw binary file, or of a page that lies unchanged in its input, from the
 // file as they lie in the flash, and fails when they are not the bytes that were measured.
 bool stream_unchanged(const PGMIO_CCF::STATE& state, const PGMCONV_ITEM& item,
@@ -126,12 +142,7 @@ bool stream_unchanged(const PGMIO_CCF::STATE& state, const PGMCONV_ITEM& item,
         path, raw_binary ? 0 : item.source_offset, item.size,
         [&](std::span<const uint8_t> bytes)
         {
-            if (swap)
-            {
-                swapped.assign(bytes.begin(), bytes.end());
-                pgmio_reverse_bits(swapped);
-                bytes = swapped;
-            }
+            bytes = as_placed(bytes, swap, swapped);
             crc.add(bytes);
             used = used && use(offset, bytes);
             offset += bytes.size();
@@ -164,13 +175,7 @@ bool measure_raw(const PGMIO_CCF::STATE& state, PGMCONV_ITEM& item, std::string&
             {
                 if (state.mem_map)
                     sha.update(bytes);
-                if (!raw.record.byte_swap)
-                {
-                    swapped.assign(bytes.begin(), bytes.end());
-                    pgmio_reverse_bits(swapped);
-                    bytes = swapped;
-                }
-                crc.add(bytes);
+                crc.add(as_placed(bytes, !raw.record.byte_swap, swapped));
             },
             item.size, error);
         if (!read)
@@ -679,7 +684,7 @@ bool pgmconv_item_bytes(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& lay
     {
         if (item.held)
         {
-            const std::span<const uint8_t> held = std::span<const uint8_t>(*item.held).subspan(item.source_offset);
+            const std::span<const uint8_t> held = held_page(item);
             bytes.assign(held.begin(), held.end());
             return true;
         }
@@ -746,7 +751,7 @@ bool pgmconv_walk_layout(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& la
         const bool raw_binary = item.kind == PGMCONV_ITEM_RAW && !raw_of(state, item).hex;
         if (item.held)
         {
-            const std::span<const uint8_t> held = std::span<const uint8_t>(*item.held).subspan(item.source_offset);
+            const std::span<const uint8_t> held = held_page(item);
             for (uint64_t offset = 0; offset < item.size; offset += k_walk_piece)
                 if (!sink(item, offset, held.subspan(offset, std::min<uint64_t>(k_walk_piece, item.size - offset))))
                     return false;
