@@ -232,6 +232,21 @@ TEST(Formats, LengthsAndCountsInsideSectionsAreChecked)
     PGMIO_MSF_IMAGE msf;
     EXPECT_FALSE(PGMIO_MSF::decode(container(PGMIO_KIND_MSF, {{pgmio_tag("XYZW"), header}}), msf, error));
     EXPECT_NE(error.find("unknown section 'XYZW'"), std::string::npos) << error;
+    // A design hash that is not the configuration data's, in a sound container: refused unless
+    // the caller (the engine) does not ask for the hash.
+    PGMIO_BYTE_WRITER sof_header, sof_config;
+    sof_header.str("7TR440PA3R1");
+    sof_header.str("blinky");
+    sof_header.u32(0);
+    sof_header.bytes(PGMIO_HASH{});
+    PGMIO_BYTES config;
+    ASSERT_TRUE(PGMIO_RBF::encode(small_config(0), config, error)) << error;
+    sof_config.bytes(config);
+    const PGMIO_BYTES sof = container(PGMIO_KIND_SOF, {{pgmio_tag("SOFH"), sof_header}, {pgmio_tag("CDAT"), sof_config}});
+    PGMIO_SOF_IMAGE decoded;
+    EXPECT_FALSE(PGMIO_SOF::decode(sof, decoded, error));
+    EXPECT_EQ(error, "the design hash does not match the configuration data");
+    EXPECT_TRUE(PGMIO_SOF::decode(sof, decoded, error, {.check_design_hash = false})) << error;
 }
 
 // Each row breaks one rule of a valid sample; the check must refuse it and name the rule. The

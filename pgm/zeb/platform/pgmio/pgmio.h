@@ -87,14 +87,21 @@ struct PGMIO_SOF_IMAGE
     PGMIO_BYTES bootloader;
 };
 
+// What PGMIO_SOF::decode does besides checking the container (structure, CRC-32) and the embedded
+// configuration data (every rule, their own CRC included).
+struct PGMIO_SOF_DECODING
+{
+    bool with_payload = true;      // as for PGMIO_RBF::decode
+    bool check_design_hash = true; // recompute the SHA-256 of the configuration data
+};
+
 class PGMIO_SOF
 {
 public:
     static bool validate(const PGMIO_SOF_IMAGE& sof, std::string& error);
     static bool encode(const PGMIO_SOF_IMAGE& sof, PGMIO_BYTES& image, std::string& error);
-    // `with_payload` as for PGMIO_RBF::decode.
     static bool decode(std::span<const uint8_t> image, PGMIO_SOF_IMAGE& sof, std::string& error,
-                       bool with_payload = true);
+                       PGMIO_SOF_DECODING how = {});
     // Where the embedded configuration data (a .rbf image) lies in an image that decode accepted.
     static std::span<const uint8_t> config_bytes(std::span<const uint8_t> image);
     static bool write(const std::string& path, const PGMIO_SOF_IMAGE& sof, std::string& error);

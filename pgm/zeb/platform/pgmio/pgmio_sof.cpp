@@ -99,7 +99,7 @@ std::span<const uint8_t> PGMIO_SOF::config_bytes(std::span<const uint8_t> image)
     return view.find_all(k_config)[0]->data;
 }
 
-bool PGMIO_SOF::decode(std::span<const uint8_t> image, PGMIO_SOF_IMAGE& sof, std::string& error, bool with_payload)
+bool PGMIO_SOF::decode(std::span<const uint8_t> image, PGMIO_SOF_IMAGE& sof, std::string& error, PGMIO_SOF_DECODING how)
 {
     sof = PGMIO_SOF_IMAGE{};
     PGMIO_CONTAINER_VIEW view;
@@ -116,12 +116,12 @@ bool PGMIO_SOF::decode(std::span<const uint8_t> image, PGMIO_SOF_IMAGE& sof, std
     std::copy(hash.begin(), hash.end(), sof.design_hash.begin());
 
     const std::span<const uint8_t> config = view.find_all(k_config)[0]->data;
-    if (!PGMIO_RBF::decode(config, sof.config, error, with_payload))
+    if (!PGMIO_RBF::decode(config, sof.config, error, how.with_payload))
     {
         error = "embedded configuration data: " + error;
         return false;
     }
-    if (pgmio_sha256(config) != sof.design_hash)
+    if (how.check_design_hash && pgmio_sha256(config) != sof.design_hash)
     {
         error = "the design hash does not match the configuration data";
         return false;
