@@ -198,7 +198,6 @@ TEST(CliNewcomer, EveryBrokenFlashDocumentSaysWhereAndWhy)
         {{}, {}},
         {{{user, R"(id="USER" s_addr="0x01F00000" e_addr="0x01E00000")"}}, {"Error (21002)"}},
         {{{R"(partition_id="USER")", R"(partition_id="USR")"}}, {"Error (21004)", "partition_id 'USR'"}},
-        {{{"0x01F00000", "0X01F00000"}}, {"Error (21001)", "'0X01F00000'", "0x00000000"}},
         {{{"0x01F00000", "top"}}, {"Error (21001)", "'top'", "no number at all"}},
         {{{"0x01F00000", "0x00030000"}},
          {"Error (19516)", "USER of flash device Flash_1 (VQ256A) overlaps partition BOOT_INFO"}},

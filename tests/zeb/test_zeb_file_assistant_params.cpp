@@ -11,18 +11,15 @@ using namespace assistant_test;
 
 TEST(ZebAssistantParams, TextToNumberReadsLikeAtoiCutTo32Bits)
 {
-    EXPECT_EQ(ZFA::convert_string_to_dword("-1"), 4294967295u);
-    EXPECT_EQ(ZFA::convert_string_to_dword("  \t17abc"), 17u);
-    EXPECT_EQ(ZFA::convert_string_to_dword("+8"), 8u);
-    EXPECT_EQ(ZFA::convert_string_to_dword("0x10"), 0u); // hexadecimal is not understood
-    EXPECT_EQ(ZFA::convert_string_to_dword("x1"), 0u);
-    EXPECT_EQ(ZFA::convert_string_to_dword(""), 0u);
-    EXPECT_EQ(ZFA::convert_string_to_dword("4294967296"), 0u);
-    EXPECT_EQ(ZFA::convert_string_to_dword("4294967297"), 1u);
-    EXPECT_EQ(ZFA::convert_string_to_dword("-2147483648"), 2147483648u);
-    // Out of range the reading saturates before it is cut.
-    EXPECT_EQ(ZFA::convert_string_to_dword("99999999999999999999"), 4294967295u);
-    EXPECT_EQ(ZFA::convert_string_to_dword("-99999999999999999999"), 0u);
+    // No hexadecimal; out of range the reading saturates before it is cut.
+    // clang-format off
+    const std::pair<const char*, uint32_t> readings[] = {
+        {"-1", 4294967295u}, {"  \t17abc", 17u}, {"+8", 8u}, {"0x10", 0u}, {"x1", 0u}, {"", 0u},
+        {"4294967296", 0u}, {"4294967297", 1u}, {"-2147483648", 2147483648u},
+        {"99999999999999999999", 4294967295u}, {"-99999999999999999999", 0u}};
+    // clang-format on
+    for (const auto& [text, value] : readings)
+        EXPECT_EQ(ZFA::convert_string_to_dword(text), value) << text;
     // Getters write numbers signed, and setters read them back.
     EXPECT_EQ(ZFA::convert_dword_to_string(0x80000000u), "-2147483648");
     for (uint32_t value : {0u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
@@ -94,10 +91,7 @@ TEST(ZebFileAssistantMap, ConfigModeAgreesWithTheSchemeTable)
         const PGM_COMMON_XML_ENUM value = ZEB_DB::get_xml_enum(scheme);
         const PGMIO_CONFIG_SCHEME mapped = ZEB_FILE_ASSISTANT::map_enum_to_config_mode(value);
         EXPECT_EQ(ZEB_DB::get_xml_enum(mapped), value) << scheme;
-        if (value != PGM_COMMON_XML_ENUM_FPP)
-        {
-            EXPECT_EQ(mapped, scheme);
-        }
+        EXPECT_TRUE(value == PGM_COMMON_XML_ENUM_FPP || mapped == scheme) << scheme;
     }
     EXPECT_EQ(ZEB_FILE_ASSISTANT::map_enum_to_config_mode(PGM_COMMON_XML_ENUM_FPP), PGMIO_CONFIG_SCHEME_PP_X8);
 }
@@ -137,10 +131,7 @@ TEST(ZebFileAssistantMap, ExtensionGivesATypeThatWritesIt)
         for (bool secondary : {false, true})
         {
             const ZEB_FILE_TYPE type = ZEB_FILE_ASSISTANT::map_ext_to_zeb_file_type(extension, secondary);
-            if (type != ZEB_FILE_TYPE_NONE)
-            {
-                EXPECT_EQ(ZEB_DB::get_fio_ext_enum(type), extension) << value;
-            }
+            EXPECT_TRUE(type == ZEB_FILE_TYPE_NONE || ZEB_DB::get_fio_ext_enum(type) == extension) << value;
         }
     }
 }

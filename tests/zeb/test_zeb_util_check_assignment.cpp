@@ -19,18 +19,12 @@ struct PARTITION
     PGM_COMMON_XML_ZEB_PARTITION element;
 };
 
-// A second assignment of a partition, which the assistant never makes (it reuses the first).
-void append_assignment(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& partition_id, const std::string& bitstream_id,
-                       uint32_t page)
+// A second assignment of `partition_id`, which the assistant never makes (it reuses the first).
+void append_assignment(DOC d, const std::string& partition_id, const std::string& bitstream_id)
 {
-    ASSERT_FALSE(object->get_assignments_list().empty());
-    auto* assignment = new PGM_COMMON_XML_ZEB_ASSIGNMENT;
-    ASSERT_TRUE(assignment->write_attribute_string("partition_id", partition_id));
-    ASSERT_TRUE(assignment->write_attribute_value("page", page));
-    auto* reference = new PGM_COMMON_XML_ZEB_BITSTREAM_ID;
-    ASSERT_TRUE(reference->write_string(bitstream_id));
-    ASSERT_TRUE(PGM_COMMON_XML_ELEMENT::add_child(assignment, reference));
-    ASSERT_TRUE(PGM_COMMON_XML_ELEMENT::add_child(object->get_assignments_list().front(), assignment));
+    assign_bitstream(d, "second", bitstream_id);
+    EXPECT_TRUE(
+        ZEB_FILE_ASSISTANT::get_assignment_element(d, "second")->write_attribute_string("partition_id", partition_id));
 }
 
 } // namespace
@@ -103,10 +97,10 @@ TEST(AssignmentCheck, TheInputOfAPartitionIsCheckedAsItsReference)
          "P1", true, true, ""},
         // Only the first assignment of a partition counts.
         {"a good first assignment",
-         [](DOC d) { assign_bitstream(d, "P1", "Bitstream_1"); append_assignment(d, "P1", "Bitstream_9", 0); },
+         [](DOC d) { assign_bitstream(d, "P1", "Bitstream_1"); append_assignment(d, "P1", "Bitstream_9"); },
          "P1", true, true, ""},
         {"a bad first assignment",
-         [](DOC d) { assign_bitstream(d, "P2", "Bitstream_9"); append_assignment(d, "P2", "Bitstream_1", 0); },
+         [](DOC d) { assign_bitstream(d, "P2", "Bitstream_9"); append_assignment(d, "P2", "Bitstream_1"); },
          "P2", false, true, "Missing settings for bitstream ID Bitstream_9.", true},
     };
     // clang-format on
@@ -212,11 +206,13 @@ TEST(PageRules, RemoteUpdateDocumentsThroughTheCheck)
     }
 }
 
-// The rule checks take their document and element from the driver; a null one is a broken
-// precondition, never a crash.
-TEST(CheckRules, NullArgumentsAreInternalErrors)
+// The rule checks take their document and element from the driver, reading and saving take a
+// document and a file name: a null or empty one is a broken precondition, never a crash.
+TEST(CheckRules, BrokenPreconditionsAreInternalErrors)
 {
     DOCUMENT document = make_document(PGM_COMMON_XML_ENUM_ASX4);
+    PGM_COMMON_XML_ZEB_ZEB empty;
+    PGM_COMMON_XML_ZEB_ZEB* parsed = nullptr;
     PARTITION partition("P1");
     PGM_COMMON_XML_ZEB_RAW_FILE_ID reference;
     PGM_COMMON_XML_ZEB_FLASH_DEVICE_ID* no_flash_device = nullptr;
@@ -236,6 +232,15 @@ TEST(CheckRules, NullArgumentsAreInternalErrors)
         {[&] { ZEB_UTIL::check_bitstream_encryption_settings(nullptr, message); }, "path"},
         {[&] { ZEB_UTIL::check_assignment_bitstream_settings(nullptr, message, error); }, "object"},
         {[&] { ZEB_UTIL::check_assignment_page_settings(nullptr, message, error); }, "object"},
+        {[] { ZEB_UTIL::check_and_merge_input_file_type({}, {FIO_FILE_TYPE_SOF}); },
+         "supported_input_file_type.size() > 0"},
+        {[] { ZEB_UTIL::check_and_merge_input_file_type({FIO_FILE_TYPE_SOF}, {}); },
+         "to_be_checked_input_file_type.size() > 0"},
+        {[] { ZEB_UTIL::parse(nullptr, "x.zeb"); }, "object"},
+        {[&] { ZEB_UTIL::parse(&parsed, ""); }, "zeb_file.length() > 0"},
+        {[] { ZEB_UTIL::parse_post_process(nullptr); }, "object"},
+        {[] { ZEB_UTIL::save(nullptr, "no_such_dir/x.zeb"); }, "object"},
+        {[&] { ZEB_UTIL::save(&empty, "no_such_dir/x.zeb"); }, "!output_file_types.empty()"},
     };
     for (size_t i = 0; i < std::size(calls); ++i)
         EXPECT_EQ(internal_error_of(calls[i].first), calls[i].second) << "call " << i;

@@ -211,6 +211,19 @@ inline void assign_raw_file(PGM_COMMON_XML_ZEB_ZEB* object, const std::string& p
         {{ZEB_CMD_PARAM_ASSIGNMENT_PARTITION_ID, partition_id}, {ZEB_CMD_PARAM_ASSIGNMENT_RAW_FILE_ID, raw_file_id}});
 }
 
+// What a JIC needs: the bitstream "Bitstream_1" read from `sof` (a design for 7TR440PA3R1, the flash
+// loader) in partition "P1" behind the boot area of the serial flash "Flash_1" of `flash_type`, and
+// the output file, with more pairs of its group.
+inline void add_jic(DOC object, const std::string& sof, const std::string& flash_type, const PARAMS& more = {})
+{
+    add_bitstream(object, "Bitstream_1", sof);
+    add_flash_device(object, "Flash_1", flash_type);
+    add_partition(object, "Flash_1", "P1", "0x00040000", "auto");
+    assign_bitstream(object, "P1", "Bitstream_1");
+    set_flash_loader(object, "7TR440PA3R1");
+    add_output_for_flash_device(object, PGM_COMMON_XML_ENUM_JIC, "Flash_1", more);
+}
+
 // ---- Checking ------------------------------------------------------------------------------------
 
 // Everything ZEB_UTIL::check hands back.
@@ -226,9 +239,7 @@ struct CHECK_RESULT
 inline CHECK_RESULT run_check(PGM_COMMON_XML_ZEB_ZEB* object, bool report = false)
 {
     CHECK_RESULT result;
-    // Set on entry, so that the test sees check clear them.
-    result.flash_loader_required = true;
-    result.flash_programming = true;
+    result.flash_loader_required = result.flash_programming = true; // for the test to see check clear them
     result.valid = ZEB_UTIL::check(object, result.flash_loader_required, result.flash_programming, result.message,
                                    result.error, report);
     return result;

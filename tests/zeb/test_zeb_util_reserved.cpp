@@ -57,8 +57,7 @@ TEST(ZebReserved, LayoutOfEachSchemeDeviceAndFamily)
         {AS, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true, k_sof, k_update},
         {AS_X4, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true, k_sof, k_update},
         // The boot information is shown only for several images from a raw binary input.
-        {AS_X4, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true, FIO_FILE_TYPE_RBF,
-         "BOOT_INFO=0x00000000-0x0004FFFF+ FACTORY_IMAGE=0x00050000-auto+ SPT0 SPT1 CPB0 CPB1"},
+        {AS_X4, DEV_FAMILY_RERATI, number_of("9RX027R1B"), true, FIO_FILE_TYPE_RBF, k_update_shown},
         {AS, DEV_FAMILY_RERATI, number_of("9RX027R1B"), false, FIO_FILE_TYPE_RBF, "BOOT_INFO=0x00000000-0x0003FFFF"},
         // Without a device (or with the generic one) the family selects the record; a named device
         // wins over the family, even when it is unknown.

@@ -16,13 +16,6 @@ using corvane_test::read_file;
 using corvane_test::SCRATCH_DIR;
 using corvane_test::write_file;
 
-const PGM_DEVICE* device(const char* name)
-{
-    const PGM_DEVICE* found = PGM_DEVICE_INDEX::lookup_device(name);
-    EXPECT_NE(found, nullptr) << name;
-    return found;
-}
-
 // Every custom-directory test starts and ends without a custom directory.
 class DevCustomDir : public ::testing::Test
 {
@@ -325,7 +318,7 @@ TEST(DevCli, ListingsShowTheWholeCatalogue)
     ASSERT_EQ(devices.size(), fpga_count);
     for (const nlohmann::json& entry : devices)
     {
-        const PGM_DEVICE* found = device(entry.at("name").get<std::string>().c_str());
+        const PGM_DEVICE* found = PGM_DEVICE_INDEX::lookup_device(entry.at("name").get<std::string>());
         const DEV_DEVICE_RECORD* d = found ? found->get_fpga_record() : nullptr;
         ASSERT_NE(d, nullptr) << entry;
         EXPECT_EQ(entry.at("device").get<uint32_t>(), d->device);

@@ -22,34 +22,28 @@ struct SAMPLE_FILE
     PGMIO_BYTES image;
 };
 
+// Helper images are raw binary files to the user (the helper image output types write .rbf).
 std::vector<SAMPLE_FILE> all_samples()
 {
-    std::vector<SAMPLE_FILE> samples;
-    std::string error;
-    auto add = [&](const char* name, FIO_EXTENSION_TYPE extension, auto encode)
+    return {{"rbf", FIO_EXTENSION_TYPE_RBF, encoded<PGMIO_RBF>(small_config(PGMIO_DESIGN_CVP))},
+            {"sof", FIO_EXTENSION_TYPE_SOF, encoded<PGMIO_SOF>(small_sof(true))},
+            {"pmsf", FIO_EXTENSION_TYPE_PMSF, encoded<PGMIO_PMSF>(small_pmsf())},
+            {"msf", FIO_EXTENSION_TYPE_MSF, encoded<PGMIO_MSF>(small_msf())},
+            {"pof", FIO_EXTENSION_TYPE_POF, encoded<PGMIO_FLASH_FILE>(small_flash(false))},
+            {"jic", FIO_EXTENSION_TYPE_JIC, encoded<PGMIO_FLASH_FILE>(small_flash(true))},
+            {"ekp", FIO_EXTENSION_TYPE_EKP, encoded<PGMIO_EKP>(small_ekp())},
+            {"helper", FIO_EXTENSION_TYPE_RBF, encoded<PGMIO_HELPER>(small_helper())}};
+}
+
+// A check that breaks one rule of `sample` with `change`, then encodes it (encoding validates first).
+template <class FORMAT, class IMAGE, class CHANGE> std::function<bool(std::string&)> broken(IMAGE sample, CHANGE change)
+{
+    return [=](std::string& error) mutable
     {
+        change(sample);
         PGMIO_BYTES image;
-        EXPECT_TRUE(encode(image)) << name << ": " << error;
-        samples.push_back({name, extension, std::move(image)});
+        return FORMAT::encode(sample, image, error);
     };
-    add("rbf", FIO_EXTENSION_TYPE_RBF,
-        [&](PGMIO_BYTES& image) { return PGMIO_RBF::encode(small_config(PGMIO_DESIGN_CVP), image, error); });
-    add("sof", FIO_EXTENSION_TYPE_SOF,
-        [&](PGMIO_BYTES& image) { return PGMIO_SOF::encode(small_sof(true), image, error); });
-    add("pmsf", FIO_EXTENSION_TYPE_PMSF,
-        [&](PGMIO_BYTES& image) { return PGMIO_PMSF::encode(small_pmsf(), image, error); });
-    add("msf", FIO_EXTENSION_TYPE_MSF,
-        [&](PGMIO_BYTES& image) { return PGMIO_MSF::encode(small_msf(), image, error); });
-    add("pof", FIO_EXTENSION_TYPE_POF,
-        [&](PGMIO_BYTES& image) { return PGMIO_FLASH_FILE::encode(small_flash(false), image, error); });
-    add("jic", FIO_EXTENSION_TYPE_JIC,
-        [&](PGMIO_BYTES& image) { return PGMIO_FLASH_FILE::encode(small_flash(true), image, error); });
-    add("ekp", FIO_EXTENSION_TYPE_EKP,
-        [&](PGMIO_BYTES& image) { return PGMIO_EKP::encode(small_ekp(), image, error); });
-    // Helper images are raw binary files to the user (the helper image output types write .rbf).
-    add("helper", FIO_EXTENSION_TYPE_RBF,
-        [&](PGMIO_BYTES& image) { return PGMIO_HELPER::encode(small_helper(), image, error); });
-    return samples;
 }
 
 } // namespace
@@ -61,10 +55,8 @@ template <class FORMAT, class IMAGE> IMAGE round_trip(const IMAGE& written)
     SCRATCH_DIR dir;
     std::string error;
     IMAGE read;
-    PGMIO_BYTES before, after;
     EXPECT_TRUE(FORMAT::write(dir.file("f"), written, error) && FORMAT::read(dir.file("f"), read, error)) << error;
-    EXPECT_TRUE(FORMAT::encode(written, before, error) && FORMAT::encode(read, after, error)) << error;
-    EXPECT_EQ(after, before);
+    EXPECT_EQ(encoded<FORMAT>(read), encoded<FORMAT>(written));
     if constexpr (std::equality_comparable<IMAGE>)
     {
         EXPECT_EQ(read, written);
@@ -79,11 +71,7 @@ TEST(Formats, EveryFormatRoundTrips)
     EXPECT_FALSE(round_trip<PGMIO_SOF>(small_sof(false)).has_bootloader);
     const PGMIO_SOF_IMAGE sof = round_trip<PGMIO_SOF>(small_sof(true));
     EXPECT_EQ(sof.bootloader, small_sof(true).bootloader);
-    // The hash describes the configuration data as encoded.
-    PGMIO_BYTES encoded;
-    std::string error;
-    ASSERT_TRUE(PGMIO_RBF::encode(sof.config, encoded, error));
-    EXPECT_EQ(sof.design_hash, pgmio_sha256(encoded));
+    EXPECT_EQ(sof.design_hash, pgmio_sha256(encoded<PGMIO_RBF>(sof.config))); // of the data as encoded
     EXPECT_EQ(round_trip<PGMIO_PMSF>(small_pmsf()).mask, small_pmsf().mask);
     EXPECT_EQ(round_trip<PGMIO_MSF>(small_msf()).region_offset, small_msf().region_offset);
     for (bool jic : {false, true})
@@ -121,45 +109,35 @@ TEST(Formats, Crc32MatchesBitwiseReference)
         }
 }
 
-TEST(Formats, EverySingleByteChangeIsDetected)
+// Every single-byte change, every truncation and an appended byte are refused.
+TEST(Formats, EveryDamageIsRefused)
 {
     for (const SAMPLE_FILE& sample : all_samples())
     {
-        ASSERT_EQ(pgmio_check_image(sample.image, sample.extension, sample.name), "") << sample.name;
+        const auto check = [&](const PGMIO_BYTES& image)
+        { return pgmio_check_image(image, sample.extension, sample.name); };
+        ASSERT_EQ(check(sample.image), "") << sample.name;
         for (size_t i = 0; i < sample.image.size(); ++i)
         {
+            EXPECT_NE(check(PGMIO_BYTES(sample.image.begin(), sample.image.begin() + long(i))), "")
+                << sample.name << " cut to " << i;
             for (uint8_t change : {0x01, 0x80, 0xFF})
             {
                 PGMIO_BYTES damaged = sample.image;
                 damaged[i] ^= change;
-                EXPECT_NE(pgmio_check_image(damaged, sample.extension, sample.name), "")
-                    << sample.name << ": byte " << i << " ^ " << int(change) << " went unnoticed";
+                EXPECT_NE(check(damaged), "") << sample.name << ": byte " << i << " ^ " << int(change);
             }
-        }
-    }
-}
-
-TEST(Formats, EveryTruncationAndAppendedByteIsRefused)
-{
-    for (const SAMPLE_FILE& sample : all_samples())
-    {
-        for (size_t length = 0; length < sample.image.size(); ++length)
-        {
-            const PGMIO_BYTES cut(sample.image.begin(), sample.image.begin() + long(length));
-            EXPECT_NE(pgmio_check_image(cut, sample.extension, sample.name), "") << sample.name << " cut to " << length;
         }
         PGMIO_BYTES longer = sample.image;
         longer.push_back(0);
-        EXPECT_NE(pgmio_check_image(longer, sample.extension, sample.name).find("trailing data"), std::string::npos)
-            << sample.name;
+        EXPECT_NE(check(longer).find("trailing data"), std::string::npos) << sample.name;
     }
 }
 
 TEST(Formats, ContainerHeaderProblemsAreNamed)
 {
     std::string error;
-    PGMIO_BYTES good;
-    ASSERT_TRUE(PGMIO_RBF::encode(small_config(0), good, error));
+    const PGMIO_BYTES good = encoded<PGMIO_RBF>(small_config(0));
     PGMIO_CONFIG_DATA data;
     struct CASE
     {
@@ -187,10 +165,7 @@ TEST(Formats, ContainerHeaderProblemsAreNamed)
     }
     EXPECT_FALSE(PGMIO_RBF::decode({}, data, error));
     EXPECT_EQ(error, "the file is empty");
-    // A sound container of another kind.
-    PGMIO_BYTES msf;
-    ASSERT_TRUE(PGMIO_MSF::encode(small_msf(), msf, error));
-    EXPECT_FALSE(PGMIO_RBF::decode(msf, data, error));
+    EXPECT_FALSE(PGMIO_RBF::decode(encoded<PGMIO_MSF>(small_msf()), data, error)); // a sound container of another kind
     EXPECT_NE(error.find("'MSF ' data, not a configuration data file"), std::string::npos) << error;
 }
 
@@ -253,46 +228,23 @@ TEST(Formats, LengthsAndCountsInsideSectionsAreChecked)
 // configuration data's rules are shared with decoding, whose rows are in the hostile-file tests.
 TEST(Formats, ValidationRulesAreNamed)
 {
-    using CHECK = std::function<bool(std::string&)>;
-    const auto config = [](uint32_t flags, auto change)
-    {
-        return CHECK([=](std::string& error) {
-            PGMIO_CONFIG_DATA data = small_config(flags);
-            change(data);
-            return PGMIO_RBF::validate(data, error);
-        });
-    };
-    const auto flash = [](auto change)
-    {
-        return CHECK([=](std::string& error) {
-            PGMIO_FLASH_IMAGE image = small_flash(false);
-            change(image);
-            return PGMIO_FLASH_FILE::validate(image, error);
-        });
-    };
-    PGMIO_BYTES image;
-    const std::pair<CHECK, const char*> cases[] = {
-        {config(0, [](auto& d) { d.idcode = 0x17A445EE; }), "bit 0 is clear"},
-        {[&](std::string& error) { PGMIO_SOF_IMAGE s = small_sof(true); s.flags = 0;
-                                   return PGMIO_SOF::encode(s, image, error); },
-         "differ from those of its configuration data"},
-        {[&](std::string& error) { PGMIO_SOF_IMAGE s = small_sof(false); s.bootloader = {1, 2};
-                                   return PGMIO_SOF::encode(s, image, error); }, ""},
-        {[](std::string& error) { PGMIO_PMSF_IMAGE p = small_pmsf(); p.data[3] = 0xFF; p.mask[3] = 0x0F;
-                                  return PGMIO_PMSF::validate(p, error); }, "byte 3 sets bits outside the mask"},
-        {[](std::string& error) { PGMIO_PMSF_IMAGE p = small_pmsf(); p.mask.pop_back();
-                                  return PGMIO_PMSF::validate(p, error); }, ""},
-        {flash([](auto& f) { f.pages.push_back({"P2", 0x800, 0x1FFF}); }), "overlap"},
-        {flash([](auto& f) { f.blocks.push_back({f.flash_size - 2, {1, 2, 3}}); }),
+    using FLASH = PGMIO_FLASH_FILE;
+    const PGMIO_FLASH_IMAGE pof = small_flash(false);
+    const std::pair<std::function<bool(std::string&)>, const char*> cases[] = {
+        {broken<PGMIO_RBF>(small_config(0), [](auto& d) { d.idcode = 0x17A445EE; }), "bit 0 is clear"},
+        {broken<PGMIO_SOF>(small_sof(true), [](auto& s) { s.flags = 0; }), "differ from those of its configuration"},
+        {broken<PGMIO_SOF>(small_sof(false), [](auto& s) { s.bootloader.push_back(1); }), ""},
+        {broken<PGMIO_PMSF>(small_pmsf(), [](auto& p) { p.data[3] = 0xFF, p.mask[3] = 0x0F; }),
+         "byte 3 sets bits outside the mask"},
+        {broken<PGMIO_PMSF>(small_pmsf(), [](auto& p) { p.mask.pop_back(); }), ""},
+        {broken<FLASH>(pof, [](auto& f) { f.pages.emplace_back("P2", 0x800, 0x1FFF); }), "overlap"},
+        {broken<FLASH>(pof, [](auto& f) { f.blocks.emplace_back(f.flash_size - 2, counting_bytes(3, 1)); }),
          "the available range is only (0x00000000..0x000fffff)"},
-        {flash([](auto& f) { f.blocks[0].address = f.option_bits_address; }), ""},
-        {flash([](auto& f) { f.loader_device = "7TR440PA3R1"; }), "carries no flash loader"},
-        {[](std::string& error) { PGMIO_EKP_IMAGE k = small_ekp(); k.keys[0].key.pop_back();
-                                  return PGMIO_EKP::validate(k, error); }, "not 32"},
-        {[](std::string& error) { PGMIO_EKP_IMAGE k = small_ekp(); k.keys[1].id = k.keys[0].id;
-                                  return PGMIO_EKP::validate(k, error); }, ""},
-        {[](std::string& error) { PGMIO_HELPER_IMAGE h = small_helper(); h.subtype = 99;
-                                  return PGMIO_HELPER::validate(h, error); }, ""},
+        {broken<FLASH>(pof, [](auto& f) { f.blocks[0].address = f.option_bits_address; }), ""},
+        {broken<FLASH>(pof, [](auto& f) { f.loader_device = "7TR440PA3R1"; }), "carries no flash loader"},
+        {broken<PGMIO_EKP>(small_ekp(), [](auto& k) { k.keys[0].key.pop_back(); }), "not 32"},
+        {broken<PGMIO_EKP>(small_ekp(), [](auto& k) { k.keys[1].id = k.keys[0].id; }), ""},
+        {broken<PGMIO_HELPER>(small_helper(), [](auto& h) { h.subtype = 99; }), ""},
     };
     for (size_t i = 0; i < std::size(cases); ++i)
     {

@@ -14,16 +14,9 @@ using namespace corvane_test;
 namespace
 {
 
-using RUN = PROGRAM_RUN;
-
 std::string quote(const std::string& word)
 {
     return "'" + word + "'";
-}
-
-bool contains(const std::string& text, const std::string& part)
-{
-    return text.find(part) != std::string::npos;
 }
 
 } // namespace
@@ -52,7 +45,7 @@ TEST(Cli, MakeSof)
     EXPECT_EQ(sof.config.payload_size(), 0x30000u);
 
     const PGMIO_BYTES raw = counting_bytes(1000, 3);
-    write_file(dir.file("raw.bin"), std::string(raw.begin(), raw.end()));
+    write_bytes(dir.file("raw.bin"), raw);
     ASSERT_EQ(make("--device 5ZV066H2 --cvp --data " + quote(dir.file("raw.bin")), "r.sof"), 0);
     ASSERT_TRUE(PGMIO_SOF::read(dir.file("r.sof"), sof, error)) << error;
     PGMIO_BYTES joined;
@@ -67,9 +60,9 @@ TEST(Cli, MakeSof)
     };
     for (const auto& [options, message] : refusals)
     {
-        const RUN run = corvane("--make-sof " + options + " " + quote(dir.file("x.sof")));
+        const PROGRAM_RUN run = corvane("--make-sof " + options + " " + quote(dir.file("x.sof")));
         EXPECT_EQ(run.status, 1) << options;
-        EXPECT_TRUE(contains(run.output(), message)) << run.output();
+        EXPECT_NE(run.output().find(message), std::string::npos) << run.output();
     }
     for (const char* usage : {"", "--seed x", "--size 0", "--colour"})
         EXPECT_EQ(make(std::string(*usage ? "--device 3ZT085F2 " : "") + usage, "x.sof"), 2) << usage;
@@ -80,15 +73,13 @@ TEST(Cli, MakeSof)
 TEST(Cli, InfoReportsDamageAndUnknownFiles)
 {
     SCRATCH_DIR dir;
-    std::string error;
-    PGMIO_BYTES image;
-    ASSERT_TRUE(PGMIO_SOF::encode(small_sof(false), image, error));
+    PGMIO_BYTES image = encoded<PGMIO_SOF>(small_sof(false));
     image[image.size() - 20] ^= 0x40;
-    write_file(dir.file("bad.sof"), std::string(image.begin(), image.end()));
-    RUN run = corvane("--info " + quote(dir.file("bad.sof")));
+    write_bytes(dir.file("bad.sof"), image);
+    PROGRAM_RUN run = corvane("--info " + quote(dir.file("bad.sof")));
     EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(contains(run.output(), "MISMATCH")) << run.output();
-    EXPECT_TRUE(contains(run.output(), "integrity:                 FAILED: CRC mismatch")) << run.output();
+    EXPECT_NE(run.output().find("MISMATCH"), std::string::npos) << run.output();
+    EXPECT_NE(run.output().find("integrity:                 FAILED: CRC mismatch"), std::string::npos) << run.output();
     run = corvane("--info --json " + quote(dir.file("bad.sof")));
     const nlohmann::json integrity = nlohmann::json::parse(run.out)["integrity"];
     EXPECT_EQ(integrity["ok"], false);
@@ -103,6 +94,6 @@ TEST(Cli, InfoReportsDamageAndUnknownFiles)
     {
         run = corvane("--info " + quote(dir.file(file)));
         EXPECT_EQ(run.status, 1) << file;
-        EXPECT_TRUE(contains(run.output(), reason)) << run.output();
+        EXPECT_NE(run.output().find(reason), std::string::npos) << run.output();
     }
 }

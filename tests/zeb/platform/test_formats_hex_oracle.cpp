@@ -4,7 +4,7 @@
 // case, CR LF, damaged records) that both must load alike or both refuse, and writer output read
 // back by srec_cat. CORVANE_HEX_FILES and CORVANE_HEX_SEED set the generated run's size
 // and seed (scripts/hex-differential.sh runs any number).
-#include "test_support.h"
+#include "test_formats_support.h"
 
 #include "pgm/zeb/platform/pgmio/pgmio_text.h"
 
@@ -314,9 +314,7 @@ TEST(HexOracle, WrittenFilesReadBackWithSrecCat)
     const std::pair<uint32_t, size_t> cases[] = {{0x0001FFD8, 100}, {0xFFFFFFF0, 16}, {0, 1}, {0x00FFFF07, 700}};
     for (const auto& [base, size] : cases)
     {
-        PGMIO_BYTES data(size);
-        for (size_t i = 0; i < size; ++i)
-            data[i] = uint8_t(i * 7 + 3);
+        const PGMIO_BYTES data = counting_bytes(size, 3);
         std::string error;
         const std::string path = dir.file("out.hexout");
         ASSERT_TRUE(pgmio_write_hex_file(path, base, data, error)) << error;
@@ -338,12 +336,9 @@ TEST(HexOracle, WrittenFilesReadBackWithSrecCat)
         EXPECT_TRUE(theirs.accepted) << theirs.error;
         EXPECT_EQ(theirs.bytes, expected) << std::hex << base;
     }
-    std::string formatted;
-    std::string error;
+    std::string formatted, error;
     // Fed in pieces that split records and 64 KiB segments, the formatter writes the same records.
-    PGMIO_BYTES data(0x20011);
-    for (size_t i = 0; i < data.size(); ++i)
-        data[i] = uint8_t(i * 13 + 5);
+    const PGMIO_BYTES data = counting_bytes(0x20011, 5);
     ASSERT_TRUE(pgmio_format_hex(0x3FFF5, data, formatted, error)) << error;
     for (const size_t piece : {size_t(1), size_t(7), size_t(16), size_t(0x10003)})
     {

@@ -55,10 +55,12 @@ PGMIO_FLASH_IMAGE catalogue_flash(bool jic)
 } // namespace
 
 // Every format's sample: the precheck of an object file gives its device, kind and flags (other files
-// pass it without a device); --info names each file's kind and a detail, and finds it sound.
+// pass it without a device); --info names each file's kind and a detail, and finds it sound, as the
+// integrity check does without a word.
 TEST(Precheck, EveryFormatIsPrecheckedAndDescribed)
 {
     SCRATCH_DIR dir;
+    MSG_CAPTURE_SINK sink;
     std::string error;
     ASSERT_TRUE(PGMIO_SOF::write(dir.file("a.sof"), small_sof(true), error) &&
                 PGMIO_FLASH_FILE::write(dir.file("a.pof"), catalogue_flash(false), error) &&
@@ -112,7 +114,9 @@ TEST(Precheck, EveryFormatIsPrecheckedAndDescribed)
         EXPECT_NE(run.out.find(std::string("\"kind\": \"") + c.description + "\""), std::string::npos) << run.out;
         EXPECT_NE(run.out.find(c.detail), std::string::npos) << run.out;
         EXPECT_EQ(nlohmann::json::parse(run.out)["integrity"]["ok"], true) << run.out;
+        EXPECT_TRUE(ZEB_UTIL::check_integrity(FIO_PATH(dir.file(c.file))));
     }
+    EXPECT_TRUE(sink.messages().empty());
     EXPECT_TRUE(precheck(dir.file("a.sof")).info.has_bootloader);
     EXPECT_EQ(precheck(dir.file("a.jic")).info.flash_flags, PGMIO_FLASH_REMOTE_UPDATE);
     // Sections with their offsets, nested configuration data included.
@@ -124,6 +128,7 @@ TEST(Precheck, EveryFormatIsPrecheckedAndDescribed)
 }
 
 // Each row writes one refused file; the message is the corrupted-file sentence, the detail names why.
+// Raw binary data is checked only when asked; the integrity check posts its reason.
 TEST(Precheck, DamagedAndUnsupportedFilesAreRefusedWithTheirReason)
 {
     SCRATCH_DIR dir;
@@ -150,10 +155,10 @@ TEST(Precheck, DamagedAndUnsupportedFilesAreRefusedWithTheirReason)
     };
     PGMIO_CONFIG_DATA stranger = small_config(0);
     stranger.idcode = 0x7FFFFFFF;
-    PGMIO_BYTES damaged;
-    ASSERT_TRUE(PGMIO_SOF::encode(small_sof(false), damaged, error));
+    PGMIO_BYTES damaged = encoded<PGMIO_SOF>(small_sof(false));
     damaged[damaged.size() / 2] ^= 0x10;
-    write_file(dir.file("damaged.sof"), std::string(damaged.begin(), damaged.end()));
+    write_bytes(dir.file("damaged.sof"), damaged);
+    write_file(dir.file("user.rbf"), "user data, not configuration data");
     ASSERT_TRUE(sof("unknown.sof", "NOPE") && sof("idcode.sof", "5ZV066H2") && sof("flash.sof", "VQ256A") &&
                 msf("nopr.msf", "3ZT085F2", 0x100) &&
                 msf("outside.msf", "7TR440PA3R1", device("7TR440PA3R1").get_fpga_record()->config_data_size - 2) &&
@@ -174,6 +179,7 @@ TEST(Precheck, DamagedAndUnsupportedFilesAreRefusedWithTheirReason)
         {"size.pof", "flash device 'VQ256A' has"},
         {"nodb.pof", "flash device 'VQ1M' is in neither"},
         {"stranger.rbf", "no device of the catalogue has IDCODE 0x7fffffff"},
+        {"user.rbf", "wrong magic"},
     };
     for (const auto& [file, detail] : cases)
     {
@@ -183,39 +189,19 @@ TEST(Precheck, DamagedAndUnsupportedFilesAreRefusedWithTheirReason)
         EXPECT_EQ(refused.message, "Failed to parse " + dir.file(file) + k_corrupted) << file;
         EXPECT_NE(refused.detail.find(detail), std::string::npos) << file << ": " << refused.detail;
     }
-}
-
-TEST(Precheck, RawBinaryOnlyWhenAskedAndOtherFilesPass)
-{
-    SCRATCH_DIR dir;
-    write_file(dir.file("user.rbf"), "user data, not configuration data");
     EXPECT_TRUE(precheck(dir.file("user.rbf"), false).ok);
-    const PRECHECK checked = precheck(dir.file("user.rbf"), true);
-    EXPECT_FALSE(checked.ok);
-    EXPECT_NE(checked.detail.find("wrong magic"), std::string::npos) << checked.detail;
     // One string for both: the sentence for the user wins.
     const PGM_DEVICE* found = nullptr;
     std::string both;
     EXPECT_FALSE(ZEB_UTIL::precheck_input_file(FIO_PATH(dir.file("user.rbf")), &found, both, both, true));
     EXPECT_EQ(both, "Failed to parse " + dir.file("user.rbf") + k_corrupted);
-}
 
-TEST(Integrity, PostsTheReasonOnlyOnFailure)
-{
-    SCRATCH_DIR dir;
-    std::string error;
-    const std::string path = dir.file("a.sof");
-    ASSERT_TRUE(PGMIO_SOF::write(path, small_sof(false), error)) << error;
     MSG_CAPTURE_SINK sink;
-    EXPECT_TRUE(ZEB_UTIL::check_integrity(FIO_PATH(path)));
-    EXPECT_TRUE(sink.messages().empty());
-    std::string bytes = read_file(path);
-    bytes[40] ^= 1;
-    write_file(path, bytes);
-    EXPECT_FALSE(ZEB_UTIL::check_integrity(FIO_PATH(path)));
+    EXPECT_FALSE(ZEB_UTIL::check_integrity(FIO_PATH(dir.file("damaged.sof"))));
     ASSERT_EQ(sink.count("EZEB_INTEGRITY_CHECK_ERROR"), 1u);
     const std::string& text = sink.messages()[0].text;
-    EXPECT_EQ(text.rfind("The programming file integrity check failed. " + path + ": ", 0), 0u) << text;
+    EXPECT_EQ(text.rfind("The programming file integrity check failed. " + dir.file("damaged.sof") + ": ", 0), 0u)
+        << text;
 }
 
 // Seeds and raw data are followed through --make-sof in the CLI tests.
@@ -297,21 +283,21 @@ TEST(Assembler, EmbedsAnHpsBootloaderFromHexRecords)
     // Failures leave the output as it was.
     write_file(output, "previous");
     write_file(dir.file("bad.hex"), ":0400000001020304F2\n:0000001FF\n");
-    EXPECT_NE(BITASM_MGR::embedded_bootloader_into_sof(input, output, dir.file("bad.hex")).find("bad.hex:2:"),
-              std::string::npos);
+    // Records 256 MiB apart would make a bootloader too large to hold.
+    write_file(dir.file("wide.hex"), ":0100000011EE\n:020000041000EA\n:0100000022DD\n:00000001FF\n");
     PGMIO_SOF_IMAGE no_hps = small_sof(false);
     no_hps.flags = 0;
     no_hps.config = small_config(0);
     ASSERT_TRUE(PGMIO_SOF::write(dir.file("plain.sof"), no_hps, error)) << error;
-    EXPECT_NE(BITASM_MGR::embedded_bootloader_into_sof(dir.file("plain.sof"), output, dir.file("boot.hex"))
-                  .find("does not use the HPS"),
-              std::string::npos);
-    EXPECT_NE(BITASM_MGR::embedded_bootloader_into_sof(dir.file("none.sof"), output, dir.file("boot.hex"))
-                  .find("cannot read SRAM object file"),
-              std::string::npos);
-    // Records 256 MiB apart would make a bootloader too large to hold.
-    write_file(dir.file("wide.hex"), ":0100000011EE\n:020000041000EA\n:0100000022DD\n:00000001FF\n");
-    EXPECT_NE(BITASM_MGR::embedded_bootloader_into_sof(input, output, dir.file("wide.hex")).find("is too large"),
-              std::string::npos);
+    const std::tuple<std::string, const char*, const char*> failures[] = {
+        {input, "bad.hex", "bad.hex:2:"},
+        {dir.file("plain.sof"), "boot.hex", "does not use the HPS"},
+        {dir.file("none.sof"), "boot.hex", "cannot read SRAM object file"},
+        {input, "wide.hex", "is too large"},
+    };
+    for (const auto& [sof, hex, expected] : failures)
+        EXPECT_NE(BITASM_MGR::embedded_bootloader_into_sof(sof, output, dir.file(hex)).find(expected),
+                  std::string::npos)
+            << expected;
     EXPECT_EQ(read_file(output), "previous");
 }

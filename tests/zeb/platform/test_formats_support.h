@@ -21,6 +21,20 @@ inline PGMIO_BYTES counting_bytes(size_t count, uint8_t first)
     return bytes;
 }
 
+// `image` encoded by FORMAT; a refusal fails the test.
+template <class FORMAT, class IMAGE> PGMIO_BYTES encoded(const IMAGE& image)
+{
+    PGMIO_BYTES bytes;
+    std::string error;
+    EXPECT_TRUE(FORMAT::encode(image, bytes, error)) << error;
+    return bytes;
+}
+
+inline void write_bytes(const std::string& path, const PGMIO_BYTES& bytes)
+{
+    write_file(path, std::string(bytes.begin(), bytes.end()));
+}
+
 // Firmware and core, plus periphery with CvP and an HPS section with HPS.
 inline PGMIO_CONFIG_DATA small_config(uint32_t flags)
 {

@@ -123,18 +123,10 @@ TEST(HostileFiles, PrecheckOfAChangedFileIsMadeAgain)
     EXPECT_EQ(device, nullptr);
 }
 
-
 // Configuration data whose payload goes out as stored is checked without being copied: every
 // crafted container (the writer would refuse to make these) is refused by both decodes alike.
 TEST(HostileFiles, PayloadFreeDecodeChecksWhatTheFullDecodeChecks)
 {
-    const auto header = [](uint32_t idcode, uint32_t flags)
-    {
-        PGMIO_BYTES bytes(16, 0);
-        for (int i = 0; i < 4; ++i)
-            bytes[size_t(i)] = uint8_t(idcode >> (8 * i)), bytes[size_t(4 + i)] = uint8_t(flags >> (8 * i));
-        return bytes;
-    };
     const PGMIO_BYTES data = {1, 2, 3}, none;
     const uint32_t firm = PGMIO_SECTION_FIRMWARE, core = PGMIO_SECTION_CORE, hps = PGMIO_SECTION_HPS;
     struct ROW
@@ -156,9 +148,12 @@ TEST(HostileFiles, PayloadFreeDecodeChecksWhatTheFullDecodeChecks)
     };
     for (const ROW& row : rows)
     {
-        const PGMIO_BYTES head = header(row.idcode, row.flags);
+        PGMIO_BYTE_WRITER head; // IDCODE, flags, eight reserved bytes
+        head.u32(row.idcode);
+        head.u32(row.flags);
+        head.u64(0);
         PGMIO_CONTAINER_BUILDER builder(PGMIO_KIND_RBF);
-        builder.add(pgmio_tag("CFGH"), head);
+        builder.add(pgmio_tag("CFGH"), head.data());
         for (const auto& [tag, bytes] : row.payload)
             builder.add(tag, *bytes);
         PGMIO_BYTES image;

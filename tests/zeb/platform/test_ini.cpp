@@ -18,12 +18,7 @@ namespace
 class IniTest : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        unsetenv("CORVANE_INI");
-        PGM_COMMON_INI::reload();
-    }
-
+    void SetUp() override { TearDown(); }
     void TearDown() override
     {
         unsetenv("CORVANE_INI");

@@ -19,22 +19,12 @@ constexpr MSG_RECORD TEST_MESSAGES[] = {
     {990003, "ITEST_INFO", MSG_KIND_INFO, "Saved %1!s!"},
 };
 
-void register_test_messages()
-{
-    msg_register_table(TEST_MESSAGES, std::size(TEST_MESSAGES));
-}
-
 // A sink that keeps the default debug gating, to observe what the level lets through.
 class COUNTING_SINK : public MSG_SINK
 {
 public:
     void post(const MSG_POSTED&) override {}
-    void debug(std::string_view, int level, std::string_view line) override
-    {
-        levels.push_back(level);
-        lines.emplace_back(line);
-    }
-    std::vector<int> levels;
+    void debug(std::string_view, int, std::string_view line) override { lines.emplace_back(line); }
     std::vector<std::string> lines;
 };
 
@@ -67,8 +57,8 @@ TEST(MsgFormat, PlaceholdersByNumber)
 // conflicting table and an unregistered number are internal errors that register or post nothing.
 TEST(MsgRegistry, PostsRegistrationsAndConflicts)
 {
-    register_test_messages();
-    register_test_messages();
+    msg_register_table(TEST_MESSAGES, std::size(TEST_MESSAGES));
+    msg_register_table(TEST_MESSAGES, std::size(TEST_MESSAGES));
     MSG_SINK* original = msg_get_sink();
     {
         MSG_CAPTURE_SINK capture;
@@ -106,7 +96,7 @@ TEST(MsgRegistry, PostsRegistrationsAndConflicts)
 
 TEST(MsgSinks, StreamSinkPrintsKindAndNumber)
 {
-    register_test_messages();
+    msg_register_table(TEST_MESSAGES, std::size(TEST_MESSAGES));
     MSG_STREAM_SINK sink;
     MSG_SINK* previous = msg_set_sink(&sink);
     testing::internal::CaptureStdout();
@@ -157,7 +147,6 @@ TEST(MsgDebug, LevelGatesTheDefaultSink)
     msg_local_vdebug("ZEB_COMMON", 1, "level %d", 1);
     msg_local_vdebug("ZEB_COMMON", 2, "level %d", 2);
     msg_local_vdebug("ZEB_COMMON", 3, "level %d", 3);
-    EXPECT_EQ(sink.levels, (std::vector<int>{1, 2}));
     EXPECT_EQ(sink.lines, (std::vector<std::string>{"level 1", "level 2"}));
 
     msg_set_debug_level(0);

@@ -163,24 +163,19 @@ TEST(PgmsecImage, PlainIdentityRepeatabilityAndRefusals)
         EXPECT_NE(one.sections[i].data, two.sections[i].data); // fresh IV
     }
 
-    struct REFUSAL
-    {
-        const char* what;
-        std::string key_file, key_id;
-        const char* message;
-    };
+    // A missing key id, a missing key file, a short key.
     write_file(f.file("short.txt"), "main 0011\n");
-    const REFUSAL refusals[] = {
-        {"missing id", f.file("keys.txt"), "nope", "key id 'nope' of key file '"},
-        {"missing file", f.file("none.txt"), "main", "key file '"},
-        {"short key", f.file("short.txt"), "main", "64 hexadecimal digits (the device's 256-bit key)"},
+    const std::tuple<std::string, const char*, const char*> refusals[] = {
+        {f.file("keys.txt"), "nope", "key id 'nope' of key file '"},
+        {f.file("none.txt"), "main", "key file '"},
+        {f.file("short.txt"), "main", "64 hexadecimal digits (the device's 256-bit key)"},
     };
-    for (const REFUSAL& r : refusals)
+    for (const auto& [key_file, key_id, message] : refusals)
     {
-        s.key_file1 = r.key_file;
-        s.key1 = r.key_id;
-        EXPECT_FALSE(pgmsec_encode_configuration(f.plain, s, *f.device, image, error)) << r.what;
-        EXPECT_NE(error.find(r.message), std::string::npos) << r.what << ": " << error;
+        s.key_file1 = key_file;
+        s.key1 = key_id;
+        EXPECT_FALSE(pgmsec_encode_configuration(f.plain, s, *f.device, image, error)) << message;
+        EXPECT_NE(error.find(message), std::string::npos) << error;
         EXPECT_EQ(error.find(k_key_hex), std::string::npos);
     }
 

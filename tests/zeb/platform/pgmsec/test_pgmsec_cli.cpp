@@ -65,22 +65,11 @@ TEST(PgmsecOptions, EveryOptionActsOrIsRefusedNamingIt)
         {"key2 without HPS",
          [](auto& s, auto& f) { s = f.encrypted(), s.key_file2 = f.file("keys.txt"), s.key2 = "hps"; }, "5ZV066H2",
          "option 'key2' encrypts the HPS section"},
-        {"finalize_encryption",
-         [](auto& s, auto& f) {
-             s = f.encrypted(), s.finalize_encryption = true, s.hek_file = f.file("k.hek"),
-             s.password = "correct horse";
-         },
-         "7TR440PA3R1", "wrapped key=finalised"},
-        {"password wrong",
-         [](auto& s, auto& f)
-         { s = f.encrypted(), s.finalize_encryption = true, s.hek_file = f.file("k.hek"), s.password = "wrong"; },
-         "7TR440PA3R1", "does not open with the given password"},
-        {"hek asking too many rounds",
-         [](auto& s, auto& f)
-         {
-             s = f.encrypted(), s.finalize_encryption = true, s.hek_file = f.file("slow.hek"),
-             s.password = "correct horse";
-         },
+        {"finalize_encryption", [](auto& s, auto& f) { s = f.finalizing("k.hek", "correct horse"); }, "7TR440PA3R1",
+         "wrapped key=finalised"},
+        {"password wrong", [](auto& s, auto& f) { s = f.finalizing("k.hek", "wrong"); }, "7TR440PA3R1",
+         "does not open with the given password"},
+        {"hek asking too many rounds", [](auto& s, auto& f) { s = f.finalizing("slow.hek", "correct horse"); },
          "7TR440PA3R1", "invalid key-encryption key record"},
         {"finalize_encryption_later", [](auto& s, auto& f) { s = f.encrypted(), s.finalize_encryption_later = true; },
          "7TR440PA3R1", "wrapped key=not finalised"},
@@ -179,11 +168,7 @@ TEST(PgmsecCli, SignAndFinalizeLaterMatchOneStepGeneration)
     struct stat mode = {};
     ASSERT_EQ(::stat(f.file("k.hek").c_str(), &mode), 0);
     EXPECT_EQ(mode.st_mode & 0777, 0600u);
-    s = f.signed_settings(f.encrypted());
-    s.finalize_encryption = true;
-    s.hek_file = f.file("k.hek");
-    s.password = "s3cret-pass";
-    ASSERT_EQ(f.generate(s, "one.rbf"), "");
+    ASSERT_EQ(f.generate(f.signed_settings(f.finalizing("k.hek", "s3cret-pass")), "one.rbf"), "");
     s = f.encrypted();
     s.finalize_encryption_later = s.sign_later = true;
     ASSERT_EQ(f.generate(s, "later.rbf"), "");

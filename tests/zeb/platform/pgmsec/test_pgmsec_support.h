@@ -78,6 +78,16 @@ struct SECURITY_FIXTURE
         return s;
     }
 
+    // Encryption finalised at once with the key-encryption key `hek` that `password` opens.
+    PGMIO_SECURITY_SETTINGS finalizing(const std::string& hek, const std::string& password) const
+    {
+        PGMIO_SECURITY_SETTINGS s = encrypted();
+        s.finalize_encryption = true;
+        s.hek_file = file(hek);
+        s.password = password;
+        return s;
+    }
+
     // Signing with the fixture's key.pem.
     PGMIO_SECURITY_SETTINGS signed_settings(PGMIO_SECURITY_SETTINGS s) const
     {
