@@ -4,6 +4,7 @@
 #include "test_formats_support.h"
 
 #include "pgm/zeb/platform/bitasm/bitasm.h"
+#include "pgm/zeb/platform/pgmio/pgmio_flash_dir.h"
 #include "pgm/zeb/platform/pgmio/pgmio_info.h"
 
 #include <concepts>
@@ -56,7 +57,9 @@ template <class FORMAT, class IMAGE> IMAGE round_trip(const IMAGE& written)
     std::string error;
     IMAGE read;
     EXPECT_TRUE(FORMAT::write(dir.file("f"), written, error) && FORMAT::read(dir.file("f"), read, error)) << error;
-    EXPECT_EQ(encoded<FORMAT>(read), encoded<FORMAT>(written));
+    const PGMIO_BYTES bytes = encoded<FORMAT>(written);
+    EXPECT_EQ(read_file(dir.file("f")), std::string(bytes.begin(), bytes.end())); // streamed or not
+    EXPECT_EQ(encoded<FORMAT>(read), bytes);
     if constexpr (std::equality_comparable<IMAGE>)
     {
         EXPECT_EQ(read, written);
@@ -82,6 +85,65 @@ TEST(Formats, EveryFormatRoundTrips)
 
 // The CRC against a bit-at-a-time reference: lengths on both sides of the folded path, unaligned
 // starts and a continued CRC, plus the polynomial's published check value.
+// A streamed flash file whose blocks get more or fewer bytes than announced, in pieces across
+// blocks or not, is refused and leaves no file.
+TEST(Formats, StreamedFlashFileTakesExactlyTheAnnouncedBytes)
+{
+    SCRATCH_DIR dir;
+    const PGMIO_FLASH_IMAGE flash = small_flash(true);
+    const std::vector<PGMIO_FLASH_EXTENT> blocks = {{0x0, 16}, {0x10000, 7}};
+    for (size_t given : {22, 23, 24})
+    {
+        const std::string path = dir.file(std::to_string(given) + ".jic");
+        PGMIO_FLASH_FILE_STREAM out(path, flash, blocks);
+        std::string error;
+        ASSERT_TRUE(out.start(error)) << error;
+        const PGMIO_BYTES data = counting_bytes(given, 0);
+        out.append(std::span(data).first(10)), out.append(std::span(data).subspan(10));
+        EXPECT_EQ(out.finish(error), given == 23) << given << ": " << error;
+        EXPECT_EQ(std::filesystem::exists(path), given == 23) << given;
+    }
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.file("")), {}), 1); // no temporary file left
+    PGMIO_FLASH_FILE_STREAM out(dir.file("o.jic"), flash, {{0x0, 16}, {0x8, 7}});
+    std::string error;
+    EXPECT_FALSE(out.start(error));
+    EXPECT_NE(error.find("overlaps the one before it"), std::string::npos) << error;
+}
+
+// The verifier reads raw programming data from its file a piece at a time. It finds damage anywhere
+// in a content larger than a piece, with bit swap or without, as it does in the bytes held whole.
+TEST(Formats, FlashWalkFromFileOrMemoryFindsDamageAnywhere)
+{
+    SCRATCH_DIR dir;
+    const PGMIO_BYTES config = encoded<PGMIO_RBF>(small_config(0));
+    const PGMIO_BYTES raw = counting_bytes(size_t(9) << 20, 5);
+    PGMIO_FLASH_DIR boot;
+    boot.idcode = k_sample_idcode;
+    boot.boot = 0;
+    boot.entries = {{"P1", 0x1000, config.size(), pgmio_crc32(config), 0, PGMIO_DIR_ENTRY_IMAGE},
+                    {"DATA", 0x100000, raw.size(), pgmio_crc32(raw), 0, PGMIO_DIR_ENTRY_RAW}};
+    PGMIO_BYTES record;
+    std::string error;
+    ASSERT_TRUE(PGMIO_FLASH_DIR_CODEC::encode(boot, record, error)) << error;
+    PGMIO_BYTES flash(0x100000 + raw.size(), 0xFF);
+    std::copy(record.begin(), record.end(), flash.begin());
+    std::copy(config.begin(), config.end(), flash.begin() + 0x1000);
+    std::copy(raw.begin(), raw.end(), flash.begin() + 0x100000);
+    for (bool swapped : {false, true})
+        for (size_t damaged : {size_t(0), size_t(0x1000 + 40), flash.size() - 1})
+        {
+            PGMIO_BYTES bytes = flash;
+            bytes[damaged] ^= damaged ? 0x01 : 0x00;
+            if (swapped)
+                pgmio_reverse_bits(bytes);
+            write_bytes(dir.file("f.rpd"), bytes);
+            const std::string from_file = pgmio_check_file(dir.file("f.rpd"));
+            EXPECT_EQ(from_file, pgmio_check_image(bytes, FIO_EXTENSION_TYPE_RPD, "f.rpd"));
+            const std::string says = damaged == 0 ? "" : damaged < 0x100000 ? "image 'P1': CRC-32" : "image 'DATA': CRC-32";
+            EXPECT_EQ(from_file.substr(0, damaged ? says.size() : std::string::npos), says) << damaged;
+        }
+}
+
 TEST(Formats, Crc32MatchesBitwiseReference)
 {
     const auto reference = [](std::span<const uint8_t> data, uint32_t crc)

@@ -8,11 +8,7 @@
 
 std::string BITASM_MGR::check_bitstream_integrity(const std::string& path)
 {
-    PGMIO_BYTES image;
-    std::string error;
-    if (!pgmio_read_file(path, image, error))
-        return error;
-    return pgmio_check_image(image, FIO_PATH(path).get_extension_type(), path);
+    return pgmio_check_file(path);
 }
 
 std::string BITASM_MGR::embedded_bootloader_into_sof(const std::string& input_sof, const std::string& output_path,

@@ -203,6 +203,9 @@ public:
 
     bool is_open() const;
     std::ostream& stream();
+    // Overwrites `size` bytes written before, from `offset`, for fields known only at the end
+    // (an uncompressed stream only). False on a write error, which commit() then reports.
+    bool write_at(uint64_t offset, const void* data, size_t size);
     // Flushes, closes and renames over the target. False (target untouched) on any write error.
     bool commit();
     // Last system error text, for messages.

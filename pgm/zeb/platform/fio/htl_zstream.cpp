@@ -73,6 +73,28 @@ public:
 
     const std::string& error() const { return m_error; }
 
+    // Writes `size` bytes at `offset` of the file, after what is buffered (uncompressed only).
+    bool write_at(uint64_t offset, const char* data, size_t size)
+    {
+        if (m_gz != nullptr)
+            m_error = "a compressed stream cannot be rewritten";
+        if (!drain())
+            return false;
+        while (size > 0)
+        {
+            const ssize_t written = ::pwrite(m_fd, data, size, off_t(offset));
+            if (written < 0 && errno == EINTR)
+                continue;
+            if (written <= 0)
+            {
+                m_error = written < 0 ? std::strerror(errno) : "nothing written";
+                return false;
+            }
+            data += written, offset += uint64_t(written), size -= size_t(written);
+        }
+        return true;
+    }
+
 protected:
     int_type overflow(int_type ch) override
     {
@@ -268,6 +290,16 @@ bool HTL_ZOFSTREAM::is_open() const
 std::ostream& HTL_ZOFSTREAM::stream()
 {
     return m_impl->stream;
+}
+
+bool HTL_ZOFSTREAM::write_at(uint64_t offset, const void* data, size_t size)
+{
+    if (!is_open() || !m_impl->stream.flush())
+        return false;
+    if (m_impl->buffer->write_at(offset, static_cast<const char*>(data), size))
+        return true;
+    m_impl->stream.setstate(std::ios_base::badbit);
+    return false;
 }
 
 bool HTL_ZOFSTREAM::commit()

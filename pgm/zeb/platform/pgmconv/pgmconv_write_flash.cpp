@@ -42,34 +42,42 @@ bool pgmconv_write_flash_file(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOU
     flash.idcode = layout.fpga->get_fpga_record()->jtag.idcode;
     flash.design_flags = layout.design_flags;
     flash.flags = layout.remote_update ? PGMIO_FLASH_REMOTE_UPDATE : 0;
-    bool have_option_bits = false;
+    // The first directory record is the option bits; every other content a block, streamed.
+    const PGMCONV_ITEM* option_bits = nullptr;
+    std::vector<PGMIO_FLASH_EXTENT> blocks;
     for (const PGMCONV_ITEM& item : layout.items)
+    {
         if (item.kind == PGMCONV_ITEM_PAGE)
             flash.pages.push_back({item.name, item.start, item.end});
-    const bool walked = pgmconv_walk_layout(
-        state, layout,
-        [&](const PGMCONV_ITEM& item, uint64_t offset, std::span<const uint8_t> bytes)
-        {
-            if (item.kind == PGMCONV_ITEM_DIRECTORY && !have_option_bits)
-            {
-                have_option_bits = true;
-                flash.option_bits_address = item.data_start;
-                flash.option_bits.assign(bytes.begin(), bytes.end());
-            }
-            else if (offset == 0)
-                flash.blocks.push_back({item.data_start, PGMIO_BYTES(bytes.begin(), bytes.end())});
-            else
-                flash.blocks.back().data.insert(flash.blocks.back().data.end(), bytes.begin(), bytes.end());
-            return true;
-        },
-        error);
-    if (!walked)
-        return false;
+        if (item.size == 0)
+            continue;
+        if (item.kind == PGMCONV_ITEM_DIRECTORY && !option_bits)
+            option_bits = &item;
+        else
+            blocks.push_back({item.data_start, item.size});
+    }
+    if (option_bits)
+    {
+        flash.option_bits_address = option_bits->data_start;
+        if (!pgmconv_item_bytes(state, layout, *option_bits, flash.option_bits, error))
+            return false;
+    }
     if (jic)
     {
         const std::string loader = state.helper_device.empty() ? flash.fpga_device : state.helper_device;
         if (!loader_image(loader, flash.loader_device, flash.loader_image, error))
             return false;
     }
-    return PGMIO_FLASH_FILE::write(path, flash, error);
+    PGMIO_FLASH_FILE_STREAM out(path, flash, std::move(blocks));
+    return out.start(error) &&
+           pgmconv_walk_layout(
+               state, layout,
+               [&](const PGMCONV_ITEM& item, uint64_t, std::span<const uint8_t> bytes)
+               {
+                   if (&item != option_bits)
+                       out.append(bytes);
+                   return true;
+               },
+               error) &&
+           out.finish(error);
 }

@@ -191,15 +191,54 @@ struct PGMIO_FLASH_IMAGE
     bool operator==(const PGMIO_FLASH_IMAGE&) const = default;
 };
 
+// Where a data block lies, without its bytes.
+struct PGMIO_FLASH_EXTENT
+{
+    uint64_t address = 0;
+    uint64_t size = 0;
+};
+
 class PGMIO_FLASH_FILE
 {
 public:
     static bool validate(const PGMIO_FLASH_IMAGE& flash, std::string& error);
+    // As validate(), with the blocks given by `blocks` instead of `flash.blocks`.
+    static bool validate(const PGMIO_FLASH_IMAGE& flash, std::span<const PGMIO_FLASH_EXTENT> blocks,
+                         std::string& error);
     static bool encode(const PGMIO_FLASH_IMAGE& flash, PGMIO_BYTES& image, std::string& error);
     // Reads either kind; `flash.jic` tells which it was.
     static bool decode(std::span<const uint8_t> image, PGMIO_FLASH_IMAGE& flash, std::string& error);
+    // As decode(), the blocks' data left where it lies in `image`: `blocks` gets each block's
+    // address and bytes, and `flash.blocks` stays empty.
+    static bool decode_in_place(std::span<const uint8_t> image, PGMIO_FLASH_IMAGE& flash,
+                                std::vector<std::pair<uint64_t, std::span<const uint8_t>>>& blocks,
+                                std::string& error);
     static bool write(const std::string& path, const PGMIO_FLASH_IMAGE& flash, std::string& error);
     static bool read(const std::string& path, PGMIO_FLASH_IMAGE& flash, std::string& error);
+};
+
+// Writes a programmer object or JTAG indirect file whose blocks' data arrives in pieces, so that
+// the content of a flash is never in memory at once. The file appears only when finish() succeeds.
+class PGMIO_FLASH_FILE_STREAM
+{
+public:
+    // `flash` gives everything but the blocks (its `blocks` are not used), `blocks` where each
+    // block lies; checks them (false with `error`) and writes what precedes the blocks.
+    PGMIO_FLASH_FILE_STREAM(const std::string& path, const PGMIO_FLASH_IMAGE& flash,
+                            std::vector<PGMIO_FLASH_EXTENT> blocks);
+    bool start(std::string& error);
+    // The next bytes of the blocks, in order; a piece may span blocks.
+    void append(std::span<const uint8_t> data);
+    // False (nothing written) unless every block received exactly its size.
+    bool finish(std::string& error);
+
+private:
+    const PGMIO_FLASH_IMAGE& m_flash;
+    std::vector<PGMIO_FLASH_EXTENT> m_blocks;
+    PGMIO_CONTAINER_STREAM m_out;
+    size_t m_block = 0;     // the block being written
+    uint64_t m_written = 0; // of it
+    bool m_overflow = false;
 };
 
 // ---- Key programming file (.ekp) ----------------------------------------------------------------

@@ -47,6 +47,42 @@ uint64_t align8(uint64_t value)
     return (value + 7) & ~uint64_t(7);
 }
 
+// The header and section table of a container of `total` bytes.
+void store_head(uint8_t* out, uint32_t kind, std::span<const PGMIO_CONTAINER_ENTRY> entries, uint64_t total)
+{
+    std::memcpy(out, k_magic, sizeof k_magic);
+    store_le(out + 4, kind, 4);
+    store_le(out + 8, PGMIO_CONTAINER_VERSION, 2);
+    store_le(out + 10, PGMIO_CONTAINER_HEADER_SIZE, 2);
+    store_le(out + 12, entries.size(), 4);
+    store_le(out + 16, total, 8);
+    std::memset(out + 24, 0, 8);
+    for (size_t i = 0; i < entries.size(); ++i)
+    {
+        uint8_t* entry = out + PGMIO_CONTAINER_HEADER_SIZE + i * PGMIO_CONTAINER_ENTRY_SIZE;
+        store_le(entry, entries[i].tag, 4);
+        store_le(entry + 4, entries[i].crc, 4);
+        store_le(entry + 8, entries[i].offset, 8);
+        store_le(entry + 16, entries[i].size, 8);
+    }
+}
+
+std::string section_count_problem(size_t count)
+{
+    if (count <= PGMIO_CONTAINER_MAX_SECTIONS)
+        return {};
+    return "too many sections (" + std::to_string(count) + "), the format allows " +
+           std::to_string(PGMIO_CONTAINER_MAX_SECTIONS);
+}
+
+std::string file_size_problem(uint64_t total)
+{
+    if (total <= PGMIO_MAX_FILE_SIZE)
+        return {};
+    return "the file would be " + std::to_string(total) + " bytes, the largest allowed is " +
+           std::to_string(PGMIO_MAX_FILE_SIZE);
+}
+
 std::string system_error_text()
 {
     return std::strerror(errno);
@@ -416,51 +452,111 @@ bool pgmio_parse_container_of_kind(std::span<const uint8_t> image, uint32_t kind
 
 bool PGMIO_CONTAINER_BUILDER::finish(PGMIO_BYTES& image, std::string& error) const
 {
-    if (m_sections.size() > PGMIO_CONTAINER_MAX_SECTIONS)
-    {
-        error = "too many sections (" + std::to_string(m_sections.size()) + "), the format allows " +
-                std::to_string(PGMIO_CONTAINER_MAX_SECTIONS);
+    error = section_count_problem(m_sections.size());
+    if (!error.empty())
         return false;
-    }
-    const uint64_t table_end = PGMIO_CONTAINER_HEADER_SIZE + m_sections.size() * PGMIO_CONTAINER_ENTRY_SIZE;
-    std::vector<uint64_t> offsets;
-    uint64_t position = table_end;
+    std::vector<PGMIO_CONTAINER_ENTRY> entries;
+    uint64_t position = PGMIO_CONTAINER_HEADER_SIZE + m_sections.size() * PGMIO_CONTAINER_ENTRY_SIZE;
     for (const PENDING& section : m_sections)
     {
         position = align8(position);
-        offsets.push_back(position);
+        entries.push_back({section.tag, pgmio_crc32(section.data), position, section.data.size()});
         position += section.data.size();
     }
     const uint64_t data_end = align8(position);
     const uint64_t total = data_end + PGMIO_CONTAINER_TRAILER_SIZE;
-    if (total > PGMIO_MAX_FILE_SIZE)
-    {
-        error = "the file would be " + std::to_string(total) + " bytes, the largest allowed is " +
-                std::to_string(PGMIO_MAX_FILE_SIZE);
+    error = file_size_problem(total);
+    if (!error.empty())
         return false;
-    }
-    // Laid out in place: zero-filled, so padding and reserved fields need no writing.
+    // Laid out in place: zero-filled, so padding needs no writing.
     image.assign(size_t(total), 0);
     uint8_t* out = image.data();
-    std::memcpy(out, k_magic, sizeof k_magic);
-    store_le(out + 4, m_kind, 4);
-    store_le(out + 8, PGMIO_CONTAINER_VERSION, 2);
-    store_le(out + 10, PGMIO_CONTAINER_HEADER_SIZE, 2);
-    store_le(out + 12, m_sections.size(), 4);
-    store_le(out + 16, total, 8);
+    store_head(out, m_kind, entries, total);
     for (size_t i = 0; i < m_sections.size(); ++i)
-    {
-        uint8_t* entry = out + PGMIO_CONTAINER_HEADER_SIZE + i * PGMIO_CONTAINER_ENTRY_SIZE;
-        const std::span<const uint8_t> data = m_sections[i].data;
-        store_le(entry, m_sections[i].tag, 4);
-        store_le(entry + 4, pgmio_crc32(data), 4);
-        store_le(entry + 8, offsets[i], 8);
-        store_le(entry + 16, data.size(), 8);
-        if (!data.empty())
-            std::memcpy(out + offsets[i], data.data(), data.size());
-    }
+        if (!m_sections[i].data.empty())
+            std::memcpy(out + entries[i].offset, m_sections[i].data.data(), m_sections[i].data.size());
     store_le(out + data_end, pgmio_crc32(std::span<const uint8_t>(out, size_t(data_end))), 4);
     return true;
+}
+
+PGMIO_CONTAINER_STREAM::PGMIO_CONTAINER_STREAM(const std::string& path, uint32_t kind, uint32_t section_count)
+    : m_kind(kind), m_count(section_count), m_out(std::make_unique<HTL_ZOFSTREAM>(path))
+{
+    m_error = section_count_problem(section_count);
+    if (!m_out->is_open())
+        m_error = m_out->error();
+    if (!m_error.empty())
+        return;
+    m_entries.reserve(section_count);
+    // The header and table, filled in at the end.
+    const PGMIO_BYTES reserved(PGMIO_CONTAINER_HEADER_SIZE + size_t(section_count) * PGMIO_CONTAINER_ENTRY_SIZE, 0);
+    m_out->stream().write(reinterpret_cast<const char*>(reserved.data()), std::streamsize(reserved.size()));
+    m_position = reserved.size();
+}
+
+PGMIO_CONTAINER_STREAM::~PGMIO_CONTAINER_STREAM() = default;
+
+void PGMIO_CONTAINER_STREAM::put(std::span<const uint8_t> data)
+{
+    if (!m_error.empty() || data.empty())
+        return;
+    m_error = file_size_problem(m_position + data.size() + PGMIO_CONTAINER_TRAILER_SIZE);
+    if (!m_error.empty())
+        return;
+    m_out->stream().write(reinterpret_cast<const char*>(data.data()), std::streamsize(data.size()));
+    m_data_crc = pgmio_crc32(data, m_data_crc);
+    m_position += data.size();
+}
+
+void PGMIO_CONTAINER_STREAM::pad()
+{
+    static constexpr uint8_t zeros[8] = {};
+    put(std::span(zeros, size_t(align8(m_position) - m_position)));
+}
+
+void PGMIO_CONTAINER_STREAM::begin(uint32_t tag)
+{
+    if (m_entries.size() == m_count && m_error.empty())
+        m_error = "more sections than the " + std::to_string(m_count) + " announced";
+    if (!m_error.empty())
+        return;
+    pad();
+    m_entries.push_back({tag, 0, m_position, 0});
+}
+
+void PGMIO_CONTAINER_STREAM::append(std::span<const uint8_t> data)
+{
+    if (m_entries.empty() || !m_error.empty())
+        return;
+    const uint64_t before = m_position;
+    put(data);
+    PGMIO_CONTAINER_ENTRY& entry = m_entries.back();
+    entry.crc = pgmio_crc32(data, entry.crc);
+    entry.size += m_position - before;
+}
+
+bool PGMIO_CONTAINER_STREAM::finish(std::string& error)
+{
+    if (m_error.empty() && m_entries.size() != m_count)
+        m_error = std::to_string(m_entries.size()) + " sections of the " + std::to_string(m_count) + " announced";
+    pad();
+    const uint64_t total = m_position + PGMIO_CONTAINER_TRAILER_SIZE;
+    PGMIO_BYTES head(PGMIO_CONTAINER_HEADER_SIZE + m_entries.size() * PGMIO_CONTAINER_ENTRY_SIZE);
+    store_head(head.data(), m_kind, m_entries, total);
+    // The file CRC runs over the head, written last, and the data after it, written first.
+    const uint32_t file_crc = pgmio_crc32_combine(pgmio_crc32(head), m_data_crc, m_position - head.size());
+    uint8_t trailer[PGMIO_CONTAINER_TRAILER_SIZE];
+    store_le(trailer, file_crc, PGMIO_CONTAINER_TRAILER_SIZE);
+    if (m_error.empty())
+    {
+        // A failed write leaves the stream bad, which commit() reports with the reason.
+        m_out->stream().write(reinterpret_cast<const char*>(trailer), sizeof trailer);
+        m_out->write_at(0, head.data(), head.size());
+        if (!m_out->commit())
+            m_error = m_out->error();
+    }
+    error = m_error;
+    return m_error.empty();
 }
 
 bool pgmio_check_section_set(const PGMIO_CONTAINER_VIEW& view, std::initializer_list<uint32_t> required,

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -44,6 +45,8 @@ constexpr uint64_t PGMIO_MAX_FILE_SIZE = uint64_t(2) << 30;
 
 // CRC-32 (the zlib/IEEE polynomial) of `data`, continuing from `crc` (0 to start).
 uint32_t pgmio_crc32(std::span<const uint8_t> data, uint32_t crc = 0);
+// The CRC-32 of two pieces one after the other, from the CRC of each and the second's length.
+uint32_t pgmio_crc32_combine(uint32_t first, uint32_t second, uint64_t second_size);
 // SHA-256 of `data`.
 PGMIO_HASH pgmio_sha256(std::span<const uint8_t> data);
 // SHA-256 of data fed in pieces, for inputs streamed rather than held whole.
@@ -113,6 +116,15 @@ bool pgmio_parse_container(std::span<const uint8_t> image, PGMIO_CONTAINER_VIEW&
 bool pgmio_parse_container_of_kind(std::span<const uint8_t> image, uint32_t kind, std::string_view what,
                                    PGMIO_CONTAINER_VIEW& view, std::string& error);
 
+// One entry of the section table, as stored.
+struct PGMIO_CONTAINER_ENTRY
+{
+    uint32_t tag = 0;
+    uint32_t crc = 0;
+    uint64_t offset = 0;
+    uint64_t size = 0;
+};
+
 // Collects sections and lays them out. The added data must stay alive until finish().
 class PGMIO_CONTAINER_BUILDER
 {
@@ -130,6 +142,40 @@ private:
     };
     uint32_t m_kind;
     std::vector<PENDING> m_sections;
+};
+
+class HTL_ZOFSTREAM;
+
+// Writes a container to a file one section at a time without holding the sections' data, for
+// files as large as a flash: the header and section table are reserved first and filled in by
+// finish(), which then renames the file into place. Nothing appears at the path otherwise.
+class PGMIO_CONTAINER_STREAM
+{
+public:
+    // Exactly `section_count` sections follow.
+    PGMIO_CONTAINER_STREAM(const std::string& path, uint32_t kind, uint32_t section_count);
+    ~PGMIO_CONTAINER_STREAM();
+    PGMIO_CONTAINER_STREAM(const PGMIO_CONTAINER_STREAM&) = delete;
+    PGMIO_CONTAINER_STREAM& operator=(const PGMIO_CONTAINER_STREAM&) = delete;
+    // Starts the next section, whose data follows in any number of appends.
+    void begin(uint32_t tag);
+    void append(std::span<const uint8_t> data);
+    void add(uint32_t tag, std::span<const uint8_t> data) { begin(tag), append(data); }
+    // Completes the table and the file CRC and renames the file into place. False (with `error`,
+    // and nothing written) on a write error, past the format's limits, or with fewer sections
+    // than announced.
+    bool finish(std::string& error);
+
+private:
+    void pad();
+    void put(std::span<const uint8_t> data);
+    uint32_t m_kind;
+    uint32_t m_count;
+    std::vector<PGMIO_CONTAINER_ENTRY> m_entries;
+    std::unique_ptr<HTL_ZOFSTREAM> m_out;
+    uint64_t m_position = 0;  // bytes written
+    uint32_t m_data_crc = 0;  // CRC-32 of the bytes after the section table
+    std::string m_error;      // the first failure
 };
 
 // Ensures the container has exactly one section of each tag of `required` and at most one of

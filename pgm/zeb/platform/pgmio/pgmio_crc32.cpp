@@ -160,3 +160,8 @@ uint32_t pgmio_crc32(std::span<const uint8_t> data, uint32_t crc)
 #endif
     return crc32_zlib(p, size, crc);
 }
+
+uint32_t pgmio_crc32_combine(uint32_t first, uint32_t second, uint64_t second_size)
+{
+    return uint32_t(crc32_combine64(first, second, z_off64_t(second_size)));
+}

@@ -43,9 +43,65 @@ bool check_range(const char* what, uint64_t start, uint64_t size, uint64_t flash
     return true;
 }
 
+
+std::vector<PGMIO_FLASH_EXTENT> extents_of(const std::vector<PGMIO_FLASH_BLOCK>& blocks)
+{
+    std::vector<PGMIO_FLASH_EXTENT> extents;
+    for (const PGMIO_FLASH_BLOCK& block : blocks)
+        extents.push_back({block.address, block.data.size()});
+    return extents;
+}
+
+// The sections before the blocks, in file order, and the flash loader section.
+std::vector<std::pair<uint32_t, PGMIO_BYTES>> leading_sections(const PGMIO_FLASH_IMAGE& flash)
+{
+    PGMIO_BYTE_WRITER header;
+    header.str(flash.flash_device);
+    header.u64(flash.flash_size);
+    header.str(flash.fpga_device);
+    header.u32(flash.idcode);
+    header.u32(flash.design_flags);
+    header.u32(flash.flags);
+    PGMIO_BYTE_WRITER option_bits;
+    option_bits.u64(flash.option_bits_address);
+    option_bits.bytes(flash.option_bits);
+    PGMIO_BYTE_WRITER pages;
+    pages.u32(uint32_t(flash.pages.size()));
+    for (const PGMIO_FLASH_PAGE& page : flash.pages)
+    {
+        pages.str(page.name);
+        pages.u64(page.start);
+        pages.u64(page.end);
+    }
+    return {{k_header, std::move(header.data())},
+            {k_option_bits, std::move(option_bits.data())},
+            {k_pages, std::move(pages.data())}};
+}
+
+PGMIO_BYTES loader_section(const PGMIO_FLASH_IMAGE& flash)
+{
+    PGMIO_BYTE_WRITER loader;
+    loader.str(flash.loader_device);
+    loader.bytes(flash.loader_image);
+    return std::move(loader.data());
+}
+
+PGMIO_BYTES block_address(uint64_t address)
+{
+    PGMIO_BYTE_WRITER field;
+    field.u64(address);
+    return std::move(field.data());
+}
+
 } // namespace
 
 bool PGMIO_FLASH_FILE::validate(const PGMIO_FLASH_IMAGE& flash, std::string& error)
+{
+    return validate(flash, extents_of(flash.blocks), error);
+}
+
+bool PGMIO_FLASH_FILE::validate(const PGMIO_FLASH_IMAGE& flash, std::span<const PGMIO_FLASH_EXTENT> blocks,
+                                std::string& error)
 {
     if (flash.flash_device.empty() || flash.fpga_device.empty())
     {
@@ -111,18 +167,18 @@ bool PGMIO_FLASH_FILE::validate(const PGMIO_FLASH_IMAGE& flash, std::string& err
         }
     }
     const uint64_t options_end = flash.option_bits_address + flash.option_bits.size();
-    for (size_t i = 0; i < flash.blocks.size(); ++i)
+    for (size_t i = 0; i < blocks.size(); ++i)
     {
-        const PGMIO_FLASH_BLOCK& block = flash.blocks[i];
-        if (!check_range("flash data block", block.address, block.data.size(), flash.flash_size, error))
+        const PGMIO_FLASH_EXTENT& block = blocks[i];
+        if (!check_range("flash data block", block.address, block.size, flash.flash_size, error))
             return false;
-        if (i > 0 && block.address < flash.blocks[i - 1].address + flash.blocks[i - 1].data.size())
+        if (i > 0 && block.address < blocks[i - 1].address + blocks[i - 1].size)
         {
             error = "flash data block at " + pgmio_hex_number(block.address) +
                     " overlaps the one before it or is out of ascending order";
             return false;
         }
-        if (block.address < options_end && flash.option_bits_address < block.address + block.data.size())
+        if (block.address < options_end && flash.option_bits_address < block.address + block.size)
         {
             error = "flash data block at " + pgmio_hex_number(block.address) + " overlaps the option bits";
             return false;
@@ -141,48 +197,40 @@ bool PGMIO_FLASH_FILE::encode(const PGMIO_FLASH_IMAGE& flash, PGMIO_BYTES& image
 {
     if (!validate(flash, error))
         return false;
-    PGMIO_BYTE_WRITER header;
-    header.str(flash.flash_device);
-    header.u64(flash.flash_size);
-    header.str(flash.fpga_device);
-    header.u32(flash.idcode);
-    header.u32(flash.design_flags);
-    header.u32(flash.flags);
-    PGMIO_BYTE_WRITER option_bits;
-    option_bits.u64(flash.option_bits_address);
-    option_bits.bytes(flash.option_bits);
-    PGMIO_BYTE_WRITER pages;
-    pages.u32(uint32_t(flash.pages.size()));
-    for (const PGMIO_FLASH_PAGE& page : flash.pages)
+    const std::vector<std::pair<uint32_t, PGMIO_BYTES>> leading = leading_sections(flash);
+    std::vector<PGMIO_BYTES> blocks;
+    for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
     {
-        pages.str(page.name);
-        pages.u64(page.start);
-        pages.u64(page.end);
+        blocks.push_back(block_address(block.address));
+        blocks.back().insert(blocks.back().end(), block.data.begin(), block.data.end());
     }
-    std::vector<PGMIO_BYTE_WRITER> blocks(flash.blocks.size());
-    for (size_t i = 0; i < flash.blocks.size(); ++i)
-    {
-        blocks[i].u64(flash.blocks[i].address);
-        blocks[i].bytes(flash.blocks[i].data);
-    }
-    PGMIO_BYTE_WRITER loader;
-    loader.str(flash.loader_device);
-    loader.bytes(flash.loader_image);
-
+    const PGMIO_BYTES loader = loader_section(flash);
     PGMIO_CONTAINER_BUILDER builder(flash.jic ? PGMIO_KIND_JIC : PGMIO_KIND_POF);
-    builder.add(k_header, header.data());
-    builder.add(k_option_bits, option_bits.data());
-    builder.add(k_pages, pages.data());
-    for (const PGMIO_BYTE_WRITER& block : blocks)
-        builder.add(k_block, block.data());
+    for (const auto& [tag, data] : leading)
+        builder.add(tag, data);
+    for (const PGMIO_BYTES& block : blocks)
+        builder.add(k_block, block);
     if (flash.jic)
-        builder.add(k_loader, loader.data());
+        builder.add(k_loader, loader);
     return builder.finish(image, error);
 }
 
 bool PGMIO_FLASH_FILE::decode(std::span<const uint8_t> image, PGMIO_FLASH_IMAGE& flash, std::string& error)
 {
+    std::vector<std::pair<uint64_t, std::span<const uint8_t>>> blocks;
+    if (!decode_in_place(image, flash, blocks, error))
+        return false;
+    for (const auto& [address, data] : blocks)
+        flash.blocks.push_back({address, PGMIO_BYTES(data.begin(), data.end())});
+    return true;
+}
+
+bool PGMIO_FLASH_FILE::decode_in_place(std::span<const uint8_t> image, PGMIO_FLASH_IMAGE& flash,
+                                       std::vector<std::pair<uint64_t, std::span<const uint8_t>>>& blocks,
+                                       std::string& error)
+{
     flash = PGMIO_FLASH_IMAGE{};
+    blocks.clear();
     PGMIO_CONTAINER_VIEW view;
     if (!pgmio_parse_container(image, view, error))
         return false;
@@ -236,13 +284,11 @@ bool PGMIO_FLASH_FILE::decode(std::span<const uint8_t> image, PGMIO_FLASH_IMAGE&
     for (const PGMIO_SECTION_VIEW* section : view.find_all(k_block))
     {
         PGMIO_BYTE_READER block(section->data, "FBLK");
-        PGMIO_FLASH_BLOCK entry;
-        entry.address = block.u64();
+        const uint64_t address = block.u64();
         const std::span<const uint8_t> data = block.rest();
         if (!block.finish(error))
             return false;
-        entry.data.assign(data.begin(), data.end());
-        flash.blocks.push_back(std::move(entry));
+        blocks.emplace_back(address, data);
     }
     if (flash.jic)
     {
@@ -253,17 +299,77 @@ bool PGMIO_FLASH_FILE::decode(std::span<const uint8_t> image, PGMIO_FLASH_IMAGE&
             return false;
         flash.loader_image.assign(loader_image.begin(), loader_image.end());
     }
-    return validate(flash, error);
+    std::vector<PGMIO_FLASH_EXTENT> extents;
+    for (const auto& [address, data] : blocks)
+        extents.push_back({address, data.size()});
+    return validate(flash, extents, error);
 }
 
 bool PGMIO_FLASH_FILE::write(const std::string& path, const PGMIO_FLASH_IMAGE& flash, std::string& error)
 {
-    PGMIO_BYTES image;
-    return encode(flash, image, error) && pgmio_write_file_atomic(path, image, error);
+    PGMIO_FLASH_FILE_STREAM out(path, flash, extents_of(flash.blocks));
+    if (!out.start(error))
+        return false;
+    for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
+        out.append(block.data);
+    return out.finish(error);
 }
 
 bool PGMIO_FLASH_FILE::read(const std::string& path, PGMIO_FLASH_IMAGE& flash, std::string& error)
 {
     PGMIO_BYTES image;
     return pgmio_read_file(path, image, error) && decode(image, flash, error);
+}
+
+PGMIO_FLASH_FILE_STREAM::PGMIO_FLASH_FILE_STREAM(const std::string& path, const PGMIO_FLASH_IMAGE& flash,
+                                                 std::vector<PGMIO_FLASH_EXTENT> blocks)
+    : m_flash(flash), m_blocks(std::move(blocks)),
+      m_out(path, flash.jic ? PGMIO_KIND_JIC : PGMIO_KIND_POF, uint32_t(3 + m_blocks.size() + (flash.jic ? 1 : 0)))
+{
+}
+
+bool PGMIO_FLASH_FILE_STREAM::start(std::string& error)
+{
+    if (!PGMIO_FLASH_FILE::validate(m_flash, m_blocks, error))
+        return false;
+    for (const auto& [tag, data] : leading_sections(m_flash))
+        m_out.add(tag, data);
+    return true;
+}
+
+void PGMIO_FLASH_FILE_STREAM::append(std::span<const uint8_t> data)
+{
+    while (!data.empty())
+    {
+        if (m_block == m_blocks.size())
+        {
+            m_overflow = true;
+            return;
+        }
+        const PGMIO_FLASH_EXTENT& block = m_blocks[m_block];
+        if (m_written == 0)
+        {
+            m_out.begin(k_block);
+            m_out.append(block_address(block.address));
+        }
+        const size_t piece = size_t(std::min<uint64_t>(data.size(), block.size - m_written));
+        m_out.append(data.first(piece));
+        data = data.subspan(piece);
+        m_written += piece;
+        if (m_written == block.size)
+            ++m_block, m_written = 0;
+    }
+}
+
+bool PGMIO_FLASH_FILE_STREAM::finish(std::string& error)
+{
+    if (m_overflow || m_block != m_blocks.size())
+    {
+        error = "the flash data blocks received " + std::string(m_overflow ? "more" : "fewer") +
+                " bytes than their sizes announced";
+        return false;
+    }
+    if (m_flash.jic)
+        m_out.add(k_loader, loader_section(m_flash));
+    return m_out.finish(error);
 }

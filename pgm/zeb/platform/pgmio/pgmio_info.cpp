@@ -73,20 +73,19 @@ void add_config_fields(const PGMIO_CONFIG_DATA& config, PGMIO_FILE_INFO& info)
 }
 
 // Walks the flash content of a programmer object or JTAG indirect file that carries directory records.
-std::string walk_flash_file(const PGMIO_FLASH_IMAGE& flash, PGMIO_FILE_INFO& info)
+std::string walk_flash_file(const PGMIO_FLASH_IMAGE& flash, std::vector<PGMIO_FLASH_PIECE> pieces,
+                            PGMIO_FILE_INFO& info)
 {
-    uint64_t end = flash.option_bits_address + flash.option_bits.size();
-    for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
-        end = std::max<uint64_t>(end, block.address + block.data.size());
+    pieces.emplace_back(flash.option_bits_address, flash.option_bits);
+    std::sort(pieces.begin(), pieces.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    const uint64_t end = pieces.back().first + pieces.back().second.size();
     if (end > PGMIO_MAX_FILE_SIZE)
         return "the flash content spans " + pgmio_hex_number(end) + " bytes, more than " +
                pgmio_hex_number(PGMIO_MAX_FILE_SIZE) + " can be walked";
-    PGMIO_BYTES bytes(size_t(end), 0xFF);
-    std::copy(flash.option_bits.begin(), flash.option_bits.end(), bytes.begin() + ptrdiff_t(flash.option_bits_address));
-    for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
-        std::copy(block.data.begin(), block.data.end(), bytes.begin() + ptrdiff_t(block.address));
+    // The walk reads the blocks where they lie in the file.
+    PGMIO_FLASH_PIECE_SOURCE source(std::move(pieces));
     info.has_flash = true;
-    pgmio_walk_flash(bytes, info.flash);
+    pgmio_walk_flash(source, info.flash);
     return info.flash.failure;
 }
 
@@ -154,7 +153,8 @@ std::string decode_container(std::span<const uint8_t> image, uint32_t kind, PGMI
     case PGMIO_KIND_JIC:
     {
         PGMIO_FLASH_IMAGE flash;
-        if (!PGMIO_FLASH_FILE::decode(image, flash, error))
+        std::vector<PGMIO_FLASH_PIECE> blocks;
+        if (!PGMIO_FLASH_FILE::decode_in_place(image, flash, blocks, error))
             return error;
         out.device = flash.fpga_device;
         field("flash device", flash.flash_device);
@@ -167,14 +167,14 @@ std::string decode_container(std::span<const uint8_t> image, uint32_t kind, PGMI
         for (const PGMIO_FLASH_PAGE& page : flash.pages)
             field("page " + page.name, pgmio_hex_number(page.start) + ".." + pgmio_hex_number(page.end));
         uint64_t bytes = 0;
-        for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
-            bytes += block.data.size();
-        field("data blocks", std::to_string(flash.blocks.size()) + " (" + std::to_string(bytes) + " bytes)");
+        for (const PGMIO_FLASH_PIECE& block : blocks)
+            bytes += block.second.size();
+        field("data blocks", std::to_string(blocks.size()) + " (" + std::to_string(bytes) + " bytes)");
         if (flash.jic)
             field("flash loader", flash.loader_device + " (" + std::to_string(flash.loader_image.size()) + " bytes)");
         // The check walks the flash content as --info does, so that both give one verdict.
         if (PGMIO_FLASH_DIR_CODEC::has_magic(flash.option_bits))
-            return walk_flash_file(flash, out);
+            return walk_flash_file(flash, std::move(blocks), out);
         return {};
     }
     case PGMIO_KIND_EKP:
@@ -360,9 +360,59 @@ std::string pgmio_check_image(std::span<const uint8_t> image, FIO_EXTENSION_TYPE
     return {};
 }
 
+namespace
+{
+
+void describe_flash(PGMIO_FLASH_SOURCE& flash, PGMIO_FILE_INFO& info)
+{
+    info.size = flash.size();
+    info.kind = "raw programming data file";
+    info.format = "rpd";
+    info.has_flash = true;
+    pgmio_walk_flash(flash, info.flash);
+    info.integrity = info.flash.failure;
+}
+
+} // namespace
+
+std::string pgmio_check_file(const std::string& path)
+{
+    const FIO_EXTENSION_TYPE extension = FIO_PATH(path).get_extension_type();
+    PGMIO_FLASH_FILE_SOURCE flash;
+    PGMIO_BYTES image;
+    std::string error;
+    if (extension == FIO_EXTENSION_TYPE_RPD)
+    {
+        if (!flash.open(path, error))
+            return error;
+        if (flash.size() == 0)
+            return "the file is empty";
+        PGMIO_FLASH_WALK walk;
+        pgmio_walk_flash(flash, walk);
+        return walk.failure;
+    }
+    if (!pgmio_read_file(path, image, error))
+        return error;
+    return pgmio_check_image(image, extension, path);
+}
+
 bool pgmio_describe_file(const std::string& path, PGMIO_FILE_INFO& info, std::string& error)
 {
     info = PGMIO_FILE_INFO{};
+    if (FIO_PATH(path).get_extension_type() == FIO_EXTENSION_TYPE_RPD)
+    {
+        // Raw programming data is walked from the file: as large as the flash, it is never held whole.
+        PGMIO_FLASH_FILE_SOURCE flash;
+        if (!flash.open(path, error))
+            return false;
+        if (flash.size() == 0)
+        {
+            error = "'" + path + "' is empty";
+            return false;
+        }
+        describe_flash(flash, info);
+        return true;
+    }
     PGMIO_BYTES image;
     if (!pgmio_read_file(path, image, error))
         return false;
@@ -375,12 +425,11 @@ bool pgmio_describe_file(const std::string& path, PGMIO_FILE_INFO& info, std::st
     switch (pgmio_detect_format(image, FIO_PATH(path).get_extension_type()))
     {
     case PGMIO_IMAGE_FORMAT_FLASH:
-        info.kind = "raw programming data file";
-        info.format = "rpd";
-        info.has_flash = true;
-        pgmio_walk_flash(image, info.flash);
-        info.integrity = info.flash.failure;
+    {
+        PGMIO_FLASH_PIECE_SOURCE flash({{0, image}});
+        describe_flash(flash, info);
         return true;
+    }
     case PGMIO_IMAGE_FORMAT_CONTAINER:
     {
         uint32_t kind = 0;

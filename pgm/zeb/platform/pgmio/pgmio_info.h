@@ -60,6 +60,9 @@ PGMIO_IMAGE_FORMAT pgmio_detect_format(std::span<const uint8_t> image, FIO_EXTEN
 // The reason why a file's content fails a check of its format (pgmio_detect_format); "" when it
 // passes. A format that carries no checks passes when the file is not empty.
 std::string pgmio_check_image(std::span<const uint8_t> image, FIO_EXTENSION_TYPE extension, const std::string& name);
+// As pgmio_check_image() on the file at `path`, or why it cannot be read. Raw programming data is
+// walked from the file, a piece at a time, never held whole.
+std::string pgmio_check_file(const std::string& path);
 
 // Describes a file. False with the reason in `error` when it cannot be read or is of none of our
 // formats; a recognised but damaged file is described with the failure in `info.integrity`.
