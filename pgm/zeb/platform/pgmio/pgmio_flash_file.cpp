@@ -52,7 +52,7 @@ std::vector<PGMIO_FLASH_EXTENT> extents_of(const std::vector<PGMIO_FLASH_BLOCK>&
     return extents;
 }
 
-// The sections before the blocks, in file order, and the flash loader section.
+// The sections before the blocks, in file order.
 std::vector<std::pair<uint32_t, PGMIO_BYTES>> leading_sections(const PGMIO_FLASH_IMAGE& flash)
 {
     PGMIO_BYTE_WRITER header;
