@@ -540,6 +540,9 @@ bool PGMIO_CONTAINER_STREAM::finish(std::string& error)
     if (m_error.empty() && m_entries.size() != m_count)
         m_error = std::to_string(m_entries.size()) + " sections of the " + std::to_string(m_count) + " announced";
     pad();
+    error = m_error;
+    if (!error.empty())
+        return false; // the temporary file goes with the stream
     const uint64_t total = m_position + PGMIO_CONTAINER_TRAILER_SIZE;
     PGMIO_BYTES head(PGMIO_CONTAINER_HEADER_SIZE + m_entries.size() * PGMIO_CONTAINER_ENTRY_SIZE);
     store_head(head.data(), m_kind, m_entries, total);
@@ -547,16 +550,13 @@ bool PGMIO_CONTAINER_STREAM::finish(std::string& error)
     const uint32_t file_crc = pgmio_crc32_combine(pgmio_crc32(head), m_data_crc, m_position - head.size());
     uint8_t trailer[PGMIO_CONTAINER_TRAILER_SIZE];
     store_le(trailer, file_crc, PGMIO_CONTAINER_TRAILER_SIZE);
-    if (m_error.empty())
-    {
-        // A failed write leaves the stream bad, which commit() reports with the reason.
-        m_out->stream().write(reinterpret_cast<const char*>(trailer), sizeof trailer);
-        m_out->write_at(0, head.data(), head.size());
-        if (!m_out->commit())
-            m_error = m_out->error();
-    }
-    error = m_error;
-    return m_error.empty();
+    // A failed write leaves the stream bad, which commit() reports with the reason.
+    m_out->stream().write(reinterpret_cast<const char*>(trailer), sizeof trailer);
+    m_out->write_at(0, head.data(), head.size());
+    if (m_out->commit())
+        return true;
+    error = m_error = m_out->error();
+    return false;
 }
 
 bool pgmio_check_section_set(const PGMIO_CONTAINER_VIEW& view, std::initializer_list<uint32_t> required,
