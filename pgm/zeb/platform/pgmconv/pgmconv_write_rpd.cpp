@@ -95,23 +95,22 @@ bool pgmconv_write_rpd(const PGMIO_CCF::STATE& state, const PGMCONV_LAYOUT& layo
 bool pgmconv_write_rpd_of_flash_file(const PGMIO_CCF::STATE& state, const FIO_PATH& input, const std::string& path,
                                      std::string& error)
 {
+    // The blocks are written from where they lie in the file, not copied out of it first.
+    PGMIO_BYTES file;
     PGMIO_FLASH_IMAGE flash;
-    if (!PGMIO_FLASH_FILE::read(input.get_full_path(), flash, error))
+    std::vector<std::pair<uint64_t, std::span<const uint8_t>>> blocks;
+    if (!pgmio_read_file(input.get_full_path(), file, error) ||
+        !PGMIO_FLASH_FILE::decode_in_place(file, flash, blocks, error))
         return false;
     GFPDB_QSPI_MGR manager;
     const DEV_FLASH_RECORD* record = manager.find_device(flash.flash_device);
     const uint64_t sector = record && record->sector_size ? record->sector_size : 0x10000;
-    std::vector<const PGMIO_FLASH_BLOCK*> blocks;
-    for (const PGMIO_FLASH_BLOCK& block : flash.blocks)
-        blocks.push_back(&block);
-    const PGMIO_FLASH_BLOCK option_bits{flash.option_bits_address, flash.option_bits};
-    blocks.push_back(&option_bits);
-    std::sort(blocks.begin(), blocks.end(),
-              [](const PGMIO_FLASH_BLOCK* a, const PGMIO_FLASH_BLOCK* b) { return a->address < b->address; });
-    const uint64_t end = blocks.back()->address + blocks.back()->data.size();
+    blocks.emplace_back(flash.option_bits_address, flash.option_bits);
+    std::sort(blocks.begin(), blocks.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    const uint64_t end = blocks.back().first + blocks.back().second.size();
     const uint64_t used_end = (end + sector - 1) / sector * sector;
     RPD_STREAM out(path, !state.no_bit_swap, state.progress, used_end);
-    for (const PGMIO_FLASH_BLOCK* block : blocks)
-        out.put(block->address, block->data);
+    for (const auto& [address, data] : blocks)
+        out.put(address, data);
     return out.finish(used_end, error);
 }

@@ -378,11 +378,10 @@ void describe_flash(PGMIO_FLASH_SOURCE& flash, PGMIO_FILE_INFO& info)
 std::string pgmio_check_file(const std::string& path)
 {
     const FIO_EXTENSION_TYPE extension = FIO_PATH(path).get_extension_type();
-    PGMIO_FLASH_FILE_SOURCE flash;
-    PGMIO_BYTES image;
     std::string error;
     if (extension == FIO_EXTENSION_TYPE_RPD)
     {
+        PGMIO_FLASH_FILE_SOURCE flash;
         if (!flash.open(path, error))
             return error;
         if (flash.size() == 0)
@@ -391,6 +390,7 @@ std::string pgmio_check_file(const std::string& path)
         pgmio_walk_flash(flash, walk);
         return walk.failure;
     }
+    PGMIO_BYTES image;
     if (!pgmio_read_file(path, image, error))
         return error;
     return pgmio_check_image(image, extension, path);
