@@ -288,26 +288,28 @@ def load_chain(data_dir, names, flash_name=None):
 
 def serve(chain, listener):
     connection, _ = listener.accept()
+    pending, finished = bytearray(), False
     with connection:
-        while True:
-            data = connection.recv(1 << 16)
-            if not data:
-                break
-            # Drain everything that has arrived before working: the client must never block.
-            connection.setblocking(False)
+        while pending or not finished:
+            # OpenOCD writes to a non-blocking socket and gives up when it is full: read all that
+            # has arrived (waiting only when there is nothing to do), then work through a bounded
+            # piece, so that the socket is drained again soon however much arrived at once.
+            connection.setblocking(not pending)
             try:
-                while True:
+                while not finished:
                     more = connection.recv(1 << 16)
-                    if not more:
-                        break
-                    data += more
+                    finished = not more
+                    pending += more
+                    connection.setblocking(False)
             except BlockingIOError:
                 pass
-            connection.setblocking(True)
-            reply = chain.bitbang(data)
+            piece = bytes(pending[:1 << 16])
+            del pending[:1 << 16]
+            reply = chain.bitbang(piece)
             if reply:
+                connection.setblocking(True)
                 connection.sendall(reply)
-            if b"Q" in data:
+            if b"Q" in piece:
                 break
 
 
